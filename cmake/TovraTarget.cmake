@@ -1,0 +1,26 @@
+# What every target of this project is built with; nothing here reaches code that is not ours.
+
+add_library(tovra_build INTERFACE)
+target_include_directories(tovra_build INTERFACE ${PROJECT_SOURCE_DIR})
+# A sum must add the same doubles everywhere: no product may be fused with the addition after it.
+target_compile_options(tovra_build INTERFACE -ffp-contract=off)
+
+if(TOVRA_DEVELOPER)
+    target_compile_options(tovra_build INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+endif()
+
+if(TOVRA_SANITIZE)
+    target_compile_options(tovra_build INTERFACE -fsanitize=${TOVRA_SANITIZE}
+        -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(tovra_build INTERFACE -fsanitize=${TOVRA_SANITIZE})
+endif()
+
+# tovra_library(<folder> SOURCES ... [USES <other folders>...]): one static library per folder.
+function(tovra_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
+    add_library(tovra_${name} STATIC ${ARG_SOURCES})
+    target_link_libraries(tovra_${name} PUBLIC tovra_build)
+    foreach(used IN LISTS ARG_USES)
+        target_link_libraries(tovra_${name} PUBLIC tovra_${used})
+    endforeach()
+endfunction()

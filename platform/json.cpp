@@ -1,0 +1,63 @@
+#include "platform/json.h"
+
+#include <charconv>
+#include <cstdlib>
+#include <string>
+#include <system_error>
+
+namespace tovra::json {
+
+std::optional<std::string_view> Value::string() const {
+    if (!is(Kind::string)) return std::nullopt;
+    return std::string_view(storage_->bytes.get() + node_->start, node_->extent);
+}
+
+std::string_view Value::numberText() const {
+    return {storage_->bytes.get() + node_->start, node_->extent};
+}
+
+std::optional<double> Value::number() const {
+    if (!is(Kind::number)) return std::nullopt;
+    const std::string_view text = numberText();
+    double value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    // from_chars does not tell too large from too small; this program never leaves the C locale.
+    if (error != std::errc()) return std::strtod(std::string(text).c_str(), nullptr);
+    return value;
+}
+
+std::optional<bool> Value::boolean() const {
+    if (is(Kind::trueValue)) return true;
+    if (is(Kind::falseValue)) return false;
+    return std::nullopt;
+}
+
+Value Value::member(std::string_view name) const {
+    if (!is(Kind::object)) return {};
+    const Node* first = storage_->nodes.get() + node_->start;
+    const char* bytes = storage_->bytes.get();
+    for (const Node* node = first + node_->extent; node != first;) {
+        --node;
+        if (std::string_view(bytes + node->key, node->keyLength) == name) return {*node, *storage_};
+    }
+    return {};
+}
+
+Children Value::children() const {
+    if (!is(Kind::array) && !is(Kind::object)) return {};
+    return {storage_->nodes.get() + node_->start, node_->extent, storage_};
+}
+
+std::string_view Value::name() const {
+    return {storage_->bytes.get() + node_->key, node_->keyLength};
+}
+
+Value Document::root() const {
+    return storage_ ? Value(storage_->nodes[0], *storage_) : Value();
+}
+
+std::string_view Document::text() const {
+    return storage_ ? std::string_view(storage_->bytes.get(), size_) : std::string_view();
+}
+
+}  // namespace tovra::json

@@ -1,0 +1,179 @@
+// JSON values: parsed strictly, kept exactly, read without copying.
+//
+// A Document owns the bytes of one JSON text and a compact tree over them. A Value is a light
+// handle (two pointers) to one node of that tree; it stays usable for as long as its Document
+// lives, also after the Document has been moved. Strings are views into the document's bytes, and
+// numbers keep the very text in which they were written.
+//
+// A Document never changes after it was parsed, so any number of threads may read it at once.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+namespace tovra::json {
+
+class Document;
+
+// The deepest nesting of arrays and objects that is accepted; what is deeper is no JSON to us.
+inline constexpr std::size_t kMaxDepth = 512;
+
+// The bytes of a text that is to be parsed, with the room behind them that parsing needs: filled
+// once (from a file, from a message), then given away to `parse`.
+class Text {
+  public:
+    // The longest text in bytes; positions in a document are 32-bit.
+    static constexpr std::size_t kMaxSize = (std::size_t{1} << 31) - 4096;
+
+    // Room for a text of `size` bytes, not yet filled. REQUIRES: size <= kMaxSize.
+    explicit Text(std::size_t size);
+    // A copy of `bytes`. REQUIRES: bytes.size() <= kMaxSize.
+    explicit Text(std::string_view bytes);
+
+    [[nodiscard]] char* data() { return bytes_.get(); }
+    [[nodiscard]] std::size_t size() const { return size_; }
+    [[nodiscard]] std::string_view view() const { return {bytes_.get(), size_}; }
+    // Keeps the first `size` bytes. REQUIRES: size <= size().
+    void shorten(std::size_t size) { size_ = size; }
+
+  private:
+    friend std::optional<Document> parse(Text text);
+
+    std::unique_ptr<char[]> bytes_;
+    std::size_t size_;
+};
+
+enum class Kind : std::uint8_t { null, falseValue, trueValue, number, string, array, object };
+
+// One value of the tree, 16 bytes. The children of an array or object stand side by side, in the
+// order of the text.
+struct Node {
+    std::uint32_t start;  // string, number: offset of its bytes; array, object: first child's index
+    std::uint32_t extent;  // string, number: length in bytes; array, object: number of children
+    std::uint32_t key;     // offset of the member's name; nothing where the parent is no object
+    std::uint32_t keyLength : 27;
+    std::uint32_t keyEscaped : 1;  // the name may need escapes when it is written
+    std::uint32_t flag : 1;  // string: may need escapes when written; array: holds objects only
+    std::uint32_t kindBits : 3;
+
+    [[nodiscard]] Kind kind() const { return static_cast<Kind>(kindBits); }
+    void setKind(Kind kind) { kindBits = static_cast<std::uint32_t>(kind) & 7U; }
+};
+static_assert(sizeof(Node) == 16);
+
+// Where the offsets and indices of a document's nodes point to.
+struct Storage {
+    std::unique_ptr<char[]> bytes;
+    std::unique_ptr<Node[]> nodes;
+};
+
+class Children;
+
+// A handle to one value, or to nothing ("absent": a member that does not exist). Every question
+// may be asked of an absent value; it is of no kind and has no children.
+class Value {
+  public:
+    Value() = default;
+    Value(const Node& node, const Storage& storage) : node_(&node), storage_(&storage) {}
+
+    [[nodiscard]] bool exists() const { return node_ != nullptr; }
+    [[nodiscard]] bool is(Kind kind) const { return exists() && node_->kind() == kind; }
+    [[nodiscard]] bool isArrayOfObjects() const { return is(Kind::array) && node_->flag != 0; }
+
+    // The value's text where it is a string: valid UTF-8, escapes resolved, U+0000 possible.
+    [[nodiscard]] std::optional<std::string_view> string() const;
+    // The value where it is a number, rounded to the nearest double; beyond the largest double
+    // it is infinite.
+    [[nodiscard]] std::optional<double> number() const;
+    [[nodiscard]] std::optional<bool> boolean() const;
+    // The text of a number as it was written. REQUIRES: is(Kind::number).
+    [[nodiscard]] std::string_view numberText() const;
+
+    // The member of that name; absent where there is none or this is no object. Where a name
+    // occurs more than once the last one wins.
+    [[nodiscard]] Value member(std::string_view name) const;
+    // The elements of an array or the members of an object, in the order of the text; none for
+    // anything else. Members with the same name all appear.
+    [[nodiscard]] Children children() const;
+    // The name of this member. REQUIRES: the value was reached as a member of an object.
+    [[nodiscard]] std::string_view name() const;
+
+    [[nodiscard]] const Node* node() const { return node_; }
+
+  private:
+    const Node* node_ = nullptr;
+    const Storage* storage_ = nullptr;
+};
+
+// A range over the children of one value.
+class Children {
+  public:
+    class Iterator {
+      public:
+        using iterator_category = std::input_iterator_tag;
+        using value_type = Value;
+        using difference_type = std::ptrdiff_t;
+        using pointer = const Value*;
+        using reference = Value;
+
+        Iterator(const Node* node, const Storage* storage) : node_(node), storage_(storage) {}
+        Value operator*() const { return {*node_, *storage_}; }
+        Iterator& operator++() {
+            ++node_;
+            return *this;
+        }
+        Iterator operator++(int) { return {node_++, storage_}; }
+        bool operator==(const Iterator& other) const { return node_ == other.node_; }
+
+      private:
+        const Node* node_;
+        const Storage* storage_;
+    };
+
+    Children() = default;
+    Children(const Node* first, std::size_t count, const Storage* storage)
+        : first_(first), count_(count), storage_(storage) {}
+
+    [[nodiscard]] Iterator begin() const { return {first_, storage_}; }
+    [[nodiscard]] Iterator end() const { return {first_ + count_, storage_}; }
+    [[nodiscard]] std::size_t size() const { return count_; }
+    [[nodiscard]] bool empty() const { return count_ == 0; }
+    // REQUIRES: index < size().
+    [[nodiscard]] Value operator[](std::size_t index) const { return {first_[index], *storage_}; }
+
+  private:
+    const Node* first_ = nullptr;
+    std::size_t count_ = 0;
+    const Storage* storage_ = nullptr;
+};
+
+// A parsed text. Movable, not copyable; an empty Document has an absent root.
+class Document {
+  public:
+    Document() = default;
+    Document(std::unique_ptr<Storage> storage, std::size_t size)
+        : storage_(std::move(storage)), size_(size) {}
+
+    // The top-level array or object; absent in an empty Document.
+    [[nodiscard]] Value root() const;
+    // The bytes that were parsed, unchanged.
+    [[nodiscard]] std::string_view text() const;
+
+  private:
+    std::unique_ptr<Storage> storage_;
+    std::size_t size_ = 0;
+};
+
+// Parses a JSON text (RFC 8259) whose top level is an array or an object. Nothing comes back for
+// anything else: other text around it, invalid UTF-8, a byte order mark, a lone surrogate, nesting
+// beyond kMaxDepth, a member name of 128 MiB or more. The time is linear in the size and no input
+// drives a recursion.
+[[nodiscard]] std::optional<Document> parse(Text text);
+[[nodiscard]] std::optional<Document> parse(std::string_view text);
+
+}  // namespace tovra::json

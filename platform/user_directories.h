@@ -1,0 +1,31 @@
+// Where the operating system keeps a user's application data and another application's
+// preferences. Both are looked up afresh at each call and may be called from several threads, as
+// long as none of them changes the environment.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tovra {
+
+// The user's directory for the data of applications: ~/Library/Application Support on macOS,
+// $XDG_DATA_HOME or ~/.local/share elsewhere. It need not exist. Without HOME the home directory
+// comes from the password database.
+[[nodiscard]] std::filesystem::path applicationSupportDirectory();
+
+// The string that the user's preferences hold under `key` in the domain of another application;
+// nothing when there is none. On macOS the domain is the system's own; elsewhere it is the JSON
+// object in $XDG_CONFIG_HOME/<domain>/preferences.json (~/.config in place of the variable).
+[[nodiscard]] std::optional<std::string> preference(const std::string& domain,
+                                                    const std::string& key);
+
+// The value of an environment variable; nothing when it is not set.
+[[nodiscard]] std::optional<std::string> environmentVariable(const char* name);
+
+// The user's home directory: $HOME, or what the password database says where that is unset or
+// empty.
+[[nodiscard]] std::filesystem::path homeDirectory();
+
+}  // namespace tovra

@@ -1,0 +1,51 @@
+// macOS: preferences through CoreFoundation, in the form in which `defaults` reads them.
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <memory>
+#include <type_traits>
+
+#include "platform/user_directories.h"
+
+namespace tovra {
+namespace {
+
+struct Release {
+    void operator()(CFTypeRef object) const { CFRelease(object); }
+};
+template <typename Ref>
+using Owned = std::unique_ptr<std::remove_pointer_t<Ref>, Release>;
+
+Owned<CFStringRef> makeString(const std::string& text) {
+    return Owned<CFStringRef>(
+        CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
+                                static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8, false));
+}
+
+std::optional<std::string> utf8(CFStringRef string) {
+    const CFIndex room =
+        CFStringGetMaximumSizeForEncoding(CFStringGetLength(string), kCFStringEncodingUTF8) + 1;
+    std::string text(static_cast<std::size_t>(room), '\0');
+    if (!CFStringGetCString(string, text.data(), room, kCFStringEncodingUTF8)) return std::nullopt;
+    text.resize(text.find('\0'));
+    return text;
+}
+
+}  // namespace
+
+std::filesystem::path applicationSupportDirectory() {
+    return homeDirectory() / "Library/Application Support";
+}
+
+std::optional<std::string> preference(const std::string& domain, const std::string& key) {
+    const auto domainName = makeString(domain);
+    const auto keyName = makeString(key);
+    if (!domainName || !keyName) return std::nullopt;
+    // Without this a running process keeps the values that it saw first.
+    CFPreferencesAppSynchronize(domainName.get());
+    const Owned<CFPropertyListRef> value(
+        CFPreferencesCopyAppValue(keyName.get(), domainName.get()));
+    if (!value || CFGetTypeID(value.get()) != CFStringGetTypeID()) return std::nullopt;
+    return utf8(static_cast<CFStringRef>(value.get()));
+}
+
+}  // namespace tovra

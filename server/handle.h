@@ -1,0 +1,17 @@
+// The messages of the Model Context Protocol: one request in, at most one response out.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "platform/json.h"
+
+namespace tovra {
+
+// Answers one JSON-RPC message, a JSON object, with the compact JSON text of the response; nothing
+// for a message that gets none (a notification, or one without a method). A tool that is called
+// without an id runs all the same. Never throws; keeps nothing between messages; may be called from
+// several threads.
+[[nodiscard]] std::optional<std::string> handle(json::Value message, bool readOnly);
+
+}  // namespace tovra

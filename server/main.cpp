@@ -1,0 +1,19 @@
+#include <csignal>
+#include <string_view>
+#include <vector>
+
+#include "platform/user_directories.h"
+#include "server/settings.h"
+#include "server/stdio.h"
+
+int main(int argc, char** argv) {
+    // A reader that went away and a file that may not grow are errors of a write, not our end.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+
+    const std::vector<std::string_view> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+    const tovra::Settings settings =
+        tovra::readSettings(arguments, tovra::environmentVariable("TOVRA_MCP_TOKEN"));
+    tovra::runStdio(settings.readOnly);
+    return 0;
+}

@@ -1,0 +1,36 @@
+#include "server/stdio.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/json.h"
+#include "platform/line_io.h"
+#include "server/handle.h"
+
+namespace tovra {
+namespace {
+
+constexpr int kStandardInput = 0;
+constexpr int kStandardOutput = 1;
+
+// The whole document of a message goes away before the next line is read.
+std::optional<std::string> answer(std::string_view line, bool readOnly) {
+    const auto message = json::parse(line);
+    if (!message || !message->root().is(json::Kind::object)) return std::nullopt;
+    return handle(message->root(), readOnly);
+}
+
+}  // namespace
+
+void runStdio(bool readOnly) {
+    LineReader input(kStandardInput);
+    while (const auto line = input.next()) {
+        auto response = answer(*line, readOnly);
+        if (!response) continue;
+        *response += '\n';
+        if (!writeAll(kStandardOutput, *response)) return;
+    }
+}
+
+}  // namespace tovra

@@ -1,0 +1,21 @@
+// Where the data file is, and loading it. Nothing is remembered between calls: the environment, the
+// preferences and the file are looked at afresh each time. May be called from several threads.
+#pragma once
+
+#include <filesystem>
+
+#include "platform/json.h"
+
+namespace tovra {
+
+// The path of the data file: the environment variable TOVRA_DATA_FILE; else data.json in the
+// directory that the finance application's preference "tovra.syncDir" names; else
+// Pennyloft/data.json in the user's directory for application data. A value counts unless it is
+// empty, and is taken as it stands. The file need not exist.
+[[nodiscard]] std::filesystem::path dataFileURL();
+
+// The data document as the file holds it now. A file that is missing, cannot be read or does not
+// hold a JSON object gives the empty document, whose root is absent.
+[[nodiscard]] json::Document loadData();
+
+}  // namespace tovra

@@ -1,0 +1,178 @@
+#include "store/dates.h"
+
+#include <time.h>
+
+#include <chrono>
+#include <cmath>
+
+#include "store/local_time.h"
+
+namespace tovra {
+namespace {
+
+using std::chrono::day;
+using std::chrono::month;
+using std::chrono::sys_days;
+using std::chrono::year;
+using std::chrono::year_month_day;
+
+// Reads the decimal number in the `count` characters from `from`; negative when one is no digit.
+int digits(std::string_view text, std::size_t from, std::size_t count) {
+    int number = 0;
+    for (const char c : text.substr(from, count)) {
+        if (c < '0' || c > '9') return -1;
+        number = number * 10 + (c - '0');
+    }
+    return number;
+}
+
+// Whether `text` has exactly the punctuation of `pattern`, in which a 0 stands for anything.
+bool hasShape(std::string_view text, std::string_view pattern) {
+    if (text.size() != pattern.size()) return false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (pattern[i] != '0' && text[i] != pattern[i]) return false;
+    }
+    return true;
+}
+
+std::int64_t dayNumber(year_month_day date) {
+    return sys_days(date).time_since_epoch().count();
+}
+
+// The number of the day that the first ten characters name as yyyy-MM-dd.
+std::optional<std::int64_t> parseDay(std::string_view text) {
+    if (!hasShape(text.substr(0, 10), "0000-00-00")) return std::nullopt;
+    const int y = digits(text, 0, 4);
+    const int m = digits(text, 5, 2);
+    const int d = digits(text, 8, 2);
+    if (y < 1 || m < 1 || d < 1) return std::nullopt;
+    const year_month_day date(year(y), month(static_cast<unsigned>(m)),
+                              day(static_cast<unsigned>(d)));
+    if (!date.ok()) return std::nullopt;
+    return dayNumber(date);
+}
+
+// The seconds by which a zone designator is ahead of UTC: "Z", or a sign, hours and minutes.
+std::optional<std::int64_t> parseZone(std::string_view text) {
+    if (text == "Z") return 0;
+    if (!hasShape(text, "+00:00") && !hasShape(text, "-00:00")) return std::nullopt;
+    const int hours = digits(text, 1, 2);
+    const int minutes = digits(text, 4, 2);
+    if (hours < 0 || hours > 23 || minutes < 0 || minutes > 59) return std::nullopt;
+    const int seconds = hours * 3600 + minutes * 60;
+    return text[0] == '+' ? seconds : -seconds;
+}
+
+std::optional<Instant> inYears1To9999(std::int64_t instant) {
+    constexpr auto kFirst = sys_days(year(1) / 1 / 1).time_since_epoch().count() * kSecondsPerDay;
+    constexpr auto kEnd = sys_days(year(10000) / 1 / 1).time_since_epoch().count() * kSecondsPerDay;
+    if (instant < kFirst || instant >= kEnd) return std::nullopt;
+    return static_cast<Instant>(instant);
+}
+
+year_month_day dateOf(std::int64_t dayNumberSince1970) {
+    return year_month_day(sys_days(std::chrono::days(dayNumberSince1970)));
+}
+
+// Appends the number with leading zeros up to `width` digits.
+void appendPadded(std::string& text, std::int64_t number, std::size_t width) {
+    const std::string digitsOfIt = std::to_string(number);
+    if (digitsOfIt.size() < width) text.append(width - digitsOfIt.size(), '0');
+    text += digitsOfIt;
+}
+
+std::string dayText(year_month_day date) {
+    std::string text;
+    appendPadded(text, int(date.year()), 4);
+    text += '-';
+    appendPadded(text, unsigned(date.month()), 2);
+    text += '-';
+    appendPadded(text, unsigned(date.day()), 2);
+    return text;
+}
+
+std::int64_t wholeSeconds(Instant instant) {
+    return static_cast<std::int64_t>(std::floor(instant));
+}
+
+}  // namespace
+
+Instant currentInstant() {
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration<double>(now).count();
+}
+
+std::optional<Instant> IsoFormatter::parse(std::string_view text) const {
+    if (text.size() < 20 || !hasShape(text.substr(10, 9), "T00:00:00")) return std::nullopt;
+    const auto date = parseDay(text);
+    const int hour = digits(text, 11, 2);
+    const int minute = digits(text, 14, 2);
+    const int second = digits(text, 17, 2);
+    const auto zone = parseZone(text.substr(19));
+    if (!date || !zone || hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 ||
+        second > 59) {
+        return std::nullopt;
+    }
+    return inYears1To9999(*date * kSecondsPerDay + hour * 3600 + minute * 60 + second - *zone);
+}
+
+std::string IsoFormatter::format(Instant instant) const {
+    const std::int64_t seconds = wholeSeconds(instant);
+    const std::int64_t date = dayOf(seconds);
+    const std::int64_t ofDay = seconds - date * kSecondsPerDay;
+    std::string text = dayText(dateOf(date)) + "T";
+    appendPadded(text, ofDay / 3600, 2);
+    text += ':';
+    appendPadded(text, ofDay / 60 % 60, 2);
+    text += ':';
+    appendPadded(text, ofDay % 60, 2);
+    return text += 'Z';
+}
+
+DayFormatter::DayFormatter() {
+    ::tzset();
+}
+
+std::optional<Instant> DayFormatter::parse(std::string_view text) {
+    if (text.size() != 10) return std::nullopt;
+    const auto date = parseDay(text);
+    if (!date) return std::nullopt;
+    const auto [entry, isNew] = starts_.try_emplace(*date, 0);
+    if (isNew) entry->second = static_cast<Instant>(startOfLocalDay(*date));
+    return inYears1To9999(wholeSeconds(entry->second));
+}
+
+std::string DayFormatter::format(Instant instant) const {
+    const std::int64_t seconds = wholeSeconds(instant);
+    return dayText(dateOf(dayOf(seconds + utcOffset(seconds).value_or(0))));
+}
+
+std::optional<Instant> parseDate(std::string_view text, DayFormatter& dayFormatter) {
+    if (const auto instant = isoFormatter.parse(text)) return instant;
+    return dayFormatter.parse(text);
+}
+
+MonthBounds monthBounds(Instant now) {
+    ::tzset();
+    const std::int64_t seconds = wholeSeconds(now);
+    const year_month_day today = dateOf(dayOf(seconds + utcOffset(seconds).value_or(0)));
+    const auto thisMonth = today.year() / today.month();
+    const auto startOf = [](std::chrono::year_month which) {
+        return static_cast<Instant>(startOfLocalDay(dayNumber(which / day(1))));
+    };
+    return {startOf(thisMonth), startOf(thisMonth + std::chrono::months(1))};
+}
+
+std::optional<Instant> daysAgo(std::int64_t days, Instant now) {
+    constexpr std::int64_t kMostDays = std::int64_t{1} << 46;  // so that no product overflows
+    if (days > kMostDays) return std::nullopt;
+    ::tzset();
+    const std::int64_t seconds = wholeSeconds(now);
+    const auto offset = utcOffset(seconds);
+    if (!offset) return std::nullopt;
+    const auto instant = instantOfLocalTime(seconds + *offset - days * kSecondsPerDay, *offset);
+    if (!instant) return std::nullopt;
+    return static_cast<Instant>(*instant) + (now - std::floor(now));
+}
+
+}  // namespace tovra

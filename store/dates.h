@@ -1,0 +1,61 @@
+// Dates: the two forms in which they are written, and the periods of the reports.
+//
+// An Instant is a point in time, in seconds since 1970-01-01T00:00:00Z. Every instant that comes
+// out of a text lies in the years 1 to 9999 (UTC), so it can be written again. The local time zone
+// is read at each use, never kept. May be called from several threads.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace tovra {
+
+using Instant = double;
+
+[[nodiscard]] Instant currentInstant();
+
+// The internet date-time form of ISO 8601: "2026-11-16T19:00:34Z", or an offset such as +02:00 in
+// place of the Z; whole seconds only.
+class IsoFormatter {
+  public:
+    [[nodiscard]] std::optional<Instant> parse(std::string_view text) const;
+    // In UTC, ending in "Z"; a fraction of a second is cut off. REQUIRES: a year from 1 to 9999.
+    [[nodiscard]] std::string format(Instant instant) const;
+};
+inline constexpr IsoFormatter isoFormatter;
+
+// Calendar days, "2026-11-16", in the time zone in force when the formatter was made. One is made
+// for each call: it remembers the days that it has looked up. Not for several threads.
+class DayFormatter {
+  public:
+    DayFormatter();
+    // The first instant of that local day.
+    [[nodiscard]] std::optional<Instant> parse(std::string_view text);
+    // The local day in which the instant falls. REQUIRES: an instant that came out of a text.
+    [[nodiscard]] std::string format(Instant instant) const;
+
+  private:
+    std::unordered_map<std::int64_t, Instant> starts_;  // first instants by day
+};
+
+// The instant that a date text names: date-time first, then day; nothing when it has neither form.
+[[nodiscard]] std::optional<Instant> parseDate(std::string_view text, DayFormatter& dayFormatter);
+
+// The first instant of a month and that of the next one.
+struct MonthBounds {
+    Instant start;
+    Instant end;
+    [[nodiscard]] bool contains(Instant instant) const { return start <= instant && instant < end; }
+};
+
+// The calendar month, in the local time zone, in which `now` falls.
+[[nodiscard]] MonthBounds monthBounds(Instant now);
+
+// The instant `days` calendar days before `now`, at the same local time of day; nothing when the
+// calendar cannot express it.
+[[nodiscard]] std::optional<Instant> daysAgo(std::int64_t days, Instant now);
+
+}  // namespace tovra

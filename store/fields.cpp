@@ -1,0 +1,43 @@
+#include "store/fields.h"
+
+namespace tovra {
+
+std::string_view stringField(json::Value object, std::string_view name) {
+    return object.member(name).string().value_or(std::string_view());
+}
+
+double numberField(json::Value object, std::string_view name) {
+    return asNumber(object.member(name));
+}
+
+double asNumber(json::Value value) {
+    if (const auto number = value.number()) return *number;
+    return value.is(json::Kind::trueValue) ? 1 : 0;
+}
+
+std::optional<bool> boolField(json::Value object, std::string_view name) {
+    return object.member(name).boolean();
+}
+
+json::Value objectField(json::Value object, std::string_view name) {
+    const json::Value value = object.member(name);
+    return value.is(json::Kind::object) ? value : json::Value();
+}
+
+json::Children objectArrayField(json::Value object, std::string_view name) {
+    const json::Value value = object.member(name);
+    return value.isArrayOfObjects() ? value.children() : json::Children();
+}
+
+std::optional<std::int64_t> positiveWholeNumberField(json::Value object, std::string_view name) {
+    const auto number = truncated(numberField(object, name));
+    return number && *number >= 1 ? number : std::nullopt;
+}
+
+std::optional<std::int64_t> truncated(double value) {
+    constexpr double kLimit = 9223372036854775808.0;  // 2^63, the first double that does not fit
+    if (!(value >= -kLimit && value < kLimit)) return std::nullopt;
+    return static_cast<std::int64_t>(value);
+}
+
+}  // namespace tovra

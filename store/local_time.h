@@ -1,0 +1,36 @@
+// The local clock: what it shows at an instant, and the instants at which it shows something. The
+// rules are those of the machine's time zone (TZ, or the system's) in force at each call. May be
+// called from several threads as long as none of them changes the environment.
+//
+// Instants are whole seconds since 1970-01-01T00:00:00Z; local time is counted in the same way, as
+// if the local clock stood in UTC. Days are counted from 1970-01-01, in the proleptic Gregorian
+// calendar.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+namespace tovra {
+
+inline constexpr std::int64_t kSecondsPerDay = 86400;
+
+// How far the local clock is ahead of UTC at the instant, in seconds; nothing beyond the years that
+// the C library can express.
+[[nodiscard]] std::optional<std::int64_t> utcOffset(std::int64_t instant);
+
+// The first instant of a local day. Where clocks go back over midnight that is the first of the
+// two midnights, where they skip it the end of the gap. REQUIRES: a day of the years 1 to 9999.
+[[nodiscard]] std::int64_t startOfLocalDay(std::int64_t day);
+
+// An instant at which the local clock shows `localTime`. Of two such instants it is the one with
+// the offset `preferredOffset`, if either has it, else the first; where the clock skips that time,
+// it shows a time later by the length of the gap. Nothing beyond what the C library can express.
+[[nodiscard]] std::optional<std::int64_t> instantOfLocalTime(std::int64_t localTime,
+                                                             std::int64_t preferredOffset);
+
+// The number of the day in which a count of seconds falls.
+[[nodiscard]] constexpr std::int64_t dayOf(std::int64_t seconds) {
+    return seconds / kSecondsPerDay - (seconds % kSecondsPerDay < 0 ? 1 : 0);
+}
+
+}  // namespace tovra

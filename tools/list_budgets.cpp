@@ -1,0 +1,96 @@
+#include <string_view>
+#include <unordered_map>
+
+#include "store/currencies.h"
+#include "store/data_file.h"
+#include "store/dates.h"
+#include "store/money.h"
+#include "store/transaction.h"
+#include "tools/tools.h"
+
+namespace tovra {
+namespace {
+
+// What was spent in the month on each category and subcategory that some budget limits, in base
+// currency, whatever the number of budgets.
+class MonthSpending {
+  public:
+    MonthSpending(const json::Children& budgets, Instant now, const Currencies& currencies)
+        : bounds_(monthBounds(now)), currencies_(currencies) {
+        for (const json::Value budget : budgets) {
+            Category& category = categories_[stringField(budget, "category")];
+            const std::string_view subcategory = stringField(budget, "subcategory");
+            if (!subcategory.empty()) category.bySubcategory.try_emplace(subcategory, 0);
+        }
+    }
+
+    void add(const Transaction& transaction) {
+        if (!transaction.isExpense()) return;
+        const auto category = categories_.find(stringField(transaction.record, "category"));
+        if (category == categories_.end()) return;
+        const auto date = parseDate(stringField(transaction.record, "date"), dayFormatter_);
+        if (!date || !bounds_.contains(*date)) return;
+
+        const double amount = currencies_.convertToBase(transaction.amount, transaction.currency);
+        category->second.total += amount;
+        auto& parts = category->second.bySubcategory;
+        const auto part = parts.find(stringField(transaction.record, "subcategory"));
+        if (part != parts.end()) part->second += amount;
+    }
+
+    // What counts against a budget: its whole category when it names no subcategory.
+    [[nodiscard]] double spent(std::string_view category, std::string_view subcategory) const {
+        const Category& spending = categories_.at(category);
+        return subcategory.empty() ? spending.total : spending.bySubcategory.at(subcategory);
+    }
+
+  private:
+    struct Category {
+        double total = 0;
+        std::unordered_map<std::string_view, double> bySubcategory;
+    };
+
+    MonthBounds bounds_;
+    const Currencies& currencies_;
+    DayFormatter dayFormatter_;
+    std::unordered_map<std::string_view, Category> categories_;
+};
+
+void appendLine(std::string& text, json::Value budget, const MonthSpending& spending,
+                std::string_view base) {
+    const std::string_view category = stringField(budget, "category");
+    const std::string_view subcategory = stringField(budget, "subcategory");
+    const double limit = numberField(budget, "monthlyLimit");
+    const double spent = spending.spent(category, subcategory);
+    const double remaining = limit - spent;
+
+    text += "\n  • ";
+    text += category;
+    if (!subcategory.empty()) {
+        text += " › ";
+        text += subcategory;
+    }
+    text += ": " + moneyText(base, spent) + " / " + moneyText(base, limit) + " (";
+    text += remaining < 0 ? moneyText(base, spent - limit) + " over)"
+                          : moneyText(base, remaining) + " left)";
+}
+
+}  // namespace
+
+std::string toolListBudgets(Instant now) {
+    const json::Document document = loadData();
+    const json::Children budgets = objectArrayField(document.root(), "budgets");
+    if (budgets.empty()) return "No budgets set.";
+
+    const Currencies currencies(document.root());
+    MonthSpending spending(budgets, now, currencies);
+    for (const json::Value record : objectArrayField(document.root(), "transactions")) {
+        spending.add(Transaction(record));
+    }
+
+    std::string text = "Budgets this month:";
+    for (const json::Value budget : budgets) appendLine(text, budget, spending, currencies.base());
+    return text;
+}
+
+}  // namespace tovra

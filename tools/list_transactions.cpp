@@ -1,0 +1,111 @@
+#include <algorithm>
+#include <cstddef>
+#include <limits>
+#include <optional>
+#include <vector>
+
+#include "platform/unicode.h"
+#include "store/data_file.h"
+#include "store/dates.h"
+#include "store/fields.h"
+#include "store/money.h"
+#include "tools/tools.h"
+
+namespace tovra {
+namespace {
+
+constexpr std::int64_t kDefaultLimit = 20;
+
+// What a transaction has to match to be listed.
+struct Filter {
+    std::string_view type;            // "All" keeps every type
+    std::string search;               // in lower case; empty keeps everything
+    std::optional<Instant> earliest;  // drops what has a date before it
+};
+
+struct Match {
+    json::Value record;
+    std::optional<Instant> date;
+    std::size_t place;  // in the file
+
+    // Undated transactions come after all dated ones.
+    [[nodiscard]] Instant sortKey() const {
+        return date.value_or(-std::numeric_limits<Instant>::infinity());
+    }
+};
+
+Filter readFilter(json::Value arguments, Instant now) {
+    Filter filter{stringField(arguments, "type"), lowerCased(stringField(arguments, "search")), {}};
+    if (filter.type.empty()) filter.type = "All";
+    if (const auto days = positiveWholeNumberField(arguments, "days")) {
+        filter.earliest = daysAgo(*days, now);
+    }
+    return filter;
+}
+
+bool matchesText(json::Value transaction, const Filter& filter) {
+    if (filter.type != "All" && stringField(transaction, "type") != filter.type) return false;
+    return filter.search.empty() ||
+           lowerCasedContains(stringField(transaction, "payee"), filter.search) ||
+           lowerCasedContains(stringField(transaction, "category"), filter.search);
+}
+
+std::vector<Match> matching(const json::Children& transactions, const Filter& filter,
+                            DayFormatter& dayFormatter) {
+    std::vector<Match> matches;
+    for (const json::Value transaction : transactions) {
+        if (!matchesText(transaction, filter)) continue;
+        const auto date = parseDate(stringField(transaction, "date"), dayFormatter);
+        if (filter.earliest && date && *date < *filter.earliest) continue;
+        matches.push_back({transaction, date, matches.size()});
+    }
+    return matches;
+}
+
+// Brings the newest `count` matches to the front, in order; equal dates stay in file order.
+void sortNewestFirst(std::vector<Match>& matches, std::size_t count) {
+    const auto isBefore = [](const Match& a, const Match& b) {
+        return a.sortKey() != b.sortKey() ? a.sortKey() > b.sortKey() : a.place < b.place;
+    };
+    const auto end = matches.begin() + static_cast<std::ptrdiff_t>(count);
+    std::partial_sort(matches.begin(), end, matches.end(), isBefore);
+}
+
+void appendRow(std::string& text, const Match& match, const DayFormatter& dayFormatter) {
+    const std::string_view payee = stringField(match.record, "payee");
+    const std::string_view category = stringField(match.record, "category");
+    text += match.date ? dayFormatter.format(*match.date) : "?";
+    text += "  ";
+    text += stringField(match.record, "type") == "Expense" ? "−" : "+";
+    text += moneyText(stringField(match.record, "currency"), numberField(match.record, "amount"));
+    text += "  ";
+    text += payee.empty() ? category : payee;
+    text += " [";
+    text += category;
+    text += ']';
+}
+
+}  // namespace
+
+std::string toolListTransactions(json::Value arguments, Instant now) {
+    const auto limit = positiveWholeNumberField(arguments, "limit").value_or(kDefaultLimit);
+    const Filter filter = readFilter(arguments, now);
+
+    const json::Document document = loadData();
+    DayFormatter dayFormatter;
+    auto matches =
+        matching(objectArrayField(document.root(), "transactions"), filter, dayFormatter);
+    if (matches.empty()) return "No matching transactions.";
+
+    const std::size_t shown = std::min(static_cast<std::size_t>(limit), matches.size());
+    sortNewestFirst(matches, shown);
+    std::string text =
+        "Showing " + std::to_string(shown) + " of " + std::to_string(matches.size()) + ":";
+    for (std::size_t i = 0; i < shown; ++i) {
+        text += '\n';
+        appendRow(text, matches[i], dayFormatter);
+    }
+    return text;
+}
+
+}  // namespace tovra

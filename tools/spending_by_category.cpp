@@ -1,0 +1,86 @@
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "store/currencies.h"
+#include "store/data_file.h"
+#include "store/dates.h"
+#include "store/money.h"
+#include "store/transaction.h"
+#include "tools/tools.h"
+
+namespace tovra {
+namespace {
+
+constexpr std::int64_t kDefaultDays = 30;
+
+using CategoryTotals = std::unordered_map<std::string_view, double>;  // in base currency
+using CategoryTotal = CategoryTotals::value_type;
+
+struct Period {
+    std::int64_t days;
+    Instant start;
+};
+
+Period readPeriod(json::Value arguments, Instant now) {
+    if (const auto days = positiveWholeNumberField(arguments, "days")) {
+        if (const auto start = daysAgo(*days, now)) return {*days, *start};
+    }
+    return {kDefaultDays, daysAgo(kDefaultDays, now).value_or(now)};
+}
+
+// Adds the parts of a split transaction, or else the transaction itself.
+void addExpense(CategoryTotals& totals, const Transaction& expense, const Currencies& currencies) {
+    const double rate = currencies.rateToBase(expense.currency);
+    const json::Children splits = objectArrayField(expense.record, "splits");
+    for (const json::Value split : splits) {
+        totals[stringField(split, "category")] += numberField(split, "amount") * rate;
+    }
+    if (splits.empty()) totals[stringField(expense.record, "category")] += expense.amount * rate;
+}
+
+// The largest total first; equal totals by the bytes of the category.
+std::vector<CategoryTotal> sorted(const CategoryTotals& totals) {
+    const auto rank = [](double total) {
+        return std::isnan(total) ? -std::numeric_limits<double>::infinity() : total;
+    };
+    std::vector<CategoryTotal> list(totals.begin(), totals.end());
+    std::sort(list.begin(), list.end(), [&](const CategoryTotal& a, const CategoryTotal& b) {
+        return rank(a.second) != rank(b.second) ? rank(a.second) > rank(b.second)
+                                                : a.first < b.first;
+    });
+    return list;
+}
+
+}  // namespace
+
+std::string toolSpendingByCategory(json::Value arguments, Instant now) {
+    const json::Document document = loadData();
+    const Currencies currencies(document.root());
+    const Period period = readPeriod(arguments, now);
+
+    CategoryTotals totals;
+    DayFormatter dayFormatter;
+    for (const json::Value record : objectArrayField(document.root(), "transactions")) {
+        const Transaction transaction(record);
+        if (!transaction.isExpense()) continue;
+        const auto date = parseDate(stringField(record, "date"), dayFormatter);
+        if (date && *date >= period.start) addExpense(totals, transaction, currencies);
+    }
+
+    const std::string days = std::to_string(period.days);
+    if (totals.empty()) return "No spending in the last " + days + " days.";
+    std::string text = "Spending by category (last " + days + " days):";
+    for (const auto& [category, total] : sorted(totals)) {
+        text += "\n  • ";
+        text += category;
+        text += ": " + moneyText(currencies.base(), total);
+    }
+    return text;
+}
+
+}  // namespace tovra

@@ -1,0 +1,34 @@
+// The operations of the tools, one file each: load the data document, compute, lay out the text.
+//
+// A tool knows neither who asks nor how the answer travels. A report cannot fail: whatever is
+// missing or malformed in the arguments or the data file takes its default. `now` is the instant
+// that counts as the present; a call's own time unless a caller gives another. All may be called
+// from several threads.
+#pragma once
+
+#include <string>
+
+#include "platform/json.h"
+#include "store/dates.h"
+
+namespace tovra {
+
+// Net worth, this month's income and spending, and the balance of every account that is not
+// archived.
+[[nodiscard]] std::string toolOverview(Instant now = currentInstant());
+
+// Transactions, newest first. Arguments: limit, type, search, days.
+[[nodiscard]] std::string toolListTransactions(json::Value arguments,
+                                               Instant now = currentInstant());
+
+// What was spent per category in the last days. Argument: days.
+[[nodiscard]] std::string toolSpendingByCategory(json::Value arguments,
+                                                 Instant now = currentInstant());
+
+// This month's spending against each budget.
+[[nodiscard]] std::string toolListBudgets(Instant now = currentInstant());
+
+// The savings goals with their progress.
+[[nodiscard]] std::string toolListGoals();
+
+}  // namespace tovra
