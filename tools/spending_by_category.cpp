@@ -19,7 +19,7 @@ namespace {
 constexpr std::int64_t kDefaultDays = 30;
 
 using CategoryTotals = std::unordered_map<std::string_view, double>;  // in base currency
-using CategoryTotal = CategoryTotals::value_type;
+using CategoryTotal = std::pair<std::string_view, double>;
 
 struct Period {
     std::int64_t days;

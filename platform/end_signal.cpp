@@ -1,0 +1,31 @@
+#include "platform/end_signal.h"
+
+#include <csignal>
+
+namespace tovra {
+namespace {
+
+sigset_t endSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    return signals;
+}
+
+}  // namespace
+
+void holdEndSignals() {
+    const sigset_t signals = endSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+void awaitEndSignal() {
+    const sigset_t signals = endSignals();
+    int signal = 0;
+    while (sigwait(&signals, &signal) != 0) {
+    }
+}
+
+}  // namespace tovra

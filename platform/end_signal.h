@@ -1,0 +1,15 @@
+// The signals that ask the process to end: SIGTERM and SIGINT.
+#pragma once
+
+namespace tovra {
+
+// Keeps the signals from ending the process, or from interrupting anything in it, until they are
+// awaited; and lets a write to a closed pipe or socket fail instead of ending the process. Threads
+// inherit this, so it must be called before the first one is started.
+void holdEndSignals();
+
+// Waits until one of the signals comes, or has come since they were held.
+// REQUIRES: holdEndSignals() was called, and no other thread waits here.
+void awaitEndSignal();
+
+}  // namespace tovra
