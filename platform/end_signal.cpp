@@ -18,7 +18,6 @@ sigset_t endSignals() {
 void holdEndSignals() {
     const sigset_t signals = endSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    std::signal(SIGPIPE, SIG_IGN);
 }
 
 void awaitEndSignal() {

@@ -4,8 +4,7 @@
 namespace tovra {
 
 // Keeps the signals from ending the process, or from interrupting anything in it, until they are
-// awaited; and lets a write to a closed pipe or socket fail instead of ending the process. Threads
-// inherit this, so it must be called before the first one is started.
+// awaited. Threads inherit this, so it must be called before the first one is started.
 void holdEndSignals();
 
 // Waits until one of the signals comes, or has come since they were held.

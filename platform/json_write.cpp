@@ -1,7 +1,9 @@
 #include "platform/json_write.h"
 
 #include <algorithm>
-#include <numeric>
+#include <array>
+#include <charconv>
+#include <utility>
 #include <vector>
 
 namespace tovra::json {
@@ -27,25 +29,65 @@ void appendEscape(std::string& out, char c) {
     }
 }
 
-}  // namespace
-
-void appendString(std::string& out, std::string_view text) {
-    out += '"';
-    for (auto rest = text.begin(); rest != text.end();) {
-        const auto stop = std::find_if(rest, text.end(), needsEscape);
-        out.append(rest, stop);
-        rest = stop;
-        if (rest != text.end()) appendEscape(out, *rest++);
-    }
-    out += '"';
-}
-
-namespace {
-
-// Writes one value and what it holds; recursion is bounded by kMaxDepth.
-class CompactWriter {
+// Puts the members of objects in the order in which they are written. Objects that follow each
+// other in a list mostly have the same names in the same order, so the order of the last one is
+// tried first.
+class MemberOrder {
   public:
-    explicit CompactWriter(std::string& out) : out_(out) {}
+    // Appends the members to `sorted`, by name; of members with the same name only the last.
+    void append(const Children& members, std::vector<Value>& sorted) {
+        const std::size_t begin = sorted.size();
+        if (members.size() == last_.size()) {
+            for (const std::uint32_t place : last_) sorted.push_back(members[place]);
+            if (isAscending(sorted, begin)) return;
+            sorted.resize(begin);
+        }
+        sortPlaces(members);
+        for (const std::uint32_t place : last_) sorted.push_back(members[place]);
+        dropRepeated(sorted, begin);
+    }
+
+  private:
+    // Whether every name is smaller than the next.
+    static bool isAscending(const std::vector<Value>& sorted, std::size_t begin) {
+        for (std::size_t i = begin + 1; i < sorted.size(); ++i) {
+            if (!(sorted[i - 1].name() < sorted[i].name())) return false;
+        }
+        return true;
+    }
+
+    void sortPlaces(const Children& members) {
+        last_.resize(members.size());
+        for (std::uint32_t i = 0; i < last_.size(); ++i) last_[i] = i;
+        std::sort(last_.begin(), last_.end(), [&](std::uint32_t a, std::uint32_t b) {
+            const int order = members[a].name().compare(members[b].name());
+            return order != 0 ? order < 0 : a < b;
+        });
+    }
+
+    // Of a run of equal names the last one stays.
+    static void dropRepeated(std::vector<Value>& sorted, std::size_t begin) {
+        std::size_t kept = begin;
+        for (std::size_t i = begin; i < sorted.size(); ++i) {
+            const bool again = i + 1 < sorted.size() && sorted[i].name() == sorted[i + 1].name();
+            if (!again) sorted[kept++] = sorted[i];
+        }
+        sorted.resize(kept);
+    }
+
+    std::vector<std::uint32_t> last_;  // the places of the last object's members, by name
+};
+
+// Writes a value and all that it holds; the recursion is bounded by kMaxDepth.
+class Writer {
+  public:
+    Writer(std::string& out, bool pretty, const Edit* edit = nullptr) : out_(out), pretty_(pretty) {
+        if (edit == nullptr) return;
+        edited_ = edit->target.node();
+        name_ = edit->name;
+        holder_ = parse("[" + edit->value + "]").value_or(Document());
+        added_ = holder_.root().children()[0];
+    }
 
     void write(Value value) {
         const Node& node = *value.node();
@@ -63,60 +105,129 @@ class CompactWriter {
                 out_ += value.numberText();
                 break;
             case Kind::string:
-                appendString(out_, *value.string());
+                writeString(*value.string(), node.flag != 0);
                 break;
             case Kind::array:
-                writeArray(value.children());
+                writeArray(value);
                 break;
             case Kind::object:
-                writeObject(value.children());
+                writeObject(value);
                 break;
         }
     }
 
   private:
-    void writeArray(const Children& elements) {
-        char before = '[';
-        for (const Value element : elements) {
-            out_ += before;
-            before = ',';
+    void writeArray(Value array) {
+        open('[');
+        for (const Value element : array.children()) {
+            separate();
             write(element);
         }
-        out_ += elements.empty() ? "[]" : "]";
+        if (array.node() == edited_) {
+            separate();
+            write(added_);
+        }
+        close(']');
     }
 
-    void writeObject(const Children& members) {
-        char before = '{';
-        for (const Value member : membersByName(members)) {
-            out_ += before;
-            before = ',';
-            appendString(out_, member.name());
-            out_ += ':';
-            write(member);
+    void writeObject(Value object) {
+        const std::size_t begin = members_.size();
+        order_.append(object.children(), members_);
+        const std::size_t end = members_.size();
+        bool pending = object.node() == edited_;
+        open('{');
+        for (std::size_t i = begin; i < end; ++i) {
+            const Value member = members_[i];
+            if (pending && name_ <= member.name()) {
+                pending = false;
+                writeMember(name_, true, added_);
+                if (name_ == member.name()) continue;
+            }
+            writeMember(member.name(), member.node()->keyEscaped != 0, member);
         }
-        out_ += members.empty() ? "{}" : "}";
+        if (pending) writeMember(name_, true, added_);
+        close('}');
+        members_.resize(begin);
+    }
+
+    void writeMember(std::string_view name, bool escaped, Value value) {
+        separate();
+        writeString(name, escaped);
+        out_ += pretty_ ? ": " : ":";
+        write(value);
+    }
+
+    void writeString(std::string_view text, bool escaped) {
+        if (escaped) return appendString(out_, text);
+        out_ += '"';
+        out_ += text;
+        out_ += '"';
+    }
+
+    void open(char bracket) {
+        out_ += bracket;
+        isEmpty_ = true;
+        ++depth_;
+    }
+
+    void separate() {
+        if (!isEmpty_) out_ += ',';
+        isEmpty_ = false;
+        if (pretty_) breakLine();
+    }
+
+    void close(char bracket) {
+        --depth_;
+        if (pretty_ && !isEmpty_) breakLine();
+        isEmpty_ = false;
+        out_ += bracket;
+    }
+
+    void breakLine() {
+        out_ += '\n';
+        out_.append(2 * depth_, ' ');
     }
 
     std::string& out_;
+    const bool pretty_;
+    const Node* edited_ = nullptr;  // the array or object that gets something added
+    std::string name_;              // of the member that is added to an object
+    Document holder_;               // of the value that is added
+    Value added_;
+    MemberOrder order_;
+    std::vector<Value> members_;  // of the objects that are being written, outermost first
+    std::size_t depth_ = 0;
+    bool isEmpty_ = true;  // nothing has been written yet since the last opening bracket
 };
 
 }  // namespace
 
-std::vector<Value> membersByName(const Children& members) {
-    std::vector<Value> sorted(members.begin(), members.end());
-    const auto byName = [](Value a, Value b) { return a.name() < b.name(); };
-    std::stable_sort(sorted.begin(), sorted.end(), byName);
-    // Of a run of equal names the last one stays.
-    auto kept = sorted.begin();
-    for (auto it = sorted.begin(); it != sorted.end(); ++it) {
-        if (std::next(it) == sorted.end() || it->name() != std::next(it)->name()) *kept++ = *it;
+void appendString(std::string& out, std::string_view text) {
+    out += '"';
+    for (auto rest = text.begin(); rest != text.end();) {
+        const auto stop = std::find_if(rest, text.end(), needsEscape);
+        out.append(rest, stop);
+        rest = stop;
+        if (rest != text.end()) appendEscape(out, *rest++);
     }
-    sorted.erase(kept, sorted.end());
-    return sorted;
+    out += '"';
+}
+
+std::string numberText(double value) {
+    std::array<char, 32> text{};
+    return {text.data(), std::to_chars(text.begin(), text.end(), value).ptr};
 }
 
 void appendCompact(std::string& out, Value value) {
-    CompactWriter(out).write(value);
+    Writer(out, false).write(value);
+}
+
+std::string prettyText(const Document& document, const Edit& edit) {
+    std::string text;
+    text.reserve(document.text().size() + document.text().size() / 8 + edit.value.size() + 256);
+    Writer(text, true, &edit).write(document.root());
+    text += '\n';
+    return text;
 }
 
 }  // namespace tovra::json

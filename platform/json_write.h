@@ -5,7 +5,6 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "platform/json.h"
 
@@ -15,13 +14,25 @@ namespace tovra::json {
 // REQUIRES: text is valid UTF-8.
 void appendString(std::string& out, std::string_view text);
 
-// The members of an object as they are written: in ascending order of their names' bytes, and of
-// members with the same name only the last.
-[[nodiscard]] std::vector<Value> membersByName(const Children& members);
+// The shortest JSON number that reads back as the same double. REQUIRES: value is finite.
+[[nodiscard]] std::string numberText(double value);
 
 // Appends `value` without blanks. Numbers keep their text; of members with the same name only the
 // last is written; the members of an object are in ascending order of their names' bytes.
 // REQUIRES: value.exists().
 void appendCompact(std::string& out, Value value);
+
+// One change to a document, made while it is written.
+struct Edit {
+    // An array, to which `value` is appended, or an object, in which it becomes the member of that
+    // name in place of any there was.
+    Value target;
+    std::string name;   // of the member; without meaning for an array
+    std::string value;  // JSON text of any kind of value
+};
+
+// The whole document with `edit` made, pretty-printed: one element or member a line, two blanks
+// for each level, otherwise like appendCompact; a line feed ends it.
+[[nodiscard]] std::string prettyText(const Document& document, const Edit& edit);
 
 }  // namespace tovra::json

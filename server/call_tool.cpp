@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "server/catalogue.h"
+#include "store/recording.h"
 
 namespace tovra {
 
@@ -13,10 +14,14 @@ ToolResult callTool(std::string_view name, json::Value arguments, bool readOnly)
     const auto catalogue = tools();
     const auto tool = std::find_if(catalogue.begin(), catalogue.end(),
                                    [&](const ToolDefinition& it) { return it.name == name; });
-    if (tool == catalogue.end() || tool->operation == nullptr) {
+    if (tool == catalogue.end()) {
         return {"Unknown tool: " + std::string(name), true};
     }
-    return {tool->operation(arguments), false};
+    try {
+        return {tool->operation(arguments), false};
+    } catch (const RecordingError& error) {
+        return {std::string("Error: ") + error.what(), true};
+    }
 }
 
 }  // namespace tovra

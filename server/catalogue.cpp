@@ -47,12 +47,12 @@ constexpr std::array<ToolDefinition, 7> kTools = {{
      R"json("note":{"type":"string"},)json"
      R"json("account":{"type":"string","description":"wallet name to attach to (optional)"}},)json"
      R"json("required":["amount"],"additionalProperties":false})json",
-     nullptr},
+     [](json::Value arguments) { return toolAddTransaction(arguments); }},
 
     {"add_to_goal", "Add money to a savings goal by name.",
      R"json({"type":"object","properties":{"goal":{"type":"string"},"amount":{"type":"number"}},)json"
      R"json("required":["goal","amount"],"additionalProperties":false})json",
-     nullptr},
+     [](json::Value arguments) { return toolAddToGoal(arguments); }},
 }};
 
 }  // namespace

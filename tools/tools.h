@@ -31,4 +31,13 @@ namespace tovra {
 // The savings goals with their progress.
 [[nodiscard]] std::string toolListGoals();
 
+// The two recording tools return their confirmation, or a text that begins with "Error: " when the
+// arguments name nothing to record. They throw RecordingError when nothing could be saved.
+
+// Appends a transaction. Arguments: amount, payee, category, type, currency, date, note, account.
+[[nodiscard]] std::string toolAddTransaction(json::Value arguments, Instant now = currentInstant());
+
+// Adds money to a savings goal. Arguments: goal, amount.
+[[nodiscard]] std::string toolAddToGoal(json::Value arguments);
+
 }  // namespace tovra

@@ -1,0 +1,143 @@
+#include "store/recording.h"
+
+#include <cerrno>
+#include <chrono>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "platform/replace_file.h"
+#include "platform/signal_hold.h"
+#include "store/data_file.h"
+
+namespace tovra {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::mutex& recordingMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
+
+std::string reasonText(int reason) {
+    return std::generic_category().message(reason);
+}
+
+// The file that a path leads to, so that a link stays a link when that file is replaced. Where it
+// leads nowhere, the path of the file that is missing.
+fs::path resolved(fs::path path) {
+    constexpr int kMostLinks = 40;
+    std::error_code error;
+    for (int i = 0; i < kMostLinks && fs::is_symlink(path, error); ++i) {
+        const fs::path link = fs::read_symlink(path, error);
+        if (error) break;
+        path = path.parent_path() / link;
+    }
+    return path;
+}
+
+fs::path directoryOf(const fs::path& file) {
+    const fs::path directory = file.parent_path();
+    return directory.empty() ? "." : directory;
+}
+
+// The file as it was read, and what a recording makes of it.
+struct Loaded {
+    std::optional<FileVersion> version;  // its text has moved into the document
+    DataFile file;
+};
+
+json::Document emptyObject() {
+    return std::move(*json::parse("{}"));
+}
+
+// Reads the file once. A file that is missing is no problem.
+Loaded loadOnce(const fs::path& path) {
+    Loaded loaded{readFileVersion(path), {path, {}, {}}};
+    const int reason = errno;
+    if (!loaded.version) {
+        loaded.file.document = emptyObject();
+        if (reason != ENOENT) {
+            loaded.file.problem = "The data file could not be read: " + reasonText(reason);
+        }
+        return loaded;
+    }
+    auto document = json::parse(std::move(loaded.version->text));
+    if (document && document->root().is(json::Kind::object)) {
+        loaded.file.document = std::move(*document);
+    } else {
+        loaded.file.document = emptyObject();
+        loaded.file.problem = "The data file does not hold a JSON object";
+    }
+    return loaded;
+}
+
+// A file with a problem may have been caught in the middle of somebody's write: it is read again a
+// few times within a quarter of a second.
+Loaded load(const fs::path& path) {
+    constexpr int kTries = 5;
+    constexpr std::chrono::milliseconds kPause(50);
+    for (int i = 1; i < kTries; ++i) {
+        Loaded loaded = loadOnce(path);
+        if (!loaded.file.problem) return loaded;
+        std::this_thread::sleep_for(kPause);
+    }
+    return loadOnce(path);
+}
+
+// One attempt, under the lock: nothing comes back when another writer was quicker.
+std::optional<std::string> attempt(const std::function<Change(const DataFile&)>& change,
+                                   const fs::path& path, const DirectoryLock* lock,
+                                   FileSystem& system) {
+    const Loaded loaded = load(path);
+    const Change made = change(loaded.file);
+    if (!made.edit) return made.text;
+    if (lock == nullptr) {
+        fs::create_directories(directoryOf(path));
+        return std::nullopt;
+    }
+    const FileVersion* before = loaded.version ? &*loaded.version : nullptr;
+    const std::string bytes = json::prettyText(loaded.file.document, *made.edit);
+    if (replaceFile(system, path, *lock, before, loaded.file.document.text(), bytes) ==
+        Replacement::changed) {
+        return std::nullopt;
+    }
+    return made.text;
+}
+
+// The lock of the directory; none where the directory does not exist.
+std::optional<DirectoryLock> lockDirectory(const fs::path& directory) {
+    std::error_code error;
+    if (!fs::exists(directory, error)) return std::nullopt;
+    return DirectoryLock(directory);
+}
+
+}  // namespace
+
+RecordingError::RecordingError(const std::string& problem, const fs::path& file)
+    : std::runtime_error(problem + " (" + file.string() + "). Nothing was changed.") {}
+
+std::string record(const std::function<Change(const DataFile&)>& change, FileSystem& system) {
+    constexpr int kMostTries = 16;
+    const SignalHold hold;
+    const std::scoped_lock guard(recordingMutex());
+    const fs::path path = resolved(dataFileURL());
+    try {
+        for (int i = 0; i < kMostTries; ++i) {
+            const auto lock = lockDirectory(directoryOf(path));
+            if (auto text = attempt(change, path, lock ? &*lock : nullptr, system)) return *text;
+        }
+    } catch (const std::system_error& error) {
+        throw RecordingError(
+            "The data file could not be saved: " + reasonText(error.code().value()), path);
+    }
+    throw RecordingError("The data file could not be saved: other programs keep changing it", path);
+}
+
+void finishRecordings() {
+    recordingMutex().lock();
+}
+
+}  // namespace tovra

@@ -1,0 +1,44 @@
+#include <cmath>
+
+#include "platform/json_write.h"
+#include "platform/unicode.h"
+#include "store/fields.h"
+#include "store/money.h"
+#include "store/recording.h"
+#include "tools/tools.h"
+
+namespace tovra {
+namespace {
+
+// The first goal of that name, without regard to letter case; absent when there is none.
+json::Value findGoal(json::Value data, std::string_view name) {
+    for (const json::Value goal : objectArrayField(data, "goals")) {
+        if (equalIgnoringCase(stringField(goal, "name"), name)) return goal;
+    }
+    return {};
+}
+
+}  // namespace
+
+std::string toolAddToGoal(json::Value arguments) {
+    const std::string name(stringField(arguments, "goal"));
+    const double amount = numberField(arguments, "amount");
+    if (!(amount > 0)) return "Error: amount must be greater than zero.";
+
+    return record([&](const DataFile& file) -> Change {
+        const json::Value goal = findGoal(file.data(), name);
+        if (!goal.exists()) {
+            return {{}, "Error: no goal named \"" + name + "\". Use list_goals to see goals."};
+        }
+        const double total = numberField(goal, "saved") + amount;
+        if (!std::isfinite(total)) file.refuse("The new total is too large to be recorded");
+
+        const std::string_view currency = stringField(goal, "currency");
+        std::string text = "Added " + moneyText(currency, amount) + " to \"";
+        text += stringField(goal, "name");
+        text += "\". New total: " + moneyText(currency, total) + ".";
+        return {json::Edit{goal, "saved", json::numberText(total)}, std::move(text)};
+    });
+}
+
+}  // namespace tovra

@@ -1,0 +1,113 @@
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <utility>
+
+#include "platform/json_write.h"
+#include "platform/unicode.h"
+#include "platform/uuid.h"
+#include "store/currencies.h"
+#include "store/fields.h"
+#include "store/money.h"
+#include "store/recording.h"
+#include "tools/tools.h"
+
+namespace tovra {
+namespace {
+
+// The transaction that a call asks for, as far as its arguments alone tell.
+struct NewTransaction {
+    std::string id;
+    std::string date;
+    std::string_view payee;
+    std::string_view category;
+    double amount;
+    std::string currency;  // empty: the base currency
+    std::string_view type;
+    std::string_view note;
+    std::string_view account;  // the name of the account to attach to; empty: none
+};
+
+std::string_view knownType(std::string_view type) {
+    constexpr std::array<std::string_view, 3> kTypes = {"Income", "Expense", "Transfer"};
+    return std::find(kTypes.begin(), kTypes.end(), type) != kTypes.end() ? type : "Expense";
+}
+
+NewTransaction readArguments(json::Value arguments, Instant now) {
+    DayFormatter dayFormatter;
+    const auto date = parseDate(stringField(arguments, "date"), dayFormatter);
+    const std::string_view category = stringField(arguments, "category");
+    return {.id = randomUuid(),
+            .date = isoFormatter.format(date.value_or(now)),
+            .payee = stringField(arguments, "payee"),
+            .category = category.empty() ? "Other" : category,
+            .amount = numberField(arguments, "amount"),
+            .currency = upperCased(stringField(arguments, "currency")),
+            .type = knownType(stringField(arguments, "type")),
+            .note = stringField(arguments, "note"),
+            .account = stringField(arguments, "account")};
+}
+
+// The first account of that name, without regard to letter case; absent when there is none.
+json::Value findAccount(json::Value data, std::string_view name) {
+    if (name.empty()) return {};
+    for (const json::Value account : objectArrayField(data, "accounts")) {
+        if (equalIgnoringCase(stringField(account, "name"), name)) return account;
+    }
+    return {};
+}
+
+std::string recordText(const NewTransaction& transaction, std::string_view currency,
+                       json::Value account) {
+    std::string text;
+    const auto member = [&text](std::string_view name, std::string_view value) {
+        text += text.empty() ? '{' : ',';
+        json::appendString(text, name);
+        text += ':';
+        json::appendString(text, value);
+    };
+    member("id", transaction.id);
+    member("date", transaction.date);
+    member("payee", transaction.payee);
+    member("category", transaction.category);
+    member("currency", currency);
+    member("type", transaction.type);
+    member("note", transaction.note);
+    if (account.exists()) member("accountID", stringField(account, "id"));
+    return text + ",\"amount\":" + json::numberText(transaction.amount) + "}";
+}
+
+json::Edit appendRecord(const DataFile& file, const std::string& record) {
+    const json::Value transactions = file.data().member("transactions");
+    if (!transactions.exists()) return {file.data(), "transactions", "[" + record + "]"};
+    if (!transactions.isArrayOfObjects()) {
+        file.refuse("The member \"transactions\" of the data file is not a list of objects");
+    }
+    return {transactions, "", record};
+}
+
+}  // namespace
+
+std::string toolAddTransaction(json::Value arguments, Instant now) {
+    const NewTransaction transaction = readArguments(arguments, now);
+    if (!(transaction.amount > 0)) return "Error: amount must be greater than zero.";
+
+    return record([&](const DataFile& file) -> Change {
+        if (file.problem) file.refuse(*file.problem);
+        if (std::isinf(transaction.amount)) file.refuse("The amount is too large to be recorded");
+        const std::string_view currency =
+            transaction.currency.empty() ? baseCurrency(file.data()) : transaction.currency;
+        const json::Value account = findAccount(file.data(), transaction.account);
+
+        std::string text = "Added: ";
+        text += transaction.type == "Expense" ? "−" : "+";
+        text += moneyText(currency, transaction.amount) + " ";
+        text += transaction.payee;
+        text += " [";
+        text += transaction.category;
+        text += "]. Reopen or refresh Tovra to see it.";
+        return {appendRecord(file, recordText(transaction, currency, account)), std::move(text)};
+    });
+}
+
+}  // namespace tovra
