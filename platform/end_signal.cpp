@@ -5,11 +5,15 @@
 namespace tovra {
 namespace {
 
+// SIGHUP only where it means anything: who starts a program to outlive the terminal ignores it.
 sigset_t endSignals() {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);
     sigaddset(&signals, SIGINT);
+    struct sigaction hangup {};
+    if (sigaction(SIGHUP, nullptr, &hangup) == 0 && hangup.sa_handler != SIG_IGN)
+        sigaddset(&signals, SIGHUP);
     return signals;
 }
 

@@ -1,4 +1,4 @@
-// The signals that ask the process to end: SIGTERM and SIGINT.
+// The signals that ask the process to end: SIGTERM, SIGINT, and SIGHUP unless it is ignored.
 #pragma once
 
 namespace tovra {

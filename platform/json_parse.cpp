@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "platform/json.h"
+#include "platform/memory.h"
 
 namespace tovra::json {
 namespace {
@@ -130,7 +131,9 @@ class Builder {
           room_(tokenCount + 2),
           nodes_(std::make_unique_for_overwrite<Node[]>(room_)),
           closed_(1),
-          stack_(room_) {}
+          stack_(room_) {
+        preferLargePages(nodes_.get(), room_ * sizeof(Node) / 2);
+    }
 
     // False when the text is no JSON. The root is the first node.
     bool build(Storage& storage) {
@@ -308,7 +311,9 @@ class Builder {
 }  // namespace
 
 Text::Text(std::size_t size)
-    : bytes_(std::make_unique_for_overwrite<char[]>(2 * size + kPadding)), size_(size) {}
+    : bytes_(std::make_unique_for_overwrite<char[]>(2 * size + kPadding)), size_(size) {
+    preferLargePages(bytes_.get(), size);
+}
 
 Text::Text(std::string_view bytes) : Text(bytes.size()) {
     std::copy(bytes.begin(), bytes.end(), bytes_.get());
@@ -324,8 +329,11 @@ std::optional<Document> parse(Text text) {
 
     std::unique_ptr<simdjson::internal::dom_parser_implementation> scanner;
     const auto* implementation = &*simdjson::get_active_implementation();
-    if (implementation->create_dom_parser_implementation(size, 1, scanner) != simdjson::SUCCESS ||
-        scanner->stage1(reinterpret_cast<const std::uint8_t*>(bytes), size,
+    if (implementation->create_dom_parser_implementation(size, 1, scanner) != simdjson::SUCCESS) {
+        return std::nullopt;
+    }
+    preferLargePages(scanner->structural_indexes.get(), size * sizeof(std::uint32_t));
+    if (scanner->stage1(reinterpret_cast<const std::uint8_t*>(bytes), size,
                         simdjson::stage1_mode::regular) != simdjson::SUCCESS) {
         return std::nullopt;
     }

@@ -2,6 +2,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/memory.h"
 #include "platform/user_directories.h"
 #include "server/settings.h"
 #include "server/stdio.h"
@@ -10,6 +11,8 @@ int main(int argc, char** argv) {
     // A reader that went away and a file that may not grow are errors of a write, not our end.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+
+    tovra::returnFreedMemory();
 
     const std::vector<std::string_view> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
     const tovra::Settings settings =

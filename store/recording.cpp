@@ -55,10 +55,10 @@ json::Document emptyObject() {
 
 // Reads the file once. A file that is missing is no problem.
 Loaded loadOnce(const fs::path& path) {
-    Loaded loaded{readFileVersion(path), {path, {}, {}}};
+    auto version = readFileVersion(path);
     const int reason = errno;
+    Loaded loaded{std::move(version), {path, emptyObject(), {}}};
     if (!loaded.version) {
-        loaded.file.document = emptyObject();
         if (reason != ENOENT) {
             loaded.file.problem = "The data file could not be read: " + reasonText(reason);
         }
@@ -68,7 +68,6 @@ Loaded loadOnce(const fs::path& path) {
     if (document && document->root().is(json::Kind::object)) {
         loaded.file.document = std::move(*document);
     } else {
-        loaded.file.document = emptyObject();
         loaded.file.problem = "The data file does not hold a JSON object";
     }
     return loaded;

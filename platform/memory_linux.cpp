@@ -1,0 +1,29 @@
+#include "platform/memory.h"
+
+#include <malloc.h>
+#include <sys/mman.h>
+
+#include <cstdint>
+
+namespace tovra {
+
+void preferLargePages(void* begin, std::size_t size) {
+    constexpr std::size_t kLargePage = std::size_t{2} << 20;
+    if (size < 2 * kLargePage) return;
+    // The C library maps a block of this size on its own, a few bytes behind the start of a page.
+    constexpr std::uintptr_t kPage = 4096;
+    const auto address = reinterpret_cast<std::uintptr_t>(begin);
+    const std::uintptr_t first = (address + kPage - 1) / kPage * kPage;
+    const std::uintptr_t last = (address + size) / kPage * kPage;
+    ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+}
+
+void returnFreedMemory() {
+#ifdef M_MMAP_THRESHOLD
+    constexpr int kLargeBlock = 1 << 20;
+    ::mallopt(M_MMAP_THRESHOLD, kLargeBlock);
+    ::mallopt(M_TRIM_THRESHOLD, kLargeBlock);
+#endif
+}
+
+}  // namespace tovra

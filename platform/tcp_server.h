@@ -1,0 +1,75 @@
+// A TCP server for protocols of one request and one answer per connection.
+//
+// It knows sockets, threads and time; what the bytes mean is known to the protocol above, which
+// hands in an Exchange for each connection. A connection is read until its exchange is complete, is
+// sent the answer, and is closed. One that ends, fails or takes too long before that is closed
+// without an answer and without a word.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace tovra {
+
+// One request and its answer, kept until the answer was sent or given up. The calls come one after
+// another, though from different threads. One that throws a std::exception, as it may when memory
+// runs out, ends its connection unanswered.
+class Exchange {
+  public:
+    enum class Progress { needMore, complete };
+
+    Exchange() = default;
+    Exchange(const Exchange&) = delete;
+    Exchange& operator=(const Exchange&) = delete;
+    virtual ~Exchange() = default;
+
+    // Takes the next bytes received, at least one. Must be quick. Once it has returned `complete`
+    // it is not called again, and what else the client sends is thrown away.
+    virtual Progress receive(std::string_view bytes) = 0;
+    // The answer, called once after `complete`. May take long: it keeps no other connection waiting
+    // as long as fewer than TcpLimits::calls of these calls are running.
+    virtual std::string answer() = 0;
+};
+
+using ExchangeFactory = std::function<std::unique_ptr<Exchange>()>;
+
+struct TcpLimits {
+    std::size_t connections = 256;  // open at once; further ones wait to be accepted
+    std::size_t calls = 8;          // answers worked on at once
+    std::chrono::milliseconds requestTime{30'000};  // from the acceptance to the whole request
+    std::chrono::milliseconds sendTime{30'000};     // for the client to take the answer
+    std::chrono::milliseconds drainTime{1'000};     // for the client to end its side after that
+    std::chrono::milliseconds acceptPause{100};     // after a failure, as when descriptors run out
+};
+
+// A running server. Its functions may be called from any thread but its own.
+class TcpServer {
+  public:
+    // Listens on 127.0.0.1:`port` (0: a port that the system picks) and serves until it is stopped.
+    // Nothing comes back where that is not possible, for instance because the port is taken.
+    // `newExchange` may be called from several threads.
+    [[nodiscard]] static std::unique_ptr<TcpServer> listen(std::uint16_t port,
+                                                           const TcpLimits& limits,
+                                                           ExchangeFactory newExchange);
+    class Implementation;
+    explicit TcpServer(std::unique_ptr<Implementation> implementation);
+    TcpServer(const TcpServer&) = delete;
+    TcpServer& operator=(const TcpServer&) = delete;
+    // Stops, waits for the calls that are running and closes every connection.
+    ~TcpServer();
+
+    [[nodiscard]] std::uint16_t port() const;
+    // Begins no further call of an exchange, reads and sends nothing more. Returns at once: calls
+    // that are running go on.
+    void stop();
+
+  private:
+    std::unique_ptr<Implementation> implementation_;
+};
+
+}  // namespace tovra
