@@ -7,15 +7,6 @@
 
 namespace tovra::json {
 
-std::optional<std::string_view> Value::string() const {
-    if (!is(Kind::string)) return std::nullopt;
-    return std::string_view(storage_->bytes.get() + node_->start, node_->extent);
-}
-
-std::string_view Value::numberText() const {
-    return {storage_->bytes.get() + node_->start, node_->extent};
-}
-
 std::optional<double> Value::number() const {
     if (!is(Kind::number)) return std::nullopt;
     const std::string_view text = numberText();
@@ -38,7 +29,8 @@ Value Value::member(std::string_view name) const {
     const char* bytes = storage_->bytes.get();
     for (const Node* node = first + node_->extent; node != first;) {
         --node;
-        if (std::string_view(bytes + node->key, node->keyLength) == name) return {*node, *storage_};
+        if (std::string_view(bytes + node->key, node->nameLength()) == name)
+            return {*node, *storage_};
     }
     return {};
 }
@@ -46,10 +38,6 @@ Value Value::member(std::string_view name) const {
 Children Value::children() const {
     if (!is(Kind::array) && !is(Kind::object)) return {};
     return {storage_->nodes.get() + node_->start, node_->extent, storage_};
-}
-
-std::string_view Value::name() const {
-    return {storage_->bytes.get() + node_->key, node_->keyLength};
 }
 
 Value Document::root() const {

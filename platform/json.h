@@ -56,13 +56,18 @@ struct Node {
     std::uint32_t start;  // string, number: offset of its bytes; array, object: first child's index
     std::uint32_t extent;  // string, number: length in bytes; array, object: number of children
     std::uint32_t key;     // offset of the member's name; nothing where the parent is no object
-    std::uint32_t keyLength : 27;
-    std::uint32_t keyEscaped : 1;  // the name may need escapes when it is written
-    std::uint32_t flag : 1;  // string: may need escapes when written; array: holds objects only
-    std::uint32_t kindBits : 3;
+    // From the lowest: three bits of kind, a flag (string: may need escapes when it is written;
+    // array: holds objects only), whether the name may need escapes, the name's length.
+    std::uint32_t bits;
 
-    [[nodiscard]] Kind kind() const { return static_cast<Kind>(kindBits); }
-    void setKind(Kind kind) { kindBits = static_cast<std::uint32_t>(kind) & 7U; }
+    static constexpr std::uint32_t kFlag = 1U << 3;
+    static constexpr std::uint32_t kNameEscaped = 1U << 4;
+    static constexpr unsigned kLengthShift = 5;
+
+    [[nodiscard]] Kind kind() const { return static_cast<Kind>(bits & 7U); }
+    [[nodiscard]] bool flag() const { return (bits & kFlag) != 0; }
+    [[nodiscard]] bool nameEscaped() const { return (bits & kNameEscaped) != 0; }
+    [[nodiscard]] std::uint32_t nameLength() const { return bits >> kLengthShift; }
 };
 static_assert(sizeof(Node) == 16);
 
@@ -83,16 +88,21 @@ class Value {
 
     [[nodiscard]] bool exists() const { return node_ != nullptr; }
     [[nodiscard]] bool is(Kind kind) const { return exists() && node_->kind() == kind; }
-    [[nodiscard]] bool isArrayOfObjects() const { return is(Kind::array) && node_->flag != 0; }
+    [[nodiscard]] bool isArrayOfObjects() const { return is(Kind::array) && node_->flag(); }
 
     // The value's text where it is a string: valid UTF-8, escapes resolved, U+0000 possible.
-    [[nodiscard]] std::optional<std::string_view> string() const;
+    [[nodiscard]] std::optional<std::string_view> string() const {
+        if (!is(Kind::string)) return std::nullopt;
+        return std::string_view(storage_->bytes.get() + node_->start, node_->extent);
+    }
     // The value where it is a number, rounded to the nearest double; beyond the largest double
     // it is infinite.
     [[nodiscard]] std::optional<double> number() const;
     [[nodiscard]] std::optional<bool> boolean() const;
     // The text of a number as it was written. REQUIRES: is(Kind::number).
-    [[nodiscard]] std::string_view numberText() const;
+    [[nodiscard]] std::string_view numberText() const {
+        return {storage_->bytes.get() + node_->start, node_->extent};
+    }
 
     // The member of that name; absent where there is none or this is no object. Where a name
     // occurs more than once the last one wins.
@@ -101,7 +111,9 @@ class Value {
     // anything else. Members with the same name all appear.
     [[nodiscard]] Children children() const;
     // The name of this member. REQUIRES: the value was reached as a member of an object.
-    [[nodiscard]] std::string_view name() const;
+    [[nodiscard]] std::string_view name() const {
+        return {storage_->bytes.get() + node_->key, node_->nameLength()};
+    }
 
     [[nodiscard]] const Node* node() const { return node_; }
 

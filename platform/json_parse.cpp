@@ -1,21 +1,19 @@
-// Parsing: simdjson finds where the tokens of a text begin and checks its UTF-8 and the control
-// characters in its strings; the builder below walks over those places, checks the grammar and
-// lays out the tree. It copies no text: only strings with escapes are decoded, into the room behind
+// Parsing: the builder below walks over the tokens of a text, checks the grammar and lays out the
+// tree. It copies no text: only strings with escapes are decoded, into the room behind
 // the text.
-#include <simdjson.h>
-
 #include <algorithm>
 #include <array>
 #include <cstring>
 
 #include "platform/json.h"
+#include "platform/json_tokens.h"
 #include "platform/memory.h"
 
 namespace tovra::json {
 namespace {
 
-constexpr std::size_t kPadding = simdjson::SIMDJSON_PADDING;
-constexpr std::uint32_t kMaxKeyLength = (1U << 27) - 1;
+constexpr std::size_t kPadding = Tokens::kPadding;
+constexpr std::size_t kMaxNameLength = (1U << (32 - Node::kLengthShift)) - 1;
 
 bool isBlank(char c) {
     return c == ' ' || c == '\n' || c == '\r' || c == '\t';
@@ -114,52 +112,72 @@ const char* endOfNumber(const char* p) {
     return p;
 }
 
+enum class Outcome { built, noJson, noRoom };
+
 // Builds the tree over one text. Finished children of the containers that are still open wait on a
 // stack at the far end of the node array, growing downwards; when a container closes, its children
-// move together to the near end. A node has a token of its own and a bracket or separator beside
-// it, so there are at most half as many nodes as tokens, and a node for every token is room enough
-// for the children that move, too. What is never used of it costs no memory.
+// move together to the near end.
 class Builder {
   public:
-    Builder(Storage& storage, std::size_t size, const std::uint32_t* tokens, std::size_t tokenCount)
+    // `room` is the number of nodes that there shall be room for, those that move counted twice.
+    Builder(const Storage& storage, std::size_t size, std::size_t room)
         : text_(storage.bytes.get()),
-          tokens_(tokens),
-          endOfTokens_(tokens + tokenCount),
+          tokens_(std::string_view(text_, size)),
           end_(text_ + size),
           backslash_(nextBackslash(text_)),
           decoded_(storage.bytes.get() + size + kPadding),
-          room_(tokenCount + 2),
-          nodes_(std::make_unique_for_overwrite<Node[]>(room_)),
+          nodes_(std::make_unique_for_overwrite<Node[]>(room)),
           closed_(1),
-          stack_(room_) {
-        preferLargePages(nodes_.get(), room_ * sizeof(Node) / 2);
+          stack_(room) {
+        preferLargePages(nodes_.get(), room * sizeof(Node));
     }
 
-    // False when the text is no JSON. The root is the first node.
-    bool build(Storage& storage) {
-        if (!open(Node{})) return false;
+    // The root is the first node.
+    Outcome build(Storage& storage) {
+        if (!walk() || !tokens_.isAtEnd() || tokens_.failed()) {
+            return isFull_ ? Outcome::noRoom : Outcome::noJson;
+        }
+        storage.nodes = std::move(nodes_);
+        return Outcome::built;
+    }
+
+  private:
+    // A member's name, in the form in which its node holds it.
+    struct Name {
+        std::uint32_t key = 0;
+        std::uint32_t bits = 0;
+    };
+
+    // A container that is not closed yet.
+    struct Open {
+        Name name;
+        Kind kind;
+        bool objectsOnly;        // it holds nothing else so far
+        std::size_t stackBelow;  // where the stack was when it opened
+    };
+
+    // The text of a token.
+    struct Span {
+        const char* begin;
+        const char* end;
+        bool escaped;
+    };
+
+    bool walk() {
+        if (!open(Name())) return false;
         while (depth_ > 0) {
-            if (!(justOpened_ && isClosingBracket(text_[*tokens_]))) {
+            if (!(justOpened_ && isClosingBracket(*tokens_))) {
                 if (!value()) return false;
                 if (justOpened_) continue;
             }
             justOpened_ = false;
-            while (depth_ > 0 && text_[*tokens_] != ',') {
+            while (depth_ > 0 && *tokens_ != ',') {
                 if (!close()) return false;
             }
             if (depth_ > 0) ++tokens_;
         }
-        if (tokens_ != endOfTokens_) return false;
-        storage.nodes = std::move(nodes_);
         return true;
     }
-
-  private:
-    // A container that is not closed yet.
-    struct Open {
-        Node node;               // its name and kind; the rest comes when it closes
-        std::size_t stackBelow;  // where the stack was when it opened
-    };
 
     const char* nextBackslash(const char* from) const {
         const void* found = std::memchr(from, '\\', static_cast<std::size_t>(end_ - from));
@@ -174,99 +192,108 @@ class Builder {
     // only the opening bracket.
     bool value() {
         justOpened_ = false;
-        Node node{};
-        Node& parent = open_[depth_ - 1].node;
-        if (parent.kind() == Kind::object && !name(node)) return false;
-        const char first = text_[*tokens_];
-        if (first == '{' || first == '[') return open(node);
-        if (!(first == '"' ? string(node) : scalar(node))) return false;
-        parent.flag = 0;
-        nodes_[--stack_] = node;
-        return true;
+        Open& parent = open_[depth_ - 1];
+        Name name;
+        if (parent.kind == Kind::object && !readName(name)) return false;
+        const char first = *tokens_;
+        if (first == '{' || first == '[') return open(name);
+        parent.objectsOnly = false;
+        if (first != '"') return scalar(name);
+        Span text;
+        return string(text) && push(name, Kind::string, text.escaped, offset(text.begin),
+                                    static_cast<std::size_t>(text.end - text.begin));
     }
 
-    bool name(Node& node) {
-        if (text_[*tokens_] != '"') return false;
-        Node text{};
-        if (!string(text) || text.extent > kMaxKeyLength || text_[*tokens_] != ':') return false;
+    bool readName(Name& name) {
+        Span text;
+        if (*tokens_ != '"' || !string(text) || *tokens_ != ':') return false;
         ++tokens_;
-        node.key = text.start;
-        node.keyLength = text.extent & kMaxKeyLength;
-        node.keyEscaped = text.flag;
+        const auto length = static_cast<std::size_t>(text.end - text.begin);
+        if (length > kMaxNameLength) return false;
+        name.key = offset(text.begin);
+        name.bits = static_cast<std::uint32_t>(length) << Node::kLengthShift |
+                    (text.escaped ? Node::kNameEscaped : 0);
         return true;
     }
 
-    bool open(const Node& named) {
-        const char bracket = text_[*tokens_];
+    bool open(const Name& name) {
+        const char bracket = *tokens_;
         if ((bracket != '{' && bracket != '[') || depth_ == kMaxDepth) return false;
         ++tokens_;
-        Open& opened = open_[depth_++];
-        opened.node = named;
-        opened.node.setKind(bracket == '{' ? Kind::object : Kind::array);
-        opened.node.flag = 1;
-        opened.stackBelow = stack_;
+        open_[depth_++] = {name, bracket == '{' ? Kind::object : Kind::array, true, stack_};
         justOpened_ = true;
         return true;
     }
 
     bool close() {
-        Open& closing = open_[depth_ - 1];
-        const bool isObject = closing.node.kind() == Kind::object;
-        if (text_[*tokens_] != (isObject ? '}' : ']')) return false;
+        const Open& closing = open_[depth_ - 1];
+        if (*tokens_ != (closing.kind == Kind::object ? '}' : ']')) return false;
         ++tokens_;
         const std::size_t count = closing.stackBelow - stack_;
-        closing.node.start = static_cast<std::uint32_t>(closed_);
-        closing.node.extent = static_cast<std::uint32_t>(count);
+        if (stack_ - closed_ < count) {
+            isFull_ = true;
+            return false;
+        }
         const Node* children = nodes_.get() + stack_;
         std::reverse_copy(children, children + count, nodes_.get() + closed_);
+        const auto first = static_cast<std::uint32_t>(closed_);
         closed_ += count;
         stack_ = closing.stackBelow;
         if (--depth_ == 0) {
-            nodes_[0] = closing.node;
-        } else {
-            if (!isObject) open_[depth_ - 1].node.flag = 0;
-            nodes_[--stack_] = closing.node;
+            nodes_[0] = makeNode(closing.name, closing.kind, closing.objectsOnly, first, count);
+            return true;
         }
+        if (closing.kind == Kind::array) open_[depth_ - 1].objectsOnly = false;
+        return push(closing.name, closing.kind, closing.objectsOnly, first, count);
+    }
+
+    static Node makeNode(const Name& name, Kind kind, bool flag, std::uint32_t start,
+                         std::size_t extent) {
+        return {start, static_cast<std::uint32_t>(extent), name.key,
+                name.bits | static_cast<std::uint32_t>(kind) | (flag ? Node::kFlag : 0)};
+    }
+
+    bool push(const Name& name, Kind kind, bool flag, std::uint32_t start, std::size_t extent) {
+        if (stack_ == closed_) {
+            isFull_ = true;
+            return false;
+        }
+        nodes_[--stack_] = makeNode(name, kind, flag, start, extent);
         return true;
     }
 
     // Between a string's opening quote and the next token there is its text, its closing quote and
     // blanks, nothing else.
-    bool string(Node& node) {
-        const char* begin = text_ + *tokens_ + 1;
+    bool string(Span& text) {
+        const char* begin = tokens_.place() + 1;
         ++tokens_;
-        const char* quote = text_ + *tokens_ - 1;
+        const char* quote = tokens_.place() - 1;
         while (isBlank(*quote)) --quote;
-        if (backslash_ < quote) return escapedString(node, begin, quote);
-        setText(node, Kind::string, begin, quote);
-        return true;
+        text = {begin, quote, false};
+        return backslash_ >= quote || decode(text);
     }
 
-    bool escapedString(Node& node, const char* in, const char* quote) {
+    // Puts the text with its escapes resolved in place of the text as it was written.
+    bool decode(Span& text) {
+        const char* in = text.begin;
         char* out = decoded_;
-        while (backslash_ < quote) {
+        while (backslash_ < text.end) {
             out = std::copy(in, backslash_, out);
             in = backslash_;
             if (!decodeEscape(in, out)) return false;
             backslash_ = nextBackslash(in);
         }
-        out = std::copy(in, quote, out);
-        setText(node, Kind::string, decoded_, out);
-        node.flag = 1;
+        out = std::copy(in, text.end, out);
+        text = {decoded_, out, true};
         decoded_ = out;
         return true;
     }
 
-    void setText(Node& node, Kind kind, const char* begin, const char* end) const {
-        node.start = offset(begin);
-        node.extent = static_cast<std::uint32_t>(end - begin);
-        node.setKind(kind);
-    }
-
     // A number, true, false or null. It has to reach to the next token or to a blank: what comes
     // after a blank is a token of its own.
-    bool scalar(Node& node) {
-        const char* begin = text_ + *tokens_;
+    bool scalar(const Name& name) {
+        if (tokens_.isAtEnd()) return false;
+        const char* begin = tokens_.place();
         ++tokens_;
         const char* end = nullptr;
         Kind kind = Kind::number;
@@ -288,23 +315,21 @@ class Builder {
             default:
                 end = endOfNumber(begin);
         }
-        if (end == nullptr || (end != text_ + *tokens_ && !isBlank(*end))) return false;
-        setText(node, kind, begin, end);
-        return true;
+        if (end == nullptr || (end != tokens_.place() && !isBlank(*end))) return false;
+        return push(name, kind, false, offset(begin), static_cast<std::size_t>(end - begin));
     }
 
     const char* text_;
-    const std::uint32_t* tokens_;  // offsets of the tokens; behind the last one that of the end
-    const std::uint32_t* endOfTokens_;
+    Tokens tokens_;
     const char* end_;
     const char* backslash_;  // the first one that no string before has taken
     char* decoded_;          // where the next decoded string goes
-    std::size_t room_;
     std::unique_ptr<Node[]> nodes_;
     std::size_t closed_;  // nodes below are in their final place
     std::size_t stack_;   // nodes from here on wait for their container to close
     std::array<Open, kMaxDepth> open_;
     std::size_t depth_ = 0;
+    bool isFull_ = false;      // there is no room for another node
     bool justOpened_ = false;  // the last token opened the innermost container
 };
 
@@ -327,21 +352,14 @@ std::optional<Document> parse(Text text) {
     char* bytes = storage->bytes.get();
     std::fill_n(bytes + size, kPadding, '\0');
 
-    std::unique_ptr<simdjson::internal::dom_parser_implementation> scanner;
-    const auto* implementation = &*simdjson::get_active_implementation();
-    if (implementation->create_dom_parser_implementation(size, 1, scanner) != simdjson::SUCCESS) {
-        return std::nullopt;
+    // Few texts have a value in eight bytes, none has one in less than two (with a comma), and at
+    // most all of them move at once. What is never used of the room costs no memory.
+    for (const std::size_t room : {size / 8 + 64, size + 64}) {
+        const Outcome outcome = Builder(*storage, size, room).build(*storage);
+        if (outcome == Outcome::built) return Document(std::move(storage), size);
+        if (outcome == Outcome::noJson) break;
     }
-    preferLargePages(scanner->structural_indexes.get(), size * sizeof(std::uint32_t));
-    if (scanner->stage1(reinterpret_cast<const std::uint8_t*>(bytes), size,
-                        simdjson::stage1_mode::regular) != simdjson::SUCCESS) {
-        return std::nullopt;
-    }
-    const std::size_t tokenCount = scanner->n_structural_indexes;
-    std::uint32_t* tokens = scanner->structural_indexes.get();
-    tokens[tokenCount] = static_cast<std::uint32_t>(size);
-    if (!Builder(*storage, size, tokens, tokenCount).build(*storage)) return std::nullopt;
-    return Document(std::move(storage), size);
+    return std::nullopt;
 }
 
 std::optional<Document> parse(std::string_view text) {

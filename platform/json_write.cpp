@@ -105,7 +105,7 @@ class Writer {
                 out_ += value.numberText();
                 break;
             case Kind::string:
-                writeString(*value.string(), node.flag != 0);
+                writeString(*value.string(), node.flag());
                 break;
             case Kind::array:
                 writeArray(value);
@@ -143,7 +143,7 @@ class Writer {
                 writeMember(name_, true, added_);
                 if (name_ == member.name()) continue;
             }
-            writeMember(member.name(), member.node()->keyEscaped != 0, member);
+            writeMember(member.name(), member.node()->nameEscaped(), member);
         }
         if (pending) writeMember(name_, true, added_);
         close('}');

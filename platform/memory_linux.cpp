@@ -9,7 +9,7 @@ namespace tovra {
 
 void preferLargePages(void* begin, std::size_t size) {
     constexpr std::size_t kLargePage = std::size_t{2} << 20;
-    if (size < 2 * kLargePage) return;
+    if (size < 4 * kLargePage) return;
     // The C library maps a block of this size on its own, a few bytes behind the start of a page.
     constexpr std::uintptr_t kPage = 4096;
     const auto address = reinterpret_cast<std::uintptr_t>(begin);
@@ -20,9 +20,10 @@ void preferLargePages(void* begin, std::size_t size) {
 
 void returnFreedMemory() {
 #ifdef M_MMAP_THRESHOLD
-    constexpr int kLargeBlock = 1 << 20;
+    // Below this a block is worth keeping for the next call: its pages cost more than their use.
+    constexpr int kLargeBlock = 10 << 20;
     ::mallopt(M_MMAP_THRESHOLD, kLargeBlock);
-    ::mallopt(M_TRIM_THRESHOLD, kLargeBlock);
+    ::mallopt(M_TRIM_THRESHOLD, 2 * kLargeBlock);
 #endif
 }
 

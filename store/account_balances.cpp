@@ -16,18 +16,18 @@ void AccountBalances::add(const Transaction& transaction) {
     const bool enters = transaction.isIncome();
     const bool moves = transaction.isTransfer();
     if (!enters && !moves && !transaction.isExpense()) return;
-    move(stringField(transaction.record, "accountID"), transaction, enters ? 1 : -1);
-    if (moves) move(stringField(transaction.record, "transferAccountID"), transaction, 1);
+    const double amount = transaction.amount();
+    const std::string_view currency = transaction.currency();
+    post(transaction.accountID(), enters ? amount : -amount, currency);
+    if (moves) post(transaction.transferAccountID(), amount, currency);
 }
 
-void AccountBalances::move(std::string_view accountID, const Transaction& transaction,
-                           double sign) {
+void AccountBalances::post(std::string_view accountID, double amount, std::string_view currency) {
     const auto found = byID_.find(accountID);
     if (found == byID_.end()) return;
     for (const std::size_t index : found->second) {
         Account& account = accounts_[index];
-        account.balance +=
-            sign * currencies_.convert(transaction.amount, transaction.currency, account.currency);
+        account.balance += currencies_.convert(amount, currency, account.currency);
     }
 }
 

@@ -35,7 +35,7 @@ class AccountBalances {
         double balance;
     };
 
-    void move(std::string_view accountID, const Transaction& transaction, double sign);
+    void post(std::string_view accountID, double amount, std::string_view currency);
 
     const Currencies& currencies_;
     std::vector<Account> accounts_;

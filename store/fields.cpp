@@ -2,17 +2,21 @@
 
 namespace tovra {
 
+double asNumber(json::Value value) {
+    if (const auto number = value.number()) return *number;
+    return value.is(json::Kind::trueValue) ? 1 : 0;
+}
+
+json::Children asObjectArray(json::Value value) {
+    return value.isArrayOfObjects() ? value.children() : json::Children();
+}
+
 std::string_view stringField(json::Value object, std::string_view name) {
-    return object.member(name).string().value_or(std::string_view());
+    return asString(object.member(name));
 }
 
 double numberField(json::Value object, std::string_view name) {
     return asNumber(object.member(name));
-}
-
-double asNumber(json::Value value) {
-    if (const auto number = value.number()) return *number;
-    return value.is(json::Kind::trueValue) ? 1 : 0;
 }
 
 std::optional<bool> boolField(json::Value object, std::string_view name) {
@@ -25,8 +29,7 @@ json::Value objectField(json::Value object, std::string_view name) {
 }
 
 json::Children objectArrayField(json::Value object, std::string_view name) {
-    const json::Value value = object.member(name);
-    return value.isArrayOfObjects() ? value.children() : json::Children();
+    return asObjectArray(object.member(name));
 }
 
 std::optional<std::int64_t> positiveWholeNumberField(json::Value object, std::string_view name) {

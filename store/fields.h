@@ -18,9 +18,6 @@ namespace tovra {
 // double is infinite.
 [[nodiscard]] double numberField(json::Value object, std::string_view name);
 
-// The same reading of a value that is already at hand.
-[[nodiscard]] double asNumber(json::Value value);
-
 // A JSON boolean; nothing by default, also for the numbers 0 and 1.
 [[nodiscard]] std::optional<bool> boolField(json::Value object, std::string_view name);
 
@@ -30,6 +27,13 @@ namespace tovra {
 // The elements of a JSON array whose elements are all objects; none by default, also when a single
 // element is no object.
 [[nodiscard]] json::Children objectArrayField(json::Value object, std::string_view name);
+
+// The same readings of a value that is already at hand.
+[[nodiscard]] inline std::string_view asString(json::Value value) {
+    return value.string().value_or(std::string_view());
+}
+[[nodiscard]] double asNumber(json::Value value);
+[[nodiscard]] json::Children asObjectArray(json::Value value);
 
 // A number, read like numberField and truncated toward zero, where that gives at least 1; nothing
 // where it gives less or does not fit a signed 64-bit integer.

@@ -1,4 +1,6 @@
-// The members of a transaction that balances and totals read, read once.
+// A transaction of the data document, its members found in one walk over the record instead of one
+// search for each. Every member reads as the lookups in store/fields.h would read it; where a name
+// occurs more than once the last one wins. Views into the document.
 #pragma once
 
 #include <string_view>
@@ -7,22 +9,39 @@
 
 namespace tovra {
 
-// Views into the document. The amount is in `currency`, with the sign as stored.
-struct Transaction {
-    explicit Transaction(json::Value record_)
-        : record(record_),
-          type(stringField(record_, "type")),
-          currency(stringField(record_, "currency")),
-          amount(numberField(record_, "amount")) {}
+class Transaction {
+  public:
+    explicit Transaction(json::Value record);
 
-    [[nodiscard]] bool isIncome() const { return type == "Income"; }
-    [[nodiscard]] bool isExpense() const { return type == "Expense"; }
-    [[nodiscard]] bool isTransfer() const { return type == "Transfer"; }
+    [[nodiscard]] std::string_view type() const { return asString(type_); }
+    [[nodiscard]] std::string_view date() const { return asString(date_); }
+    // In the transaction's currency, with the sign as stored.
+    [[nodiscard]] double amount() const { return asNumber(amount_); }
+    [[nodiscard]] std::string_view currency() const { return asString(currency_); }
+    [[nodiscard]] std::string_view accountID() const { return asString(accountID_); }
+    [[nodiscard]] std::string_view transferAccountID() const {
+        return asString(transferAccountID_);
+    }
+    [[nodiscard]] std::string_view payee() const { return asString(payee_); }
+    [[nodiscard]] std::string_view category() const { return asString(category_); }
+    [[nodiscard]] std::string_view subcategory() const { return asString(subcategory_); }
+    [[nodiscard]] json::Children splits() const { return asObjectArray(splits_); }
 
-    json::Value record;
-    std::string_view type;
-    std::string_view currency;
-    double amount;
+    [[nodiscard]] bool isIncome() const { return type() == "Income"; }
+    [[nodiscard]] bool isExpense() const { return type() == "Expense"; }
+    [[nodiscard]] bool isTransfer() const { return type() == "Transfer"; }
+
+  private:
+    json::Value type_;
+    json::Value date_;
+    json::Value amount_;
+    json::Value currency_;
+    json::Value accountID_;
+    json::Value transferAccountID_;
+    json::Value payee_;
+    json::Value category_;
+    json::Value subcategory_;
+    json::Value splits_;
 };
 
 }  // namespace tovra

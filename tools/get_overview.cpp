@@ -20,10 +20,10 @@ class MonthTotals {
 
     void add(const Transaction& transaction) {
         if (!transaction.isIncome() && !transaction.isExpense()) return;
-        const auto date = parseDate(stringField(transaction.record, "date"), dayFormatter_);
+        const auto date = parseDate(transaction.date(), dayFormatter_);
         if (!date || !bounds_.contains(*date)) return;
         (transaction.isIncome() ? income : spending) +=
-            currencies_.convertToBase(transaction.amount, transaction.currency);
+            currencies_.convertToBase(transaction.amount(), transaction.currency());
     }
 
     double income = 0;

@@ -26,15 +26,16 @@ class MonthSpending {
 
     void add(const Transaction& transaction) {
         if (!transaction.isExpense()) return;
-        const auto category = categories_.find(stringField(transaction.record, "category"));
+        const auto category = categories_.find(transaction.category());
         if (category == categories_.end()) return;
-        const auto date = parseDate(stringField(transaction.record, "date"), dayFormatter_);
+        const auto date = parseDate(transaction.date(), dayFormatter_);
         if (!date || !bounds_.contains(*date)) return;
 
-        const double amount = currencies_.convertToBase(transaction.amount, transaction.currency);
+        const double amount =
+            currencies_.convertToBase(transaction.amount(), transaction.currency());
         category->second.total += amount;
         auto& parts = category->second.bySubcategory;
-        const auto part = parts.find(stringField(transaction.record, "subcategory"));
+        const auto part = parts.find(transaction.subcategory());
         if (part != parts.end()) part->second += amount;
     }
 

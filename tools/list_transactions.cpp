@@ -7,8 +7,8 @@
 #include "platform/unicode.h"
 #include "store/data_file.h"
 #include "store/dates.h"
-#include "store/fields.h"
 #include "store/money.h"
+#include "store/transaction.h"
 #include "tools/tools.h"
 
 namespace tovra {
@@ -43,21 +43,21 @@ Filter readFilter(json::Value arguments, Instant now) {
     return filter;
 }
 
-bool matchesText(json::Value transaction, const Filter& filter) {
-    if (filter.type != "All" && stringField(transaction, "type") != filter.type) return false;
-    return filter.search.empty() ||
-           lowerCasedContains(stringField(transaction, "payee"), filter.search) ||
-           lowerCasedContains(stringField(transaction, "category"), filter.search);
+bool matchesText(const Transaction& transaction, const Filter& filter) {
+    if (filter.type != "All" && transaction.type() != filter.type) return false;
+    return filter.search.empty() || lowerCasedContains(transaction.payee(), filter.search) ||
+           lowerCasedContains(transaction.category(), filter.search);
 }
 
 std::vector<Match> matching(const json::Children& transactions, const Filter& filter,
                             DayFormatter& dayFormatter) {
     std::vector<Match> matches;
-    for (const json::Value transaction : transactions) {
+    for (const json::Value record : transactions) {
+        const Transaction transaction(record);
         if (!matchesText(transaction, filter)) continue;
-        const auto date = parseDate(stringField(transaction, "date"), dayFormatter);
+        const auto date = parseDate(transaction.date(), dayFormatter);
         if (filter.earliest && date && *date < *filter.earliest) continue;
-        matches.push_back({transaction, date, matches.size()});
+        matches.push_back({record, date, matches.size()});
     }
     return matches;
 }
@@ -72,12 +72,13 @@ void sortNewestFirst(std::vector<Match>& matches, std::size_t count) {
 }
 
 void appendRow(std::string& text, const Match& match, const DayFormatter& dayFormatter) {
-    const std::string_view payee = stringField(match.record, "payee");
-    const std::string_view category = stringField(match.record, "category");
+    const Transaction transaction(match.record);
+    const std::string_view payee = transaction.payee();
+    const std::string_view category = transaction.category();
     text += match.date ? dayFormatter.format(*match.date) : "?";
     text += "  ";
-    text += stringField(match.record, "type") == "Expense" ? "−" : "+";
-    text += moneyText(stringField(match.record, "currency"), numberField(match.record, "amount"));
+    text += transaction.isExpense() ? "−" : "+";
+    text += moneyText(transaction.currency(), transaction.amount());
     text += "  ";
     text += payee.empty() ? category : payee;
     text += " [";

@@ -35,12 +35,12 @@ Period readPeriod(json::Value arguments, Instant now) {
 
 // Adds the parts of a split transaction, or else the transaction itself.
 void addExpense(CategoryTotals& totals, const Transaction& expense, const Currencies& currencies) {
-    const double rate = currencies.rateToBase(expense.currency);
-    const json::Children splits = objectArrayField(expense.record, "splits");
+    const double rate = currencies.rateToBase(expense.currency());
+    const json::Children splits = expense.splits();
     for (const json::Value split : splits) {
         totals[stringField(split, "category")] += numberField(split, "amount") * rate;
     }
-    if (splits.empty()) totals[stringField(expense.record, "category")] += expense.amount * rate;
+    if (splits.empty()) totals[expense.category()] += expense.amount() * rate;
 }
 
 // The largest total first; equal totals by the bytes of the category.
@@ -68,7 +68,7 @@ std::string toolSpendingByCategory(json::Value arguments, Instant now) {
     for (const json::Value record : objectArrayField(document.root(), "transactions")) {
         const Transaction transaction(record);
         if (!transaction.isExpense()) continue;
-        const auto date = parseDate(stringField(record, "date"), dayFormatter);
+        const auto date = parseDate(transaction.date(), dayFormatter);
         if (date && *date >= period.start) addExpense(totals, transaction, currencies);
     }
 
