@@ -25,20 +25,14 @@ int FileSystem::changeOwner(int descriptor, uid_t owner, gid_t group) {
     return ::fchown(descriptor, owner, group);
 }
 
-int FileSystem::changeMode(int descriptor, mode_t mode) {
-    return ::fchmod(descriptor, mode);
-}
+int FileSystem::changeMode(int descriptor, mode_t mode) { return ::fchmod(descriptor, mode); }
 
-int FileSystem::close(int descriptor) {
-    return ::close(descriptor);
-}
+int FileSystem::close(int descriptor) { return ::close(descriptor); }
 
 int FileSystem::rename(const std::filesystem::path& from, const std::filesystem::path& to) {
     return ::rename(from.c_str(), to.c_str());
 }
 
-int FileSystem::remove(const std::filesystem::path& path) {
-    return ::unlink(path.c_str());
-}
+int FileSystem::remove(const std::filesystem::path& path) { return ::unlink(path.c_str()); }
 
 }  // namespace tovra

@@ -18,9 +18,7 @@ int rename2(const std::filesystem::path& from, const std::filesystem::path& to, 
 
 }  // namespace
 
-int FileSystem::synchronise(int descriptor) {
-    return ::fsync(descriptor);
-}
+int FileSystem::synchronise(int descriptor) { return ::fsync(descriptor); }
 
 int FileSystem::exchange(const std::filesystem::path& a, const std::filesystem::path& b) {
     return rename2(a, b, RENAME_EXCHANGE);

@@ -40,9 +40,7 @@ Children Value::children() const {
     return {storage_->nodes.get() + node_->start, node_->extent, storage_};
 }
 
-Value Document::root() const {
-    return storage_ ? Value(storage_->nodes[0], *storage_) : Value();
-}
+Value Document::root() const { return storage_ ? Value(storage_->nodes[0], *storage_) : Value(); }
 
 std::string_view Document::text() const {
     return storage_ ? std::string_view(storage_->bytes.get(), size_) : std::string_view();

@@ -1,6 +1,5 @@
 // Parsing: the builder below walks over the tokens of a text, checks the grammar and lays out the
-// tree. It copies no text: only strings with escapes are decoded, into the room behind
-// the text.
+// tree. It copies no text: only strings with escapes are decoded, into the room behind the text.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -15,15 +14,9 @@ namespace {
 constexpr std::size_t kPadding = Tokens::kPadding;
 constexpr std::size_t kMaxNameLength = (1U << (32 - Node::kLengthShift)) - 1;
 
-bool isBlank(char c) {
-    return c == ' ' || c == '\n' || c == '\r' || c == '\t';
-}
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-bool isClosingBracket(char c) {
-    return c == '}' || c == ']';
-}
+bool isBlank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isClosingBracket(char c) { return c == '}' || c == ']'; }
 
 int hexValue(char c) {
     if (isDigit(c)) return c - '0';

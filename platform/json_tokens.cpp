@@ -42,7 +42,8 @@ bool Tokens::scan(std::size_t size) {
     if (!makeRoom(size)) return false;
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(window_);
     const auto error = scanner_->stage1(bytes, size, simdjson::stage1_mode::regular);
-    const std::size_t count = error == simdjson::EMPTY ? 0 : scanner_->n_structural_indexes;
+    // On any error the number still is that of the window before.
+    const std::size_t count = error == simdjson::SUCCESS ? scanner_->n_structural_indexes : 0;
     scanner_->structural_indexes[count] = static_cast<std::uint32_t>(size);
     token_ = scanner_->structural_indexes.get();
     endOfTokens_ = token_ + count;

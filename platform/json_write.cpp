@@ -9,9 +9,7 @@
 namespace tovra::json {
 namespace {
 
-bool needsEscape(char c) {
-    return c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20;
-}
+bool needsEscape(char c) { return c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20; }
 
 void appendEscape(std::string& out, char c) {
     static constexpr std::string_view kMeanings = "\"\\\b\f\n\r\t";
@@ -218,9 +216,7 @@ std::string numberText(double value) {
     return {text.data(), std::to_chars(text.begin(), text.end(), value).ptr};
 }
 
-void appendCompact(std::string& out, Value value) {
-    Writer(out, false).write(value);
-}
+void appendCompact(std::string& out, Value value) { Writer(out, false).write(value); }
 
 std::string prettyText(const Document& document, const Edit& edit) {
     std::string text;

@@ -16,9 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-[[noreturn]] void fail(int reason) {
-    throw std::system_error(reason, std::generic_category());
-}
+[[noreturn]] void fail(int reason) { throw std::system_error(reason, std::generic_category()); }
 
 void check(int result) {
     if (result < 0) fail(errno);

@@ -11,8 +11,6 @@ SignalHold::SignalHold() {
     pthread_sigmask(SIG_BLOCK, &held, &before_);
 }
 
-SignalHold::~SignalHold() {
-    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
-}
+SignalHold::~SignalHold() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
 
 }  // namespace tovra

@@ -15,12 +15,8 @@ bool isAscii(std::string_view text) {
     return std::none_of(text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
 }
 
-char asciiLower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-}
-char asciiUpper(char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
-}
+char asciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
+char asciiUpper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
 
 std::string mapAscii(std::string_view text, char (*map)(char)) {
     std::string mapped(text);

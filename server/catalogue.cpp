@@ -57,9 +57,7 @@ constexpr std::array<ToolDefinition, 7> kTools = {{
 
 }  // namespace
 
-std::span<const ToolDefinition> tools() {
-    return kTools;
-}
+std::span<const ToolDefinition> tools() { return kTools; }
 
 bool isWriteTool(std::string_view name) {
     return std::find(writeTools.begin(), writeTools.end(), name) != writeTools.end();

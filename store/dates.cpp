@@ -35,9 +35,7 @@ bool hasShape(std::string_view text, std::string_view pattern) {
     return true;
 }
 
-std::int64_t dayNumber(year_month_day date) {
-    return sys_days(date).time_since_epoch().count();
-}
+std::int64_t dayNumber(year_month_day date) { return sys_days(date).time_since_epoch().count(); }
 
 // The number of the day that the first ten characters name as yyyy-MM-dd.
 std::optional<std::int64_t> parseDay(std::string_view text) {
@@ -129,9 +127,7 @@ std::string IsoFormatter::format(Instant instant) const {
     return text += 'Z';
 }
 
-DayFormatter::DayFormatter() {
-    ::tzset();
-}
+DayFormatter::DayFormatter() { ::tzset(); }
 
 std::optional<Instant> DayFormatter::parse(std::string_view text) {
     if (text.size() != 10) return std::nullopt;

@@ -21,9 +21,7 @@ std::mutex& recordingMutex() {
     return mutex;
 }
 
-std::string reasonText(int reason) {
-    return std::generic_category().message(reason);
-}
+std::string reasonText(int reason) { return std::generic_category().message(reason); }
 
 // The file that a path leads to, so that a link stays a link when that file is replaced. Where it
 // leads nowhere, the path of the file that is missing.
@@ -49,9 +47,7 @@ struct Loaded {
     DataFile file;
 };
 
-json::Document emptyObject() {
-    return std::move(*json::parse("{}"));
-}
+json::Document emptyObject() { return std::move(*json::parse("{}")); }
 
 // Reads the file once. A file that is missing is no problem.
 Loaded loadOnce(const fs::path& path) {
@@ -135,8 +131,6 @@ std::string record(const std::function<Change(const DataFile&)>& change, FileSys
     throw RecordingError("The data file could not be saved: other programs keep changing it", path);
 }
 
-void finishRecordings() {
-    recordingMutex().lock();
-}
+void finishRecordings() { recordingMutex().lock(); }
 
 }  // namespace tovra
