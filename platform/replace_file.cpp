@@ -116,7 +116,8 @@ Replacement createFile(FileSystem& system, const fs::path& target, const Directo
 }
 
 // For file systems that cannot exchange two files: the last look at the target comes before the
-// renaming, and what happens in between is not seen.
+// renaming, and what happens in between is not seen. There is no way back either, so a directory
+// that cannot be synchronised is no failure.
 Replacement renameOver(FileSystem& system, const fs::path& target, const DirectoryLock& lock,
                        const FileVersion& before, std::string_view beforeBytes,
                        TemporaryFile& fresh) {
@@ -125,7 +126,7 @@ Replacement renameOver(FileSystem& system, const fs::path& target, const Directo
     }
     check(system.rename(fresh.path(), target));
     fresh.forget();
-    synchroniseDirectory(system, lock);
+    system.synchronise(lock.directory().get());
     return Replacement::done;
 }
 
