@@ -31,8 +31,8 @@ class Exchange {
     // Takes the next bytes received, at least one. Must be quick. Once it has returned `complete`
     // it is not called again, and what else the client sends is thrown away.
     virtual Progress receive(std::string_view bytes) = 0;
-    // The answer, called once after `complete`. May take long: it keeps no other connection waiting
-    // as long as fewer than TcpLimits::calls of these calls are running.
+    // The answer, called once after `complete`; nothing is sent where it is empty. May take long:
+    // it keeps no other connection waiting, unless TcpLimits::callers others take long as well.
     virtual std::string answer() = 0;
 };
 
@@ -40,7 +40,7 @@ using ExchangeFactory = std::function<std::unique_ptr<Exchange>()>;
 
 struct TcpLimits {
     std::size_t connections = 256;  // open at once; further ones wait to be accepted
-    std::size_t calls = 8;          // answers worked on at once
+    std::size_t callers = 8;        // threads for answers while another one is being worked on
     std::chrono::milliseconds requestTime{30'000};  // from the acceptance to the whole request
     std::chrono::milliseconds sendTime{30'000};     // for the client to take the answer
     std::chrono::milliseconds drainTime{1'000};     // for the client to end its side after that

@@ -2,10 +2,13 @@
 #include <string_view>
 #include <vector>
 
+#include "http/server.h"
 #include "platform/memory.h"
 #include "platform/user_directories.h"
+#include "server/handle.h"
 #include "server/settings.h"
 #include "server/stdio.h"
+#include "store/recording.h"
 
 int main(int argc, char** argv) {
     // A reader that went away and a file that may not grow are errors of a write, not our end.
@@ -17,6 +20,13 @@ int main(int argc, char** argv) {
     const std::vector<std::string_view> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
     const tovra::Settings settings =
         tovra::readSettings(arguments, tovra::environmentVariable("TOVRA_MCP_TOKEN"));
+    if (settings.httpPort) {
+        const auto handle = [readOnly = settings.readOnly](tovra::json::Value message) {
+            return tovra::handle(message, readOnly);
+        };
+        return tovra::http::runHTTP(*settings.httpPort, settings.authToken, handle,
+                                    tovra::finishRecordings);
+    }
     tovra::runStdio(settings.readOnly);
     return 0;
 }

@@ -1,0 +1,104 @@
+#include <algorithm>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+#include "bench/calls.h"
+#include "bench/parts.h"
+#include "bench/table.h"
+
+namespace tovra::bench {
+namespace {
+
+constexpr double kMegabyte = 1024.0 * 1024.0;
+constexpr double kPeakAllowance = 8 * kMegabyte;
+
+std::string megabytes(double bytes) { return decimals(bytes / kMegabyte) + " MB"; }
+
+void printPeak(const std::string& what, double peak, double fileSize, Aim aim) {
+    printRow(what, (peak - kPeakAllowance) / fileSize, "x file + 8 MB", aim,
+             megabytes(peak) + " / " + megabytes(fileSize));
+}
+
+void printKept(const std::string& what, double kept) {
+    printRow(what, kept / kMegabyte, "MB", atMost(12), {});
+}
+
+void measureMemoryOf(const Workplace& workplace, std::size_t transactions) {
+    const std::string size = ", " + grouped(transactions);
+    const auto file = workplace.copyOfDataFile({transactions}, "memory.json");
+    const auto fileSize = static_cast<double>(std::filesystem::file_size(file));
+
+    double peak = 0;
+    double kept = 0;
+    for (const Call& report : kReports) {
+        Session session(workplace, file);
+        session.call(report.tool, report.arguments);
+        peak = std::max(peak, session.peakBytes());
+        kept = std::max(kept, session.residentBytes());
+    }
+    printPeak("peak of a report" + size, peak, fileSize, atMost(3.0));
+    printKept("kept after a report" + size, kept);
+
+    Session session(workplace, file);
+    for (const Call& recording : kRecordings) session.call(recording.tool, recording.arguments);
+    printPeak("peak of a recording" + size, session.peakBytes(), fileSize, atMost(4.5));
+    printKept("kept after a recording" + size, session.residentBytes());
+}
+
+}  // namespace
+
+void measureMemory(const Workplace& workplace) {
+    if (!std::filesystem::exists("/proc/self/status")) {
+        return printNote("memory", "this system does not tell it in /proc");
+    }
+    const Session session(workplace, workplace.dataFile({1'000}));
+    printRow("memory at rest", session.residentBytes() / kMegabyte, "MB", atMost(6), {});
+    for (const std::size_t transactions : {10'000UL, 100'000UL}) {
+        measureMemoryOf(workplace, transactions);
+    }
+}
+
+void compareStart(const Workplace& workplace) {
+    const std::string file = "TOVRA_DATA_FILE=" + workplace.dataFile({1'000}).string();
+    // Only the way to the first answer is timed, the end of the server is not.
+    std::vector<Seconds> starts;
+    std::vector<Seconds> trues;
+    for (int i = 0; i < 300; ++i) {
+        const auto begin = Clock::now();
+        examples::ChildProcess server({workplace.server()}, {file});
+        if (!server.send(kInitialize) || !server.receive()) {
+            throw std::runtime_error("the server does not start");
+        }
+        starts.push_back(Clock::now() - begin);
+        server.finish();
+        trues.push_back(timed([] { examples::ChildProcess({"/bin/true"}, {}).finish(); }));
+    }
+    const Medians medians{median(starts), median(trues)};
+    printRow("start to the first answer", medians.ratio(), "x /bin/true", atMost(2.5),
+             timeText(medians));
+}
+
+void compareSizes(const Workplace& workplace) {
+    struct Row {
+        const char* what;
+        Size larger;
+        double aim;
+    };
+    const Size base{100'000};
+    const auto compareWith = [&](const Row& row) {
+        Session larger(workplace, workplace.dataFile(row.larger));
+        Session smaller(workplace, workplace.dataFile(base));
+        for (const Call& report : kReports) {
+            const Medians medians = compare([&] { larger.call(report.tool, report.arguments); },
+                                            [&] { smaller.call(report.tool, report.arguments); });
+            printRow(report.name + std::string(", ") + row.what, medians.ratio(), "x",
+                     atMost(row.aim), timeText(medians));
+        }
+    };
+    compareWith({"2 x transactions", {200'000}, 2.1});
+    compareWith({"8 x accounts", {100'000, 400, 50}, 1.1});
+    compareWith({"8 x budgets", {100'000, 50, 400}, 1.1});
+}
+
+}  // namespace tovra::bench

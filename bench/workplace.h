@@ -1,0 +1,62 @@
+// What every part of the comparison works with: the server's program and files of any size.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "examples/child_process.h"
+
+namespace tovra::bench {
+
+// The sizes of a data file.
+struct Size {
+    std::size_t transactions;
+    std::size_t accounts = 50;
+    std::size_t budgets = 50;
+};
+
+class Workplace {
+  public:
+    // `folder` exists, is empty, and holds the data files from now on.
+    Workplace(std::string server, std::string constantServer, std::filesystem::path folder);
+
+    [[nodiscard]] const std::string& server() const { return server_; }
+    [[nodiscard]] const std::string& constantServer() const { return constantServer_; }
+    // The path of a data file of this size; it is made on the first call. Not to be changed.
+    [[nodiscard]] std::filesystem::path dataFile(const Size& size) const;
+    // A copy of that file that may be changed.
+    [[nodiscard]] std::filesystem::path copyOfDataFile(const Size& size,
+                                                       std::string_view name) const;
+
+  private:
+    std::string server_;
+    std::string constantServer_;
+    std::filesystem::path folder_;
+};
+
+// A server on its standard input, told which data file is its own, and greeted.
+class Session {
+  public:
+    // Throws std::runtime_error when the server does not answer, as all of these functions do.
+    Session(const Workplace& workplace, const std::filesystem::path& dataFile);
+
+    // Calls a tool and waits for its answer. A tool that fails is an error, too.
+    void call(std::string_view tool, std::string_view arguments = "{}");
+
+    // The memory of the process in bytes: now, and the most it ever had.
+    [[nodiscard]] double residentBytes() const { return statusValue("VmRSS:"); }
+    [[nodiscard]] double peakBytes() const { return statusValue("VmHWM:"); }
+
+  private:
+    [[nodiscard]] double statusValue(std::string_view name) const;
+
+    examples::ChildProcess server_;
+};
+
+// The message that opens every session, and the message that calls a tool.
+inline constexpr std::string_view kInitialize =
+    R"({"jsonrpc":"2.0","id":0,"method":"initialize","params":{"protocolVersion":"2025-06-18"}})";
+[[nodiscard]] std::string callMessage(std::string_view tool, std::string_view arguments);
+
+}  // namespace tovra::bench

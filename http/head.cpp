@@ -1,0 +1,111 @@
+#include "http/head.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <system_error>
+
+#include "platform/unicode.h"
+
+namespace tovra::http {
+namespace {
+
+constexpr std::string_view kLineEnd = "\r\n";
+
+// The tab and the space separators of Unicode. Control characters are none of them, so a carriage
+// return that ends no line stays part of its value.
+constexpr std::array<std::string_view, 18> kBlanks = {
+    "\t",     " ",      "\u00A0", "\u1680", "\u2000", "\u2001", "\u2002", "\u2003", "\u2004",
+    "\u2005", "\u2006", "\u2007", "\u2008", "\u2009", "\u200A", "\u202F", "\u205F", "\u3000"};
+
+// The number of bytes of the blank at the start or end of a text, 0 where there is none. In valid
+// UTF-8 the bytes of a blank are never a part of another character.
+std::size_t leadingBlank(std::string_view text) {
+    for (const std::string_view blank : kBlanks)
+        if (text.starts_with(blank)) return blank.size();
+    return 0;
+}
+
+std::size_t trailingBlank(std::string_view text) {
+    for (const std::string_view blank : kBlanks)
+        if (text.ends_with(blank)) return blank.size();
+    return 0;
+}
+
+std::string_view trimmed(std::string_view text) {
+    while (const std::size_t size = leadingBlank(text)) text.remove_prefix(size);
+    while (const std::size_t size = trailingBlank(text)) text.remove_suffix(size);
+    return text;
+}
+
+constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+// ASCII is enough for the names compared here: no other letter has one of theirs as its lower case.
+bool equalsIgnoringCase(std::string_view text, std::string_view lowerCase) {
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
+    return std::equal(text.begin(), text.end(), lowerCase.begin(), lowerCase.end(),
+                      [&](char a, char b) { return lower(a) == b; });
+}
+
+std::string_view firstWord(std::string_view line) {
+    line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+    return line.substr(0, line.find(' '));
+}
+
+std::int64_t parseLength(std::string_view text) {
+    if (text.starts_with('+')) {
+        text.remove_prefix(1);
+        if (text.starts_with('-')) return 0;
+    }
+    std::int64_t length = 0;
+    const char* last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), last, length);
+    return error == std::errc() && end == last ? length : 0;
+}
+
+void readField(std::string_view line, Head& head) {
+    const std::size_t colon = line.find(':');
+    if (colon == std::string_view::npos) return;
+    const std::string_view name = trimmed(line.substr(0, colon));
+    const std::string_view value = line.substr(colon + 1);
+    if (equalsIgnoringCase(name, "content-length"))
+        head.contentLength = parseLength(trimmed(value));
+    else if (equalsIgnoringCase(name, "authorization"))
+        head.authorization = trimmed(value);
+    else if (equalsIgnoringCase(name, "origin"))
+        head.origin = trimmed(value);
+}
+
+}  // namespace
+
+std::optional<Head> parseHead(std::string_view block) {
+    if (!isValidUtf8(block)) return std::nullopt;
+    Head head;
+    std::size_t end = block.find(kLineEnd);
+    head.method = firstWord(block.substr(0, end));
+    while (end != std::string_view::npos) {
+        const std::size_t start = end + kLineEnd.size();
+        end = block.find(kLineEnd, start);
+        // substr cuts what reaches beyond the block, as the last line's "npos" does.
+        readField(block.substr(start, end - start), head);
+    }
+    return head;
+}
+
+bool isLocalOrigin(std::string_view origin) {
+    constexpr std::string_view kAfterScheme = "://";
+    const std::size_t scheme = origin.find(kAfterScheme);
+    if (scheme == std::string_view::npos || scheme == 0) return false;
+    origin.remove_prefix(scheme + kAfterScheme.size());
+
+    const std::size_t bracket = origin.find(']');
+    const std::size_t colon = origin.find(':', bracket == std::string_view::npos ? 0 : bracket);
+    const std::string_view host = origin.substr(0, colon);
+    if (colon != std::string_view::npos) {
+        const std::string_view port = origin.substr(colon + 1);
+        if (port.empty() || !std::all_of(port.begin(), port.end(), isDigit)) return false;
+    }
+    return equalsIgnoringCase(host, "localhost") || host == "127.0.0.1" || host == "[::1]";
+}
+
+}  // namespace tovra::http

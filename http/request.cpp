@@ -1,0 +1,131 @@
+#include "http/request.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+
+#include "http/head.h"
+
+namespace tovra::http {
+namespace {
+
+constexpr std::string_view kHeadEnd = "\r\n\r\n";
+constexpr std::string_view kJson = "application/json";
+constexpr std::string_view kPlainText = "text/plain";
+
+// Looks at every byte of `given` whatever they are, so that the time it takes tells nobody how much
+// of a guessed token was right.
+bool equalsInConstantTime(std::string_view given, std::string_view expected) {
+    std::size_t difference = given.size() ^ expected.size();
+    for (std::size_t i = 0; i < given.size(); ++i) {
+        const char other = expected[i % expected.size()];
+        difference |= static_cast<unsigned char>(given[i] ^ other);
+    }
+    return difference == 0;
+}
+
+bool isAuthorized(const std::optional<std::string_view>& authorization, std::string_view token) {
+    if (token.empty()) return true;
+    std::string expected = "Bearer ";
+    expected += token;
+    return authorization && equalsInConstantTime(*authorization, expected);
+}
+
+std::string respondToMessage(std::string_view body, const Handler& handle) {
+    const std::optional<json::Document> message = json::parse(body);
+    if (!message || !message->root().is(json::Kind::object))
+        return httpResponse("400 Bad Request", kJson, R"({"error":"invalid json"})");
+    const std::optional<std::string> response = handle(message->root());
+    if (!response) return httpResponse("202 Accepted", std::nullopt, "");
+    return httpResponse("200 OK", kJson, *response);
+}
+
+}  // namespace
+
+bool RequestReader::examine(std::string_view received) {
+    if (!verdict_) findHead(received);
+    return verdict_ && received.size() >= size_;
+}
+
+void RequestReader::findHead(std::string_view received) {
+    // No further than a head may reach, so that the answer does not depend on how much came at
+    // once.
+    const std::string_view window = received.substr(0, limits_.head + kHeadEnd.size());
+    const std::size_t end = window.find(kHeadEnd, searched_);
+    if (end != std::string_view::npos) {
+        bodyStart_ = size_ = end + kHeadEnd.size();
+        judge(window.substr(0, end));
+    } else if (window.size() == limits_.head + kHeadEnd.size()) {
+        verdict_ = Verdict::badRequest;
+    } else {
+        searched_ = window.size() - std::min(window.size(), kHeadEnd.size() - 1);
+    }
+}
+
+// A head that is broken, comes from a web page elsewhere or announces too much is answered at once;
+// every other answer waits for the body, also where the body will not be looked at.
+void RequestReader::judge(std::string_view headerBlock) {
+    const std::optional<Head> head = parseHead(headerBlock);
+    if (!head) {
+        verdict_ = Verdict::badRequest;
+    } else if (head->origin && !isLocalOrigin(*head->origin)) {
+        verdict_ = Verdict::forbidden;
+    } else if (head->contentLength < 0 ||
+               std::cmp_greater(head->contentLength, limits_.request - bodyStart_)) {
+        verdict_ = Verdict::badRequest;
+    } else {
+        size_ += static_cast<std::size_t>(head->contentLength);
+        verdict_ = isAuthorized(head->authorization, token_) ? verdictOnMethod(head->method)
+                                                             : Verdict::unauthorized;
+    }
+}
+
+RequestReader::Verdict RequestReader::verdictOnMethod(std::string_view method) {
+    if (method == "POST") return Verdict::post;
+    if (method == "GET") return Verdict::get;
+    if (method == "HEAD") return Verdict::headMethod;
+    return Verdict::otherMethod;
+}
+
+std::string RequestReader::answer(std::string_view received, const Handler& handle) const {
+    switch (*verdict_) {
+        case Verdict::post:
+            return respondToMessage(received.substr(bodyStart_, size_ - bodyStart_), handle);
+        case Verdict::headMethod:
+            return httpResponse("200 OK", std::nullopt, "");
+        case Verdict::get:
+            return httpResponse("405 Method Not Allowed", kPlainText,
+                                "POST JSON-RPC to this endpoint.");
+        case Verdict::otherMethod:
+            return httpResponse("405 Method Not Allowed", kPlainText, "");
+        case Verdict::unauthorized:
+            return httpResponse("401 Unauthorized", kJson, R"({"error":"unauthorized"})");
+        case Verdict::forbidden:
+            return httpResponse("403 Forbidden", std::nullopt, "");
+        case Verdict::badRequest:
+            break;
+    }
+    return httpResponse("400 Bad Request", std::nullopt, "");
+}
+
+std::optional<std::string> processRequest(std::string_view received,
+                                          const std::optional<std::string>& token,
+                                          const Handler& handle) {
+    RequestReader reader(token ? std::string_view(*token) : std::string_view());
+    if (!reader.examine(received)) return std::nullopt;
+    return reader.answer(received, handle);
+}
+
+std::string httpResponse(std::string_view status, std::optional<std::string_view> contentType,
+                         std::string_view body) {
+    const std::string length = std::to_string(body.size());
+    std::string response;
+    response.reserve(128 + status.size() + body.size());
+    response.append("HTTP/1.1 ").append(status).append("\r\n");
+    if (contentType) response.append("Content-Type: ").append(*contentType).append("\r\n");
+    response.append("Content-Length: ").append(length).append("\r\n");
+    response.append("Connection: close\r\n\r\n").append(body);
+    return response;
+}
+
+}  // namespace tovra::http

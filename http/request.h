@@ -1,0 +1,75 @@
+// Requests: the bytes of one HTTP request in, the bytes of its response out.
+//
+// Nothing here does I/O or keeps state between requests. Calls for different requests may run at
+// once on any number of threads; a RequestReader belongs to one request.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/json.h"
+
+namespace tovra::http {
+
+// Answers one message, a JSON object: the response as compact JSON, or nothing where the message
+// gets none. May be called from several threads at once, and never throws for any message.
+using Handler = std::function<std::optional<std::string>(json::Value message)>;
+
+// How large a request may be, in bytes. What is larger is answered "400 Bad Request" as soon as
+// that is known. REQUIRES: head + 4 <= request.
+struct RequestLimits {
+    std::size_t head = std::size_t{64} * 1024;            // without the empty line that ends it
+    std::size_t request = std::size_t{16} * 1024 * 1024;  // head, empty line and body
+};
+
+// Follows one request while its bytes come in. The time it takes is linear in the bytes, in however
+// many pieces they come: the head's end is searched in new bytes only, and the body is only
+// counted.
+class RequestReader {
+  public:
+    // An empty token means that none is asked for. The token must outlive the reader.
+    explicit RequestReader(std::string_view token, const RequestLimits& limits = {})
+        : token_(token), limits_(limits) {}
+
+    // Takes all bytes received so far, each time from the first byte of the request. True once
+    // they hold all that the answer depends on; what follows them will be ignored.
+    bool examine(std::string_view received);
+
+    // The size that the request has, head included, as far as it is known yet: the largest one
+    // that is accepted until the head is whole.
+    [[nodiscard]] std::size_t expectedSize() const { return verdict_ ? size_ : limits_.request; }
+
+    // The response, whole. Calls `handle` where the request carries a message.
+    // REQUIRES: examine(received) has returned true.
+    [[nodiscard]] std::string answer(std::string_view received, const Handler& handle) const;
+
+  private:
+    // Which answer it will be; settled by the head.
+    enum class Verdict { badRequest, forbidden, unauthorized, headMethod, get, post, otherMethod };
+
+    void findHead(std::string_view received);
+    void judge(std::string_view headerBlock);
+    static Verdict verdictOnMethod(std::string_view method);
+
+    std::string_view token_;
+    RequestLimits limits_;
+    std::size_t searched_ = 0;  // bytes known to hold no end of the head
+    std::optional<Verdict> verdict_;
+    std::size_t bodyStart_ = 0;
+    std::size_t size_ = 0;  // bytes that must be there before the answer is given
+};
+
+// The response to the request that `received` begins with; nothing while that is incomplete.
+[[nodiscard]] std::optional<std::string> processRequest(std::string_view received,
+                                                        const std::optional<std::string>& token,
+                                                        const Handler& handle);
+
+// A whole response that closes the connection; `status` is like "200 OK".
+[[nodiscard]] std::string httpResponse(std::string_view status,
+                                       std::optional<std::string_view> contentType,
+                                       std::string_view body);
+
+}  // namespace tovra::http

@@ -1,0 +1,50 @@
+# shellcheck shell=bash disable=SC2034
+# Sourced by the project's commands: what the build needs, and how to get it where apt-get is known.
+
+# The release, debug and sanitizer presets also configure the tests and the benchmarks.
+build_packages=(
+    g++ cmake ninja-build pkg-config
+    libsimdjson-dev libicu-dev libasio-dev uuid-dev
+    libgtest-dev libbenchmark-dev
+)
+
+# What the tests with the official clients need beyond that.
+client_packages=()
+command -v node npm >/dev/null || client_packages=(nodejs npm)
+
+package_is_installed() {
+    [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
+}
+
+# install_packages NAME...: installs those that are missing, and does nothing where none is.
+install_packages() {
+    local name missing=() as_root=()
+    if ! command -v apt-get dpkg-query >/dev/null; then
+        echo "No apt-get here: the build needs what Debian calls $*." >&2
+        return 0
+    fi
+    for name in "$@"; do
+        package_is_installed "$name" || missing+=("$name")
+    done
+    ((${#missing[@]} == 0)) && return 0
+
+    ((EUID == 0)) || as_root=(sudo)
+    echo "Installing ${missing[*]}" >&2
+    "${as_root[@]}" apt-get update -qq >&2
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+}
+
+# build_release TARGET...: configures the release preset and builds the targets in build/release,
+# and tells about it only where it fails. To be called in the project's folder.
+build_release() {
+    local log
+    log=$(mktemp)
+    echo "Building $* in build/release (a minute or two the first time)" >&2
+    if ! { cmake --preset release && cmake --build --preset release --target "$@"; } >"$log" 2>&1; then
+        cat "$log" >&2
+        rm -f "$log"
+        return 1
+    fi
+    rm -f "$log"
+}

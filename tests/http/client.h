@@ -1,0 +1,80 @@
+// A client of a server on this machine that can misbehave. Every wait is bounded.
+#pragma once
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace tovra::test {
+
+class Client {
+  public:
+    static constexpr int kPatience = 30'000;  // milliseconds
+
+    // Not connected to any server yet.
+    Client() : socket_(::socket(AF_INET, SOCK_STREAM, 0)) {}
+    explicit Client(std::uint16_t port) : Client() { connect(port); }
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
+    ~Client() { leave(); }
+
+    void connect(std::uint16_t port) const {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(port);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        ::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    }
+
+    // As much of it as the server takes before it hangs up.
+    Client& send(std::string_view bytes) {
+        while (!bytes.empty()) {
+            const ssize_t sent = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+            if (sent <= 0) break;
+            bytes.remove_prefix(static_cast<std::size_t>(sent));
+        }
+        return *this;
+    }
+
+    Client& endSending() {
+        ::shutdown(socket_, SHUT_WR);
+        return *this;
+    }
+
+    // All that the server sends until it ends; "(patience is over)" at the end where it does not.
+    std::string receive() {
+        std::string received;
+        while (answersWithin(kPatience)) {
+            std::array<char, 65536> chunk;
+            const ssize_t size = ::recv(socket_, chunk.data(), chunk.size(), 0);
+            if (size <= 0) return received;
+            received.append(chunk.data(), static_cast<std::size_t>(size));
+        }
+        return received + "(patience is over)";
+    }
+
+    // Whether bytes or the end of them come within that time.
+    [[nodiscard]] bool answersWithin(int milliseconds) const {
+        pollfd waiting{socket_, POLLIN, 0};
+        return ::poll(&waiting, 1, milliseconds) == 1;
+    }
+
+    void leave() {
+        if (socket_ >= 0) ::close(socket_);
+        socket_ = -1;
+    }
+
+    [[nodiscard]] int descriptor() const { return socket_; }
+
+  private:
+    int socket_;
+};
+
+}  // namespace tovra::test

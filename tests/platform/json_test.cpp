@@ -1,0 +1,116 @@
+#include "platform/json.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+#include <utility>
+
+#include "platform/json_write.h"
+
+namespace tovra::json {
+namespace {
+
+using namespace std::string_literals;
+
+std::string repeated(std::string_view text, int times) {
+    std::string all;
+    for (int i = 0; i < times; ++i) all += text;
+    return all;
+}
+
+// The text parsed and written again; "refused" when it is no JSON.
+std::string rewritten(std::string_view text) {
+    const auto document = parse(text);
+    if (!document) return "refused";
+    std::string written;
+    appendCompact(written, document->root());
+    return written;
+}
+
+TEST(Json, AcceptsJsonAndWritesItCompactly) {
+    const std::string numbers = "[0,-0,0.10,1.0,-1E+05,1e-7,1e999,123456789012345678901234567890]";
+    const std::string deepest = repeated("[", 512) + repeated("]", 512);
+    const std::pair<std::string, std::string> cases[] = {
+        {"[]", "[]"},
+        {numbers, numbers},
+        {deepest, deepest},
+        {"\t\r\n { \"b\" : [ 1 , true,null , false,\"\" ] ,\"a\":{\"\":[{ } ]}\n}",
+         R"({"a":{"":[{}]},"b":[1,true,null,false,""]})"},
+        {R"(["\u0041\u00e9\/\"\\\b\f\n\r\t\u001F\u0000","\ud83d\uDE00\uffff)"
+         "\x7F\u2028\"]",
+         R"(["Aé/\"\\\b\f\n\r\t\u001f\u0000","😀)"
+         "\uFFFF\x7F\u2028\"]"},
+        {R"({"\u0061":1,"é":[3,{"c":1,"c":2}],"ab\n":2,"a":3,"B":4})",
+         R"({"B":4,"a":3,"ab\n":2,"é":[3,{"c":2}]})"}};
+    for (const auto& [text, written] : cases) {
+        EXPECT_EQ(rewritten(text), written) << text;
+        EXPECT_EQ(rewritten(written), written) << text;
+        for (std::size_t size = 0; size < text.size(); ++size) {
+            EXPECT_EQ(rewritten(text.substr(0, size)), "refused") << size << " bytes of " << text;
+        }
+    }
+    EXPECT_EQ(rewritten("{} \r\n\t"), "{}");
+}
+
+TEST(Json, RefusesEverythingElse) {
+    const std::string cases[] = {
+        // no array or object, or something beside it
+        "", " ", "1", "\"a\"", "true", "null", "[] []", "[]x", "{},", "[]]", "{}\0"s, "\0\0\0\0"s,
+        "\xEF\xBB\xBF{}", "[\0]\0"s,
+        // brackets, commas, colons
+        "]", "[}", "{]", "[1}", R"({"a":1])", "[1,]", "[,1]", "[,]", "[1,,2]", "[1 2]", R"(["a"1])",
+        R"([1"a"])", "[[]1]", "[1[]]", "[{}{}]", "{,}", R"({"a"})", R"({"a":})", R"({"a" 1})",
+        R"({"a":1,})", R"({"a":1 "b":2})", R"({"a"::1})", "[1:2]", "{a:1}", "{'a':1}", "{1:1}",
+        "{[]:1}",
+        // blanks that are none, comments
+        "[\f]", "[1\f]", "[1\x0C,2]", "[\v]", "[\xC2\xA0]", "{\"a\"\x1A 1}", "[1]//x", "[/**/1]",
+        // words and numbers
+        "[nul]", "[nulll]", "[True]", "[tru e]", "[NaN]", "[Infinity]", "[-Infinity]", "[01]",
+        "[-01]", "[+1]", "[.5]", "[1.]", "[1.e1]", "[1e]", "[1e+]", "[1e1.5]", "[-]", "[--1]",
+        "[0x1]", "[1_0]", "[1.2.3]", "[1a]", "[- 1]", "[1\0]"s, "[1\\]",
+        // strings and their escapes
+        "['a']", R"(["a\"])", "[\"\n\"]", "[\"\t\"]", "[\"\x1F\"]", "[\"\0\"]"s, R"(["\x"])",
+        R"(["\'"])", R"(["\U0041"])", R"(["\u"])", R"(["\u12g4"])", R"(["\u+123"])",
+        R"(["\ud800"])", R"(["\udc00"])", R"(["\ud800x"])", R"(["\ud800\n"])",
+        R"(["\ud800\u0041"])", R"(["\ud800\ud800"])", R"(["\udc00\ud800"])", R"({"\udbff":1})",
+        // invalid UTF-8: no first byte, too long, a surrogate, beyond the last code point, cut off
+        "[\"\xFF\"]", "[\"\x80\"]", "[\"\xC0\x80\"]", "[\"\xE0\x80\x80\"]", "[\"\xED\xA0\x80\"]",
+        "[\"\xF4\x90\x80\x80\"]", "[\"\xE2\x82\"]", "{\"\xFF\":1}", "[]\xC3",
+        // too deep
+        repeated("[", 513) + repeated("]", 513),
+        repeated("{\"a\":", 512) + "[]" + repeated("}", 512), repeated("[", 100000),
+        repeated("{\"a\":", 100000), repeated("[{\"a\":", 100000)};
+    for (const std::string& text : cases) {
+        EXPECT_EQ(rewritten(text), "refused") << testing::PrintToString(text.substr(0, 60));
+    }
+}
+
+TEST(Json, ReadsNumbersWithFullPrecision) {
+    const std::pair<std::string, double> cases[] = {
+        {"-1.5E2", -150},
+        {"0.1", 0.1},
+        {"9007199254740993", 9007199254740992.0},
+        {"5e-324", 5e-324},
+        {"1e-400", 0.0},
+        {"9007199254740993.00000000001", 9007199254740994.0},
+        {"1e999", HUGE_VAL},
+        {"-1e999", -HUGE_VAL}};
+    for (const auto& [text, value] : cases) {
+        EXPECT_EQ(parse("[" + text + "]")->root().children()[0].number(), value) << text;
+    }
+    EXPECT_TRUE(std::signbit(parse("[-0]")->root().children()[0].number().value()));
+}
+
+TEST(Json, ReadsMembersOfAMovedDocument) {
+    auto parsed = parse(R"({"s":"a\u0000b","n\u0000":1,"n":2,"a":[{},{}],"m":[{},[]],"n":3})");
+    const Document document = *std::move(parsed);
+    const Value root = document.root();
+    EXPECT_EQ(root.member("s").string(), "a\0b"s);
+    EXPECT_EQ(root.member("n").number(), 3);
+    EXPECT_EQ(root.member("n\0"s).number(), 1);
+    EXPECT_EQ(root.children().size(), 6U);
+}
+
+}  // namespace
+}  // namespace tovra::json

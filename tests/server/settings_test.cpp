@@ -1,0 +1,54 @@
+#include "server/settings.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <vector>
+
+namespace tovra {
+namespace {
+
+// The settings in one line: the mode, whether read-only, the token.
+std::string read(const std::vector<std::string_view>& arguments, std::optional<std::string> token) {
+    const Settings settings = readSettings(arguments, std::move(token));
+    return (settings.httpPort ? "http " + std::to_string(*settings.httpPort) : "stdio") +
+           (settings.readOnly ? " read-only" : "") +
+           (settings.authToken ? " <" + *settings.authToken + ">" : "");
+}
+
+TEST(Settings, ComeFromTheCommandLineAndTheEnvironment) {
+    using Arguments = std::vector<std::string_view>;
+    const std::pair<Arguments, const char*> cases[] = {
+        {{}, "stdio"},
+        {{"--http"}, "http 8765"},
+        {{"--http", "--read-only"}, "http 8765 read-only"},
+        {{"--http", "abc", "--token", "t"}, "http 8765 <t>"},
+        {{"--http", "9000", "--http"}, "http 8765"},
+        {{"--http", "--http", "1"}, "http 1"},
+        {{"--read-only", "9000", "--http=9000", "--HTTP", "-http", ""}, "stdio read-only"},
+        {{"--token", "--http", "9000"}, "stdio <--http>"},
+        {{"--token", "a", "--token", ""}, "stdio <>"},
+        {{"--token", "a", "--token"}, "stdio <a>"}};
+    for (const auto& [arguments, settings] : cases) {
+        EXPECT_EQ(read(arguments, {}), settings) << testing::PrintToString(arguments);
+    }
+    EXPECT_EQ(read({"--token"}, "environment"), "stdio <environment>");
+    EXPECT_EQ(read({"--token", "t"}, "environment"), "stdio <t>");
+    EXPECT_EQ(read({}, ""), "stdio <>");
+}
+
+TEST(Settings, TakeOnlyAPortAfterHttp) {
+    const std::pair<const char*, int> ports[] = {
+        {"0", 0},        {"-0", 0},        {"-000", 0},
+        {"+9000", 9000}, {"65535", 65535}, {"00000000000000000009000", 9000}};
+    for (const auto& [text, port] : ports) {
+        EXPECT_EQ(read({"--http", text}, {}), "http " + std::to_string(port)) << text;
+    }
+    for (const char* text : {"65536", "70000", "-1", "+", "-", "", "++1", "+-0", "-+0", " 1", "1 ",
+                             "1.0", "0x10", "1e3", "99999999999999999999", "٣"}) {
+        EXPECT_EQ(read({"--http", text}, {}), "http 8765") << text;
+    }
+}
+
+}  // namespace
+}  // namespace tovra
