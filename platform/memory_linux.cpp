@@ -11,11 +11,9 @@ void preferLargePages(void* begin, std::size_t size) {
     constexpr std::size_t kLargePage = std::size_t{2} << 20;
     if (size < 4 * kLargePage) return;
     // The C library maps a block of this size on its own, a few bytes behind the start of a page.
-    constexpr std::uintptr_t kPage = 4096;
-    const auto address = reinterpret_cast<std::uintptr_t>(begin);
-    const std::uintptr_t first = (address + kPage - 1) / kPage * kPage;
-    const std::uintptr_t last = (address + size) / kPage * kPage;
-    ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+    constexpr std::size_t kPage = 4096;
+    const std::size_t skipped = kPage - reinterpret_cast<std::uintptr_t>(begin) % kPage;
+    ::madvise(static_cast<char*>(begin) + skipped, (size - skipped) / kPage * kPage, MADV_HUGEPAGE);
 }
 
 void returnFreedMemory() {

@@ -10,6 +10,7 @@
 #include <functional>
 #include <random>
 #include <thread>
+#include <tuple>
 
 #include "platform/replace_file.h"
 #include "store/fields.h"
@@ -214,7 +215,7 @@ class TirelesslyIntrudedSystem : public FileSystem {
 TEST(Recording, GivesUpWhenTheFileChangesAtEveryTry) {
     const test::DataFile file(kOddities);
     TirelesslyIntrudedSystem system(file.path());
-    EXPECT_THROW(record(setMember, system), RecordingError);
+    EXPECT_THROW(std::ignore = record(setMember, system), RecordingError);
     expectUntouched(file, R"({"theirs":1})", "tireless");
 }
 
@@ -242,7 +243,7 @@ TEST(Recording, IsRefusedWhereTheSystemRefuses) {
     fs::permissions(file.path().parent_path(), fs::perms(0555));
     const bool isSuperuser = ::geteuid() == 0;
     ASSERT_TRUE(!isSuperuser || ::seteuid(65534) == 0);
-    EXPECT_THROW(record(setMember), RecordingError);
+    EXPECT_THROW(std::ignore = record(setMember), RecordingError);
     ASSERT_TRUE(!isSuperuser || ::seteuid(0) == 0);
     fs::permissions(file.path().parent_path(), fs::perms(0755));
     expectUntouched(file, kOddities, "read-only folder");
