@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/memory.h"
+
 namespace tovra::json {
 namespace {
 
@@ -221,6 +223,7 @@ void appendCompact(std::string& out, Value value) { Writer(out, false).write(val
 std::string prettyText(const Document& document, const Edit& edit) {
     std::string text;
     text.reserve(document.text().size() + document.text().size() / 8 + edit.value.size() + 256);
+    preferLargePages(text.data(), text.capacity());
     Writer(text, true, &edit).write(document.root());
     text += '\n';
     return text;
