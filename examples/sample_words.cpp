@@ -86,26 +86,12 @@ constexpr std::string_view kTags[] = {"family", "reimbursable", "weekly", "holid
 
 }  // namespace
 
-std::span<const Party> expenseParties() {
-    return kExpenses;
-}
-std::span<const Party> incomeParties() {
-    return kIncomes;
-}
-std::span<const AccountWords> accountWords() {
-    return kAccounts;
-}
-std::span<const BudgetWords> budgetWords() {
-    return kBudgets;
-}
-std::span<const GoalWords> goalWords() {
-    return kGoals;
-}
-std::span<const std::string_view> notes() {
-    return kNotes;
-}
-std::span<const std::string_view> tags() {
-    return kTags;
-}
+std::span<const Party> expenseParties() { return kExpenses; }
+std::span<const Party> incomeParties() { return kIncomes; }
+std::span<const AccountWords> accountWords() { return kAccounts; }
+std::span<const BudgetWords> budgetWords() { return kBudgets; }
+std::span<const GoalWords> goalWords() { return kGoals; }
+std::span<const std::string_view> notes() { return kNotes; }
+std::span<const std::string_view> tags() { return kTags; }
 
 }  // namespace tovra::examples

@@ -66,11 +66,9 @@ void RequestReader::findHead(std::string_view received) {
 // every other answer waits for the body, also where the body will not be looked at.
 void RequestReader::judge(std::string_view headerBlock) {
     const std::optional<Head> head = parseHead(headerBlock);
-    if (!head) {
-        verdict_ = Verdict::badRequest;
-    } else if (head->origin && !isLocalOrigin(*head->origin)) {
+    if (head && head->origin && !isLocalOrigin(*head->origin)) {
         verdict_ = Verdict::forbidden;
-    } else if (head->contentLength < 0 ||
+    } else if (!head || head->contentLength < 0 ||
                std::cmp_greater(head->contentLength, limits_.request - bodyStart_)) {
         verdict_ = Verdict::badRequest;
     } else {

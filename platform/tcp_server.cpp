@@ -159,6 +159,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
             std::error_code failed;
             if (self->socket_.non_blocking(true, failed)) return;
             self->closeAfter(self->limits_.requestTime);
+            self->watchDeadline();
             self->readMore();
         });
     }
@@ -175,7 +176,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
     void received(std::size_t size) {
         if (exchange_->receive({chunk_.data(), size}) == Exchange::Progress::needMore)
             return readMore();
-        timer_.expires_at(Clock::time_point::max());
+        deadline_ = Clock::time_point::max();
         if (Threads::Turn turn = threads_.takeTurn()) {
             call();
             turn.reset();
@@ -227,13 +228,16 @@ class Connection : public std::enable_shared_from_this<Connection> {
             });
     }
 
-    // Replaces the time that was set before. Closing ends what the connection waits for.
-    void closeAfter(std::chrono::milliseconds time) {
-        timer_.expires_after(time);
+    void closeAfter(std::chrono::milliseconds time) { deadline_ = Clock::now() + time; }
+
+    // Looks at the deadline now and then: to move the timer with it would cost more than all the
+    // rest of a short request. Closing ends whatever the connection waits for.
+    void watchDeadline() {
+        timer_.expires_after(limits_.tick);
         timer_.async_wait([weak = weak_from_this()](const std::error_code& error) {
             const std::shared_ptr<Connection> self = weak.lock();
-            // It may have been too late to take this callback back when a new time was set.
-            if (error || !self || self->timer_.expiry() > Clock::now()) return;
+            if (error || !self) return;
+            if (Clock::now() < self->deadline_) return self->watchDeadline();
             std::error_code ignored;
             self->socket_.close(ignored);
         });
@@ -244,6 +248,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
     Threads& threads_;
     Socket socket_;
     Timer timer_;
+    Clock::time_point deadline_;
     std::unique_ptr<Exchange> exchange_;
     std::string answer_;
     std::array<char, kChunkSize> chunk_;

@@ -41,10 +41,12 @@ using ExchangeFactory = std::function<std::unique_ptr<Exchange>()>;
 struct TcpLimits {
     std::size_t connections = 256;  // open at once; further ones wait to be accepted
     std::size_t callers = 8;        // threads for answers while another one is being worked on
+    // A connection is closed up to a tick later than these three say.
     std::chrono::milliseconds requestTime{30'000};  // from the acceptance to the whole request
     std::chrono::milliseconds sendTime{30'000};     // for the client to take the answer
-    std::chrono::milliseconds drainTime{1'000};     // for the client to end its side after that
-    std::chrono::milliseconds acceptPause{100};     // after a failure, as when descriptors run out
+    std::chrono::milliseconds drainTime{750};       // for the client to end its side after that
+    std::chrono::milliseconds tick{250};
+    std::chrono::milliseconds acceptPause{100};  // after a failure, as when descriptors run out
 };
 
 // A running server. Its functions may be called from any thread but its own.

@@ -4,6 +4,7 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -19,7 +20,9 @@ class Client {
     static constexpr int kPatience = 30'000;  // milliseconds
 
     // Not connected to any server yet.
-    Client() : socket_(::socket(AF_INET, SOCK_STREAM, 0)) {}
+    Client() : socket_(::socket(AF_INET, SOCK_STREAM, 0)) {
+        ::signal(SIGPIPE, SIG_IGN);  // a server that hung up is a failed send here
+    }
     explicit Client(std::uint16_t port) : Client() { connect(port); }
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
@@ -36,7 +39,7 @@ class Client {
     // As much of it as the server takes before it hangs up.
     Client& send(std::string_view bytes) {
         while (!bytes.empty()) {
-            const ssize_t sent = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+            const ssize_t sent = ::send(socket_, bytes.data(), bytes.size(), 0);
             if (sent <= 0) break;
             bytes.remove_prefix(static_cast<std::size_t>(sent));
         }

@@ -9,6 +9,7 @@
 #include <ctime>
 #include <future>
 #include <list>
+#include <new>
 #include <thread>
 #include <vector>
 
@@ -45,11 +46,12 @@ int openDescriptors() {
     return open;
 }
 
-// A server that answers with the message's "method", as often as "times" says; "wait" waits for the
-// test to let it go on.
+// A server that answers with the message's "method", as often as "times" says; for "wait" it waits
+// for the test to let it go on, for "exhaust" it finds no memory.
 class ExchangeTest : public testing::Test {
   protected:
     void start() {
+        limits_.tcp.tick = 20ms;
         server_ = TcpServer::listen(
             0, limits_.tcp, requestExchanges("", handler(), limits_.request, limits_.buffered));
         ASSERT_TRUE(server_);
@@ -67,16 +69,13 @@ class ExchangeTest : public testing::Test {
 
     ServerLimits limits_;
     std::uint16_t port_ = 0;
-    std::atomic<int> waiting_ = 0;
 
   private:
     Handler handler() {
         return [this](json::Value message) -> std::optional<std::string> {
             const std::string method(message.member("method").string().value_or(""));
-            if (method == "wait") {
-                ++waiting_;
-                mayGo_.wait();
-            }
+            if (method == "wait") mayGo_.wait();
+            if (method == "exhaust") throw std::bad_alloc();
             std::string answer = "\"";
             const double times = message.member("times").number().value_or(1);
             for (int i = 0; i < static_cast<int>(times); ++i) answer += method;
@@ -106,11 +105,12 @@ TEST_F(ExchangeTest, AnswersHoweverTheRequestComes) {
     EXPECT_EQ(ask(post(R"({"method":"ping","times":2000000})")).size(), 8'000'097U) << "at length";
 }
 
-TEST_F(ExchangeTest, ClosesSilentlyWhatStaysIncomplete) {
+TEST_F(ExchangeTest, ClosesSilentlyWhatHasNoAnswer) {
     start();
     for (const std::string& part : {kPing.substr(0, 0), kPing.substr(0, 9),
                                     kPing.substr(0, kPing.size() - 1), std::string("GET / \n\n")})
         EXPECT_EQ(Client(port_).send(part).endSending().receive(), "") << part;
+    EXPECT_EQ(ask(post(R"({"method":"exhaust"})")), "") << "when the memory runs out";
     EXPECT_EQ(ask(kPing), kPong);
 }
 

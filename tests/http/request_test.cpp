@@ -176,7 +176,7 @@ TEST(ProcessRequest, RefusesWebPagesFromElsewhere) {
     });
 }
 
-// With a head of 20 bytes ("POST / HTTP/1.1\r\n" and a field) nothing is left for another byte.
+// More than 40 bytes of head, or 100 in all.
 TEST(RequestReader, RefusesWhatIsTooLarge) {
     struct SizeCase {
         std::string received;
