@@ -10,6 +10,7 @@
 #include <asio/posix/stream_descriptor.hpp>
 #include <asio/read_until.hpp>
 #include <asio/write.hpp>
+#include <exception>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -56,9 +57,7 @@ void acceptNext(Tcp::acceptor& acceptor) {
     });
 }
 
-}  // namespace
-
-int main() {
+void serve() {
     asio::io_context io(1);
     Tcp::acceptor acceptor(io, Tcp::endpoint(asio::ip::address_v4::loopback(), 0));
     std::cerr << "listening on 127.0.0.1:" << acceptor.local_endpoint().port() << std::endl;
@@ -69,5 +68,16 @@ int main() {
     std::array<char, 1> byte{};
     input.async_read_some(asio::buffer(byte), [&](std::error_code, std::size_t) { io.stop(); });
     io.run();
+}
+
+}  // namespace
+
+int main() {
+    try {
+        serve();
+    } catch (const std::exception& error) {
+        std::cerr << "constant_server: " << error.what() << std::endl;
+        return 1;
+    }
     return 0;
 }

@@ -10,7 +10,7 @@ namespace tovra::bench {
 namespace {
 
 constexpr std::size_t kClients = 8;
-constexpr std::size_t kBlocks = 10;
+constexpr std::size_t kBlocks = 15;
 constexpr std::size_t kRequestsInBlock = 500;
 
 using examples::ChildProcess;
@@ -35,10 +35,13 @@ class Tally {
         times_.insert(times_.end(), block.times.begin(), block.times.end());
         secondsPerRequest_.emplace_back(1 / block.perSecond);
     }
-    [[nodiscard]] double perSecond() const { return 1 / median(secondsPerRequest_).count(); }
+    [[nodiscard]] const std::vector<Seconds>& secondsPerRequest() const {
+        return secondsPerRequest_;
+    }
     [[nodiscard]] std::string text() const {
-        return grouped(static_cast<std::size_t>(perSecond())) + "/s, p50 " +
-               timeText(percentile(times_, 50)) + ", p99 " + timeText(percentile(times_, 99));
+        return grouped(static_cast<std::size_t>(1 / median(secondsPerRequest_).count())) +
+               "/s, p50 " + timeText(percentile(times_, 50)) + ", p99 " +
+               timeText(percentile(times_, 99));
     }
 
   private:
@@ -54,7 +57,9 @@ void compareLoads(const std::string& what, std::uint16_t port, std::uint16_t con
         ours.add(sendRequests(port, request, kRequestsInBlock, kClients));
         constant.add(sendRequests(constantPort, request, kRequestsInBlock, kClients));
     }
-    printRow(what, ours.perSecond() / constant.perSecond(), "x constant server", aim, ours.text());
+    const Comparison compared =
+        compareTimes(constant.secondsPerRequest(), ours.secondsPerRequest());
+    printRow(what, compared.ratio, "x constant server", aim, ours.text());
     printNote("  beside a server with a constant answer", constant.text());
 }
 

@@ -22,6 +22,18 @@ Seconds timed(Work&& work) {
 // The value that `percent` of all values do not exceed. REQUIRES: at least one value.
 [[nodiscard]] Seconds percentile(std::vector<Seconds> values, double percent);
 
+// What two works took, each in its median, and the median of what the first took beside the second
+// in the same round.
+struct Comparison {
+    Seconds first;
+    Seconds second;
+    double ratio;
+};
+
+// REQUIRES: as many values in both, at least one; those of one round in the same place.
+[[nodiscard]] Comparison compareTimes(const std::vector<Seconds>& firsts,
+                                      const std::vector<Seconds>& seconds);
+
 // For how long, and how often, two works are run in turn.
 struct Rounds {
     Seconds time{2};
@@ -29,16 +41,10 @@ struct Rounds {
     std::size_t most = 200;
 };
 
-struct Medians {
-    Seconds first;
-    Seconds second;
-    [[nodiscard]] double ratio() const { return first / second; }
-};
-
 // Runs the two works in turn, after one round that does not count: whatever else the machine does
 // meanwhile slows both.
 template <typename First, typename Second>
-Medians compare(First&& first, Second&& second, const Rounds& rounds = {}) {
+Comparison compare(First&& first, Second&& second, const Rounds& rounds = {}) {
     first();
     second();
     std::vector<Seconds> firsts;
@@ -48,7 +54,7 @@ Medians compare(First&& first, Second&& second, const Rounds& rounds = {}) {
         firsts.push_back(timed(first));
         seconds.push_back(timed(second));
     }
-    return {median(std::move(firsts)), median(std::move(seconds))};
+    return compareTimes(firsts, seconds);
 }
 
 }  // namespace tovra::bench

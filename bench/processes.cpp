@@ -74,9 +74,9 @@ void compareStart(const Workplace& workplace) {
         server.finish();
         trues.push_back(timed([] { examples::ChildProcess({"/bin/true"}, {}).finish(); }));
     }
-    const Medians medians{median(starts), median(trues)};
-    printRow("start to the first answer", medians.ratio(), "x /bin/true", atMost(2.5),
-             timeText(medians));
+    const Comparison compared = compareTimes(starts, trues);
+    printRow("start to the first answer", compared.ratio, "x /bin/true", atMost(2.5),
+             timeText(compared));
 }
 
 void compareSizes(const Workplace& workplace) {
@@ -90,10 +90,11 @@ void compareSizes(const Workplace& workplace) {
         Session larger(workplace, workplace.dataFile(row.larger));
         Session smaller(workplace, workplace.dataFile(base));
         for (const Call& report : kReports) {
-            const Medians medians = compare([&] { larger.call(report.tool, report.arguments); },
-                                            [&] { smaller.call(report.tool, report.arguments); });
-            printRow(report.name + std::string(", ") + row.what, medians.ratio(), "x",
-                     atMost(row.aim), timeText(medians));
+            const Comparison compared =
+                compare([&] { larger.call(report.tool, report.arguments); },
+                        [&] { smaller.call(report.tool, report.arguments); });
+            printRow(report.name + std::string(", ") + row.what, compared.ratio, "x",
+                     atMost(row.aim), timeText(compared));
         }
     };
     compareWith({"2 x transactions", {200'000}, 2.1});

@@ -1,4 +1,4 @@
-#include <algorithm>
+#include <optional>
 #include <string>
 
 #include "bench/calls.h"
@@ -14,14 +14,14 @@ constexpr std::size_t kSmall = 1'000;
 // back again.
 constexpr Seconds kCallAllowance{50e-6};
 
-void printReport(const std::string& what, std::size_t transactions, const Medians& medians) {
+void printReport(const std::string& what, std::size_t transactions, const Comparison& compared) {
     const std::string name = what + ", " + grouped(transactions);
     if (transactions > kSmall) {
-        printRow(name, medians.ratio(), "x floor", atMost(2.0), timeText(medians));
+        printRow(name, compared.ratio, "x floor", atMost(2.0), timeText(compared));
         return;
     }
-    const Medians reduced{medians.first - kCallAllowance, medians.second};
-    printRow(name, reduced.ratio(), "x floor + 50 us", atMost(3.0), timeText(medians));
+    const double allowed = kCallAllowance / compared.second;
+    printRow(name, compared.ratio - allowed, "x floor + 50 us", atMost(3.0), timeText(compared));
 }
 
 }  // namespace
@@ -32,9 +32,10 @@ void compareReports(const Workplace& workplace) {
         Session session(workplace, file);
         Floor floor(file);
         for (const Call& report : kReports) {
-            const Medians medians = compare([&] { session.call(report.tool, report.arguments); },
-                                            [&] { floor.readAndParse(); });
-            printReport(report.name, transactions, medians);
+            const Comparison compared =
+                compare([&] { session.call(report.tool, report.arguments); },
+                        [&] { floor.readAndParse(); });
+            printReport(report.name, transactions, compared);
         }
     }
 }
@@ -50,11 +51,11 @@ void compareRecordings(const Workplace& workplace) {
         Session session(workplace, file);
         Floor floor(workplace.copyOfDataFile({row.transactions}, "floor.json"));
         for (const Call& recording : kRecordings) {
-            const Medians medians =
+            const Comparison compared =
                 compare([&] { session.call(recording.tool, recording.arguments); },
                         [&] { floor.readAndReplace(); }, kRounds);
-            printRow(recording.name + (", " + grouped(row.transactions)), medians.ratio(),
-                     "x floor", row.aim, timeText(medians));
+            printRow(recording.name + (", " + grouped(row.transactions)), compared.ratio, "x floor",
+                     row.aim, timeText(compared));
         }
     }
 }

@@ -66,8 +66,8 @@ std::string timeText(Seconds time) {
     return milliseconds < 1 ? decimals(milliseconds * 1e3) + " us" : decimals(milliseconds) + " ms";
 }
 
-std::string timeText(const Medians& medians) {
-    return timeText(medians.first) + " / " + timeText(medians.second);
+std::string timeText(const Comparison& compared) {
+    return timeText(compared.first) + " / " + timeText(compared.second);
 }
 
 }  // namespace tovra::bench

@@ -34,6 +34,6 @@ void printNote(const std::string& what, const std::string& detail);
 // "31.20 ms" or "88.10 us"
 [[nodiscard]] std::string timeText(Seconds time);
 // "31.20 ms / 21.90 ms"
-[[nodiscard]] std::string timeText(const Medians& medians);
+[[nodiscard]] std::string timeText(const Comparison& compared);
 
 }  // namespace tovra::bench

@@ -17,7 +17,7 @@ Workplace::Workplace(std::string server, std::string constantServer, fs::path fo
       folder_(std::move(folder)) {}
 
 fs::path Workplace::dataFile(const Size& size) const {
-    const fs::path file =
+    fs::path file =
         folder_ / (std::to_string(size.transactions) + "-" + std::to_string(size.accounts) + "-" +
                    std::to_string(size.budgets) + ".json");
     if (fs::exists(file)) return file;
@@ -34,7 +34,7 @@ fs::path Workplace::dataFile(const Size& size) const {
 }
 
 fs::path Workplace::copyOfDataFile(const Size& size, std::string_view name) const {
-    const fs::path copy = folder_ / name;
+    fs::path copy = folder_ / name;
     fs::copy_file(dataFile(size), copy, fs::copy_options::overwrite_existing);
     return copy;
 }

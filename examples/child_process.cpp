@@ -10,7 +10,8 @@
 #include <cerrno>
 #include <system_error>
 
-extern "C" char** environ;
+// The C library of some systems leaves this to us.
+extern "C" char** environ;  // NOLINT(readability-redundant-declaration)
 
 namespace tovra::examples {
 namespace {
@@ -25,6 +26,7 @@ std::array<int, 2> makePipe() {
 
 std::vector<char*> pointers(const std::vector<std::string>& texts) {
     std::vector<char*> result;
+    result.reserve(texts.size());
     for (const std::string& text : texts) result.push_back(const_cast<char*>(text.c_str()));
     return result;
 }

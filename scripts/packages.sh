@@ -12,6 +12,18 @@ build_packages=(
 client_packages=()
 command -v node npm >/dev/null || client_packages=(nodejs npm)
 
+# quietly COMMAND...: shows what the command says only where it fails.
+quietly() {
+    local log
+    log=$(mktemp)
+    if ! "$@" >"$log" 2>&1; then
+        cat "$log" >&2
+        rm -f "$log"
+        return 1
+    fi
+    rm -f "$log"
+}
+
 package_is_installed() {
     [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
 }
@@ -30,21 +42,15 @@ install_packages() {
 
     ((EUID == 0)) || as_root=(sudo)
     echo "Installing ${missing[*]}" >&2
-    "${as_root[@]}" apt-get update -qq >&2
-    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+    quietly "${as_root[@]}" apt-get update
+    quietly "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y --no-install-recommends "${missing[@]}"
 }
 
-# build_release TARGET...: configures the release preset and builds the targets in build/release,
-# and tells about it only where it fails. To be called in the project's folder.
+# build_release TARGET...: configures the release preset and builds the targets in build/release.
+# To be called in the project's folder.
 build_release() {
-    local log
-    log=$(mktemp)
     echo "Building $* in build/release (a minute or two the first time)" >&2
-    if ! { cmake --preset release && cmake --build --preset release --target "$@"; } >"$log" 2>&1; then
-        cat "$log" >&2
-        rm -f "$log"
-        return 1
-    fi
-    rm -f "$log"
+    quietly cmake --preset release
+    quietly cmake --build --preset release --target "$@"
 }
