@@ -6,7 +6,10 @@ target_include_directories(tovra_build INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(tovra_build INTERFACE -ffp-contract=off)
 
 if(TOVRA_DEVELOPER)
-    target_compile_options(tovra_build INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+    target_compile_options(tovra_build INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+endif()
+if(TOVRA_WARNINGS_AS_ERRORS)
+    target_compile_options(tovra_build INTERFACE -Werror)
 endif()
 
 if(TOVRA_SANITIZE)

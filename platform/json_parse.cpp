@@ -330,7 +330,7 @@ class Builder {
 
 Text::Text(std::size_t size)
     : bytes_(std::make_unique_for_overwrite<char[]>(2 * size + kPadding)), size_(size) {
-    preferLargePages(bytes_.get(), size);
+    preferLargePages(bytes_.get(), 2 * size + kPadding);
 }
 
 Text::Text(std::string_view bytes) : Text(bytes.size()) {
@@ -345,9 +345,9 @@ std::optional<Document> parse(Text text) {
     char* bytes = storage->bytes.get();
     std::fill_n(bytes + size, kPadding, '\0');
 
-    // Few texts have a value in eight bytes, none has one in less than two (with a comma), and at
+    // Few texts have a value in sixteen bytes, none has one in less than two (with a comma), and at
     // most all of them move at once. What is never used of the room costs no memory.
-    for (const std::size_t room : {size / 8 + 64, size + 64}) {
+    for (const std::size_t room : {size / 16 + 64, size + 64}) {
         const Outcome outcome = Builder(*storage, size, room).build(*storage);
         if (outcome == Outcome::built) return Document(std::move(storage), size);
         if (outcome == Outcome::noJson) break;

@@ -7,4 +7,6 @@ void preferLargePages(void*, std::size_t) {}
 
 void returnFreedMemory() {}
 
+void returnAllFreedMemory() {}
+
 }  // namespace tovra

@@ -7,6 +7,7 @@
 #include <thread>
 #include <utility>
 
+#include "platform/memory.h"
 #include "platform/replace_file.h"
 #include "platform/signal_hold.h"
 #include "store/data_file.h"
@@ -122,7 +123,10 @@ std::string record(const std::function<Change(const DataFile&)>& change, FileSys
     try {
         for (int i = 0; i < kMostTries; ++i) {
             const auto lock = lockDirectory(directoryOf(path));
-            if (auto text = attempt(change, path, lock ? &*lock : nullptr, system)) return *text;
+            if (auto text = attempt(change, path, lock ? &*lock : nullptr, system)) {
+                returnAllFreedMemory();
+                return *text;
+            }
         }
     } catch (const std::system_error& error) {
         throw RecordingError(

@@ -23,15 +23,12 @@ struct Filter {
     std::optional<Instant> earliest;  // drops what has a date before it
 };
 
+// When a transaction without a readable date is taken to have happened: before all others.
+constexpr Instant kDistantPast = -std::numeric_limits<Instant>::infinity();
+
 struct Match {
     json::Value record;
-    std::optional<Instant> date;
-    std::size_t place;  // in the file
-
-    // Undated transactions come after all dated ones.
-    [[nodiscard]] Instant sortKey() const {
-        return date.value_or(-std::numeric_limits<Instant>::infinity());
-    }
+    Instant date;
 };
 
 Filter readFilter(json::Value arguments, Instant now) {
@@ -52,12 +49,13 @@ bool matchesText(const Transaction& transaction, const Filter& filter) {
 std::vector<Match> matching(const json::Children& transactions, const Filter& filter,
                             DayFormatter& dayFormatter) {
     std::vector<Match> matches;
+    matches.reserve(transactions.size());
     for (const json::Value record : transactions) {
         const Transaction transaction(record);
         if (!matchesText(transaction, filter)) continue;
         const auto date = parseDate(transaction.date(), dayFormatter);
         if (filter.earliest && date && *date < *filter.earliest) continue;
-        matches.push_back({record, date, matches.size()});
+        matches.push_back({record, date.value_or(kDistantPast)});
     }
     return matches;
 }
@@ -65,7 +63,8 @@ std::vector<Match> matching(const json::Children& transactions, const Filter& fi
 // Brings the newest `count` matches to the front, in order; equal dates stay in file order.
 void sortNewestFirst(std::vector<Match>& matches, std::size_t count) {
     const auto isBefore = [](const Match& a, const Match& b) {
-        return a.sortKey() != b.sortKey() ? a.sortKey() > b.sortKey() : a.place < b.place;
+        // The records of a document stand in memory in the order of the file.
+        return a.date != b.date ? a.date > b.date : a.record.node() < b.record.node();
     };
     const auto end = matches.begin() + static_cast<std::ptrdiff_t>(count);
     std::partial_sort(matches.begin(), end, matches.end(), isBefore);
@@ -75,7 +74,7 @@ void appendRow(std::string& text, const Match& match, const DayFormatter& dayFor
     const Transaction transaction(match.record);
     const std::string_view payee = transaction.payee();
     const std::string_view category = transaction.category();
-    text += match.date ? dayFormatter.format(*match.date) : "?";
+    text += match.date == kDistantPast ? "?" : dayFormatter.format(match.date);
     text += "  ";
     text += transaction.isExpense() ? "−" : "+";
     text += moneyText(transaction.currency(), transaction.amount());
