@@ -81,7 +81,8 @@ class MemberOrder {
 // Writes a value and all that it holds; the recursion is bounded by kMaxDepth.
 class Writer {
   public:
-    Writer(std::string& out, bool pretty, const Edit* edit = nullptr) : out_(out), pretty_(pretty) {
+    Writer(std::string& out, bool pretty, const Edit* edit = nullptr)
+        : out_(out), pretty_(pretty), lineBreak_(pretty ? ",\n" : ",") {
         if (edit == nullptr) return;
         edited_ = edit->target.node();
         name_ = edit->name;
@@ -157,35 +158,29 @@ class Writer {
         write(value);
     }
 
+    // What needs no escapes stands between its quotes in the document's own text.
     void writeString(std::string_view text, bool escaped) {
         if (escaped) return appendString(out_, text);
-        out_ += '"';
-        out_ += text;
-        out_ += '"';
+        out_.append(text.data() - 1, text.size() + 2);
     }
 
     void open(char bracket) {
         out_ += bracket;
         isEmpty_ = true;
-        ++depth_;
+        if (pretty_) lineBreak_ += "  ";
     }
 
     void separate() {
-        if (!isEmpty_) out_ += ',';
+        // One append in place of two: there is one of these for every value.
+        out_.append(lineBreak_, isEmpty_ ? 1 : 0);
         isEmpty_ = false;
-        if (pretty_) breakLine();
     }
 
     void close(char bracket) {
-        --depth_;
-        if (pretty_ && !isEmpty_) breakLine();
+        if (pretty_) lineBreak_.resize(lineBreak_.size() - 2);
+        if (!isEmpty_) out_.append(lineBreak_, 1);
         isEmpty_ = false;
         out_ += bracket;
-    }
-
-    void breakLine() {
-        out_ += '\n';
-        out_.append(2 * depth_, ' ');
     }
 
     std::string& out_;
@@ -196,8 +191,8 @@ class Writer {
     Value added_;
     MemberOrder order_;
     std::vector<Value> members_;  // of the objects that are being written, outermost first
-    std::size_t depth_ = 0;
-    bool isEmpty_ = true;  // nothing has been written yet since the last opening bracket
+    std::string lineBreak_;  // a comma and, in pretty text, the break and indentation behind it
+    bool isEmpty_ = true;    // nothing has been written yet since the last opening bracket
 };
 
 }  // namespace
