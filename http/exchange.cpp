@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -11,6 +12,18 @@
 
 namespace tovra::http {
 namespace {
+
+// What every connection may hold beside the budget: an ordinary request is answered also while
+// others have taken all of it.
+constexpr std::size_t kAllowance = std::size_t{16} * 1024;
+
+constexpr std::size_t beyondAllowance(std::size_t size) {
+    return size - std::min(size, kAllowance);
+}
+
+// Messages from this size on are answered one at a time: one that is nothing but brackets takes
+// many times its size while it is looked at.
+constexpr std::size_t kLargeMessage = std::size_t{4} * 1024 * 1024;
 
 // The memory for the requests and responses of all connections together, in bytes.
 class Budget {
@@ -68,6 +81,7 @@ struct Service {
     const Handler handle;
     const RequestLimits limits;
     Budget budget;
+    std::mutex largeMessages;  // held while one is being answered
 };
 
 class RequestExchange : public Exchange {
@@ -85,11 +99,13 @@ class RequestExchange : public Exchange {
     }
 
     std::string answer() override {
+        std::unique_lock<std::mutex> turn;
+        if (buffer_.size() > kLargeMessage) turn = std::unique_lock(service_->largeMessages);
         std::string response = refused_ ? httpResponse("400 Bad Request", std::nullopt, "")
                                         : reader_.answer(received(), service_->handle);
         std::vector<char>().swap(buffer_);
         // A client that is slow to take it must not make the server hold more than it may.
-        share_.changeTo(response.size());
+        share_.changeTo(beyondAllowance(response.size()));
         return response;
     }
 
@@ -98,10 +114,10 @@ class RequestExchange : public Exchange {
 
     // In doubling steps up to the size of the request, never at once for what is only announced.
     bool makeRoom(std::size_t size) {
-        if (size <= share_.size()) return true;
+        if (size <= buffer_.capacity()) return true;
         const std::size_t room =
-            std::max(size, std::min(2 * share_.size(), reader_.expectedSize()));
-        if (!share_.growTo(room)) return false;
+            std::max(size, std::min(2 * buffer_.capacity(), reader_.expectedSize()));
+        if (!share_.growTo(beyondAllowance(room))) return false;
         buffer_.reserve(room);
         return true;
     }

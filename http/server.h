@@ -14,13 +14,13 @@ namespace tovra::http {
 
 struct ServerLimits {
     RequestLimits request;
-    std::size_t buffered = std::size_t{64} * 1024 * 1024;  // bytes of all unanswered requests
+    std::size_t buffered = std::size_t{64} * 1024 * 1024;  // of all requests, beside 16 KiB each
     TcpLimits tcp;
 };
 
 // Serves messages on 127.0.0.1:`port` (0: a port that the system picks) until the process is told
-// to end by SIGTERM or SIGINT. One line on standard error says where it listens and whether a token
-// is asked for; an empty token counts as none.
+// to end by SIGTERM, SIGINT or SIGHUP. One line on standard error says where it listens and whether
+// a token is asked for; an empty token counts as none.
 //
 // Returns 1, after a line on standard error, where it cannot listen. Otherwise it never returns: on
 // the signal no further call of `handle` is begun, `beforeExit` is called, and the process ends

@@ -1,19 +1,23 @@
 #include "platform/end_signal.h"
 
 #include <csignal>
+#include <initializer_list>
 
 namespace tovra {
 namespace {
 
-// SIGHUP only where it means anything: who starts a program to outlive the terminal ignores it.
+// SIGINT and SIGHUP only where they mean anything: who starts a program in the background, or to
+// outlive the terminal, has them ignored.
 sigset_t endSignals() {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    struct sigaction hangup {};
-    if (sigaction(SIGHUP, nullptr, &hangup) == 0 && hangup.sa_handler != SIG_IGN)
-        sigaddset(&signals, SIGHUP);
+    for (const int signal : {SIGINT, SIGHUP}) {
+        struct sigaction action {};
+        if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
+            sigaddset(&signals, signal);
+        }
+    }
     return signals;
 }
 

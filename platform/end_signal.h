@@ -1,4 +1,5 @@
-// The signals that ask the process to end: SIGTERM, SIGINT, and SIGHUP unless it is ignored.
+// The signals that ask the process to end: SIGTERM, and SIGINT and SIGHUP
+// unless they are ignored.
 #pragma once
 
 namespace tovra {

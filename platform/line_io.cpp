@@ -55,11 +55,10 @@ void LineReader::dropLinesBefore() {
 
 bool LineReader::readMore() {
     const std::size_t size = buffer_.size();
-    const std::size_t room = std::max(kReadSize, buffer_.capacity() - size);
-    buffer_.resize(size + room);
+    buffer_.resize(size + kReadSize);
     ssize_t count = 0;
     do {
-        count = ::read(descriptor_, buffer_.data() + size, room);
+        count = ::read(descriptor_, buffer_.data() + size, kReadSize);
     } while (count < 0 && mayGoOn(descriptor_, POLLIN));
     buffer_.resize(size + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     return count > 0;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <string_view>
 
 #include "platform/file.h"
@@ -15,10 +16,10 @@ namespace tovra {
 // because this way nothing is left behind. Where the file system has no locks, none is held.
 class DirectoryLock {
   public:
-    // Waits while another program has the lock, at most ten seconds. Throws std::system_error when
-    // the directory cannot be opened (ENOENT where it does not exist) or the wait is over
+    // Waits while another program has the lock and `mayWait` allows it. Throws std::system_error
+    // when the directory cannot be opened (ENOENT where it does not exist) or the wait is over
     // (ETIMEDOUT).
-    explicit DirectoryLock(const std::filesystem::path& directory);
+    DirectoryLock(const std::filesystem::path& directory, const std::function<bool()>& mayWait);
 
     [[nodiscard]] const Descriptor& directory() const { return directory_; }
 

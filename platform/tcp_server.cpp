@@ -1,5 +1,8 @@
 #include "platform/tcp_server.h"
 
+#include <sys/resource.h>
+
+#include <algorithm>
 #include <array>
 #include <asio/basic_socket_acceptor.hpp>
 #include <asio/basic_stream_socket.hpp>
@@ -254,6 +257,22 @@ class Connection : public std::enable_shared_from_this<Connection> {
     std::array<char, kChunkSize> chunk_;
 };
 
+// How many connections may be open at once, so that there are always descriptors left for what the
+// answers need: files, locks, the time zone. A low limit of the process is raised first.
+std::size_t seatsFor(std::size_t wanted) {
+    constexpr rlim_t kOthers = 64;
+    constexpr rlim_t kEnough = 1024;
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return wanted;
+    if (limit.rlim_cur < kEnough) {
+        limit.rlim_cur = std::min(limit.rlim_max, kEnough);
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+        ::getrlimit(RLIMIT_NOFILE, &limit);
+    }
+    const rlim_t room = limit.rlim_cur > kOthers ? limit.rlim_cur - kOthers : 1;
+    return static_cast<std::size_t>(std::min<rlim_t>(wanted, room));
+}
+
 }  // namespace
 
 // The listening side.
@@ -262,7 +281,7 @@ class TcpServer::Implementation {
     Implementation(std::uint16_t port, const TcpLimits& limits, ExchangeFactory newExchange)
         : limits_(limits),
           newExchange_(std::move(newExchange)),
-          seats_(limits.connections, [this] { resume(); }),
+          seats_(seatsFor(limits.connections), [this] { resume(); }),
           threads_(limits.callers),
           // The address may be in use by connections that are still fading away, not by a listener.
           acceptor_(asio::make_strand(threads_.io()),

@@ -39,7 +39,7 @@ class Exchange {
 using ExchangeFactory = std::function<std::unique_ptr<Exchange>()>;
 
 struct TcpLimits {
-    std::size_t connections = 256;  // open at once; further ones wait to be accepted
+    std::size_t connections = 256;  // open at once, descriptors allowing; further ones wait
     std::size_t callers = 8;        // threads for answers while another one is being worked on
     // A connection is closed up to a tick later than these three say.
     std::chrono::milliseconds requestTime{30'000};  // from the acceptance to the whole request

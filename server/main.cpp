@@ -8,6 +8,7 @@
 #include "server/handle.h"
 #include "server/settings.h"
 #include "server/stdio.h"
+#include "store/local_time.h"
 #include "store/recording.h"
 
 int main(int argc, char** argv) {
@@ -16,6 +17,7 @@ int main(int argc, char** argv) {
     std::signal(SIGXFSZ, SIG_IGN);
 
     tovra::returnFreedMemory();
+    tovra::readTimeZone();
 
     const std::vector<std::string_view> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
     const tovra::Settings settings =

@@ -1,7 +1,5 @@
 #include "store/dates.h"
 
-#include <time.h>
-
 #include <chrono>
 #include <cmath>
 
@@ -127,7 +125,7 @@ std::string IsoFormatter::format(Instant instant) const {
     return text += 'Z';
 }
 
-DayFormatter::DayFormatter() { ::tzset(); }
+DayFormatter::DayFormatter() { readTimeZone(); }
 
 std::optional<Instant> DayFormatter::parse(std::string_view text) {
     if (text.size() != 10) return std::nullopt;
@@ -149,7 +147,7 @@ std::optional<Instant> parseDate(std::string_view text, DayFormatter& dayFormatt
 }
 
 MonthBounds monthBounds(Instant now) {
-    ::tzset();
+    readTimeZone();
     const std::int64_t seconds = wholeSeconds(now);
     const year_month_day today = dateOf(dayOf(seconds + utcOffset(seconds).value_or(0)));
     const auto thisMonth = today.year() / today.month();
@@ -162,7 +160,7 @@ MonthBounds monthBounds(Instant now) {
 std::optional<Instant> daysAgo(std::int64_t days, Instant now) {
     constexpr std::int64_t kMostDays = std::int64_t{1} << 46;  // so that no product overflows
     if (days > kMostDays) return std::nullopt;
-    ::tzset();
+    readTimeZone();
     const std::int64_t seconds = wholeSeconds(now);
     const auto offset = utcOffset(seconds);
     if (!offset) return std::nullopt;

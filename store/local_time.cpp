@@ -2,7 +2,7 @@
 // guess whether daylight-saving time is in force, wrongly so where midnight happens twice.
 #include "store/local_time.h"
 
-#include <ctime>
+#include <time.h>
 
 #include <algorithm>
 
@@ -45,9 +45,11 @@ std::int64_t endOfGap(std::int64_t localTime, NearbyOffsets offsets) {
 
 }  // namespace
 
+void readTimeZone() { ::tzset(); }
+
 std::optional<std::int64_t> utcOffset(std::int64_t instant) {
-    const auto time = static_cast<std::time_t>(instant);
-    std::tm local{};
+    const auto time = static_cast<time_t>(instant);
+    tm local{};
     if (::localtime_r(&time, &local) == nullptr) return std::nullopt;
     return local.tm_gmtoff;
 }

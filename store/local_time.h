@@ -14,6 +14,10 @@ namespace tovra {
 
 inline constexpr std::int64_t kSecondsPerDay = 86400;
 
+// Reads the time zone in force now, for the functions below. It has to have been read once before
+// descriptors can run out: the C library never tries again to read a zone that it has failed to.
+void readTimeZone();
+
 // How far the local clock is ahead of UTC at the instant, in seconds; nothing beyond the years that
 // the C library can express.
 [[nodiscard]] std::optional<std::int64_t> utcOffset(std::int64_t instant);

@@ -1,5 +1,6 @@
 #include "store/recording.h"
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <mutex>
@@ -17,9 +18,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::mutex& recordingMutex() {
-    static std::mutex mutex;
-    return mutex;
+// One recording at a time, and none once the process is about to end.
+struct Turnstile {
+    std::mutex mutex;
+    std::atomic<bool> closed = false;
+};
+
+Turnstile& turnstile() {
+    static Turnstile turnstile;
+    return turnstile;
 }
 
 std::string reasonText(int reason) { return std::generic_category().message(reason); }
@@ -104,10 +111,11 @@ std::optional<std::string> attempt(const std::function<Change(const DataFile&)>&
 }
 
 // The lock of the directory; none where the directory does not exist.
-std::optional<DirectoryLock> lockDirectory(const fs::path& directory) {
+std::optional<DirectoryLock> lockDirectory(const fs::path& directory,
+                                           const std::function<bool()>& mayWait) {
     std::error_code error;
     if (!fs::exists(directory, error)) return std::nullopt;
-    return DirectoryLock(directory);
+    return DirectoryLock(directory, mayWait);
 }
 
 }  // namespace
@@ -117,12 +125,20 @@ RecordingError::RecordingError(const std::string& problem, const fs::path& file)
 
 std::string record(const std::function<Change(const DataFile&)>& change, FileSystem& system) {
     constexpr int kMostTries = 16;
-    const SignalHold hold;
-    const std::scoped_lock guard(recordingMutex());
+    constexpr std::chrono::seconds kLongestWait(10);
+    // Counted from here, so that those in line behind one that waits in vain do not each wait as
+    // long again.
+    const auto deadline = std::chrono::steady_clock::now() + kLongestWait;
+    const auto mayWait = [&] {
+        return !turnstile().closed && std::chrono::steady_clock::now() < deadline;
+    };
+    const std::scoped_lock guard(turnstile().mutex);
     const fs::path path = resolved(dataFileURL());
+    if (turnstile().closed) throw RecordingError("The server is about to end", path);
     try {
         for (int i = 0; i < kMostTries; ++i) {
-            const auto lock = lockDirectory(directoryOf(path));
+            const auto lock = lockDirectory(directoryOf(path), mayWait);
+            const SignalHold hold;
             if (auto text = attempt(change, path, lock ? &*lock : nullptr, system)) {
                 returnAllFreedMemory();
                 return *text;
@@ -135,6 +151,9 @@ std::string record(const std::function<Change(const DataFile&)>& change, FileSys
     throw RecordingError("The data file could not be saved: other programs keep changing it", path);
 }
 
-void finishRecordings() { recordingMutex().lock(); }
+void finishRecordings() {
+    turnstile().closed = true;
+    turnstile().mutex.lock();
+}
 
 }  // namespace tovra

@@ -49,8 +49,9 @@ struct Change {
 // Without an edit nothing is written, not even a directory. `change` is called again, with the
 // newer file, when another writer was quicker; it may throw RecordingError to refuse.
 //
-// Throws RecordingError when the file cannot be saved, or when other writers were quicker sixteen
-// times in a row.
+// Throws RecordingError when the file cannot be saved, when another program locks its folder for
+// ten seconds, or when other writers were quicker sixteen times in a row. While a save is under way
+// SIGTERM, SIGINT and SIGHUP wait for it, where they would end the calling thread's process.
 [[nodiscard]] std::string record(const std::function<Change(const DataFile&)>& change,
                                  FileSystem& system = FileSystem::system());
 
