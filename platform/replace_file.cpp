@@ -39,6 +39,14 @@ bool isSameFile(const fs::path& path, const struct stat& file) {
     return ::lstat(path.c_str(), &found) == 0 && isSameFile(found, file);
 }
 
+// Whether the path still leads to the file that was read, and nobody has written to it since, as
+// far as a look from outside tells.
+bool isUnchanged(const fs::path& path, const FileVersion& version) {
+    struct stat found {};
+    return ::lstat(path.c_str(), &found) == 0 && isSameFile(found, version.status) &&
+           found.st_size == version.status.st_size && found.st_mtime == version.status.st_mtime;
+}
+
 // The new bytes in a hidden file beside the target, gone when this is destroyed.
 class TemporaryFile {
   public:
@@ -99,9 +107,18 @@ void synchroniseDirectory(FileSystem& system, const DirectoryLock& lock) {
     if (errno != EINVAL && errno != ENOTSUP) fail(errno);
 }
 
+bool isUnsupported(int reason) { return reason == EINVAL || reason == ENOSYS || reason == ENOTSUP; }
+
 Replacement createFile(FileSystem& system, const fs::path& target, const DirectoryLock& lock,
                        TemporaryFile& fresh) {
-    if (system.renameExclusively(fresh.path(), target) < 0) {
+    int result = system.renameExclusively(fresh.path(), target);
+    struct stat found {};
+    // Where that is not possible, a last look has to do.
+    if (result < 0 && (isUnsupported(errno) || errno == EPERM)) {
+        if (::lstat(target.c_str(), &found) == 0) return Replacement::changed;
+        result = system.rename(fresh.path(), target);
+    }
+    if (result < 0) {
         if (errno == EEXIST) return Replacement::changed;
         fail(errno);
     }
@@ -109,7 +126,7 @@ Replacement createFile(FileSystem& system, const fs::path& target, const Directo
     try {
         synchroniseDirectory(system, lock);
     } catch (const std::system_error&) {
-        system.remove(target);
+        if (isSameFile(target, fresh.status())) system.remove(target);
         throw;
     }
     return Replacement::done;
@@ -138,6 +155,11 @@ void putBack(FileSystem& system, const fs::path& target, TemporaryFile& fresh) {
     while (::lstat(fresh.path().c_str(), &out) == 0) {
         if (system.exchange(fresh.path(), target) < 0) {
             const int reason = errno;
+            // Somebody removed what was put in: what came out is all there is, and goes back.
+            if (reason == ENOENT && system.renameExclusively(fresh.path(), target) == 0) {
+                return fresh.forget();
+            }
+            if (reason == ENOENT && errno == EEXIST) continue;
             fresh.forget();  // what it names is not ours: better left behind than lost
             fail(reason);
         }
@@ -146,19 +168,15 @@ void putBack(FileSystem& system, const fs::path& target, TemporaryFile& fresh) {
     }
 }
 
-bool isExchangeUnsupported(int reason) {
-    return reason == EINVAL || reason == ENOSYS || reason == ENOTSUP;
-}
-
 // Exchanges the two files in one step and only then looks at what was replaced: no other writer can
 // slip in unseen.
 Replacement exchangeFiles(FileSystem& system, const fs::path& target, const DirectoryLock& lock,
                           const FileVersion& before, std::string_view beforeBytes,
                           TemporaryFile& fresh) {
-    if (!isSameFile(target, before.status)) return Replacement::changed;
+    if (!isUnchanged(target, before)) return Replacement::changed;
     if (system.exchange(fresh.path(), target) < 0) {
         if (errno == ENOENT) return Replacement::changed;
-        if (!isExchangeUnsupported(errno)) fail(errno);
+        if (!isUnsupported(errno)) fail(errno);
         return renameOver(system, target, lock, before, beforeBytes, fresh);
     }
     if (!isSameFile(fresh.path(), before.status) || !holdsBytes(before.descriptor, beforeBytes)) {

@@ -1,8 +1,10 @@
 #include "store/recording.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <exception>
 #include <mutex>
 #include <system_error>
 #include <thread>
@@ -11,6 +13,7 @@
 #include "platform/memory.h"
 #include "platform/replace_file.h"
 #include "platform/signal_hold.h"
+#include "platform/unicode.h"
 #include "store/data_file.h"
 
 namespace tovra {
@@ -90,26 +93,6 @@ Loaded load(const fs::path& path) {
     return loadOnce(path);
 }
 
-// One attempt, under the lock: nothing comes back when another writer was quicker.
-std::optional<std::string> attempt(const std::function<Change(const DataFile&)>& change,
-                                   const fs::path& path, const DirectoryLock* lock,
-                                   FileSystem& system) {
-    const Loaded loaded = load(path);
-    const Change made = change(loaded.file);
-    if (!made.edit) return made.text;
-    if (lock == nullptr) {
-        fs::create_directories(directoryOf(path));
-        return std::nullopt;
-    }
-    const FileVersion* before = loaded.version ? &*loaded.version : nullptr;
-    const std::string bytes = json::prettyText(loaded.file.document, *made.edit);
-    if (replaceFile(system, path, *lock, before, loaded.file.document.text(), bytes) ==
-        Replacement::changed) {
-        return std::nullopt;
-    }
-    return made.text;
-}
-
 // The lock of the directory; none where the directory does not exist.
 std::optional<DirectoryLock> lockDirectory(const fs::path& directory,
                                            const std::function<bool()>& mayWait) {
@@ -118,10 +101,49 @@ std::optional<DirectoryLock> lockDirectory(const fs::path& directory,
     return DirectoryLock(directory, mayWait);
 }
 
+// One attempt, under the lock: nothing comes back when another writer was quicker.
+std::optional<std::string> attempt(const std::function<Change(const DataFile&)>& change,
+                                   const fs::path& path, const std::function<bool()>& mayWait,
+                                   FileSystem& system) {
+    std::optional<DirectoryLock> lock;
+    std::exception_ptr noLock;  // of interest only when there is something to save
+    try {
+        lock = lockDirectory(directoryOf(path), mayWait);
+    } catch (const std::system_error&) {
+        noLock = std::current_exception();
+    }
+    const Loaded loaded = load(path);
+    const Change made = change(loaded.file);
+    if (!made.edit) return made.text;
+    if (noLock) std::rethrow_exception(noLock);
+    if (!lock) {
+        fs::create_directories(directoryOf(path));
+        return std::nullopt;
+    }
+    const FileVersion* before = loaded.version ? &*loaded.version : nullptr;
+    const std::string bytes = json::prettyText(loaded.file.document, *made.edit);
+    if (bytes.size() > json::Text::kMaxSize) loaded.file.refuse("The data file would be too large");
+    const SignalHold hold;
+    const auto replacement =
+        replaceFile(system, path, *lock, before, loaded.file.document.text(), bytes);
+    if (replacement == Replacement::changed) return std::nullopt;
+    return made.text;
+}
+
+// A message has to be valid UTF-8, a path need not be.
+std::string readable(const fs::path& path) {
+    std::string text = path.string();
+    if (!isValidUtf8(text)) {
+        std::replace_if(
+            text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; }, '?');
+    }
+    return text;
+}
+
 }  // namespace
 
 RecordingError::RecordingError(const std::string& problem, const fs::path& file)
-    : std::runtime_error(problem + " (" + file.string() + "). Nothing was changed.") {}
+    : std::runtime_error(problem + " (" + readable(file) + "). Nothing was changed.") {}
 
 std::string record(const std::function<Change(const DataFile&)>& change, FileSystem& system) {
     constexpr int kMostTries = 16;
@@ -133,16 +155,15 @@ std::string record(const std::function<Change(const DataFile&)>& change, FileSys
         return !turnstile().closed && std::chrono::steady_clock::now() < deadline;
     };
     const std::scoped_lock guard(turnstile().mutex);
-    const fs::path path = resolved(dataFileURL());
+    fs::path path = resolved(dataFileURL());
     if (turnstile().closed) throw RecordingError("The server is about to end", path);
     try {
         for (int i = 0; i < kMostTries; ++i) {
-            const auto lock = lockDirectory(directoryOf(path), mayWait);
-            const SignalHold hold;
-            if (auto text = attempt(change, path, lock ? &*lock : nullptr, system)) {
+            if (auto text = attempt(change, path, mayWait, system)) {
                 returnAllFreedMemory();
                 return *text;
             }
+            path = resolved(dataFileURL());
         }
     } catch (const std::system_error& error) {
         throw RecordingError(

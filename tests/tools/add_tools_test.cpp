@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/json_write.h"
+#include "platform/unicode.h"
 #include "store/fields.h"
 #include "store/recording.h"
 #include "tests/support/scopes.h"
@@ -118,6 +119,12 @@ TEST(AddTransaction, RefusesToReplaceWhatItCannotRead) {
     const test::DataFile file("{}");
     EXPECT_THROW(addTransaction(R"({"amount":1e999})"), RecordingError);
     EXPECT_EQ(test::fileBytes(file.path()), "{}");
+    const test::EnvironmentScope variable("TOVRA_DATA_FILE", file.path().string() + "/\xFF");
+    try {
+        ADD_FAILURE() << addTransaction(R"({"amount":1})");
+    } catch (const RecordingError& error) {
+        EXPECT_TRUE(isValidUtf8(error.what())) << error.what();
+    }
 }
 
 TEST(AddToGoal, ChangesTheSavedTotalOfTheFirstMatchAlone) {
@@ -159,8 +166,11 @@ TEST(AddToGoal, KnowsNoGoalWhereThereIsNone) {
         EXPECT_EQ(test::fileBytes(file.path()), content);
     }
     const test::TemporaryFolder folder;
-    const test::EnvironmentScope variable("TOVRA_DATA_FILE", folder / "none/data.json");
-    EXPECT_NE(addToGoal(R"({"amount":1})").find("no goal named \"\""), std::string::npos);
+    test::writeFile(folder / "file", "{}");
+    for (const char* path : {"none/data.json", "file/data.json"}) {
+        const test::EnvironmentScope variable("TOVRA_DATA_FILE", folder / path);
+        EXPECT_NE(addToGoal(R"({"amount":1})").find("no goal named \"\""), std::string::npos);
+    }
     EXPECT_FALSE(std::filesystem::exists(folder / "none"));
 
     const test::DataFile full(R"({"goals":[{"saved":1.7e308}]})");
