@@ -14,35 +14,26 @@ using std::chrono::sys_days;
 using std::chrono::year;
 using std::chrono::year_month_day;
 
-// Reads the decimal number in the `count` characters from `from`; negative when one is no digit.
-int digits(std::string_view text, std::size_t from, std::size_t count) {
-    int number = 0;
-    for (const char c : text.substr(from, count)) {
-        if (c < '0' || c > '9') return -1;
-        number = number * 10 + (c - '0');
-    }
-    return number;
-}
-
-// Whether `text` has exactly the punctuation of `pattern`, in which a 0 stands for anything.
-bool hasShape(std::string_view text, std::string_view pattern) {
-    if (text.size() != pattern.size()) return false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (pattern[i] != '0' && text[i] != pattern[i]) return false;
-    }
-    return true;
+// The number that two characters spell; negative when they are no digits.
+int twoDigits(const char* text) {
+    const unsigned tens = static_cast<unsigned char>(text[0]) - unsigned{'0'};
+    const unsigned units = static_cast<unsigned char>(text[1]) - unsigned{'0'};
+    return tens > 9 || units > 9 ? -1 : static_cast<int>(tens * 10 + units);
 }
 
 std::int64_t dayNumber(year_month_day date) { return sys_days(date).time_since_epoch().count(); }
 
 // The number of the day that the first ten characters name as yyyy-MM-dd.
 std::optional<std::int64_t> parseDay(std::string_view text) {
-    if (!hasShape(text.substr(0, 10), "0000-00-00")) return std::nullopt;
-    const int y = digits(text, 0, 4);
-    const int m = digits(text, 5, 2);
-    const int d = digits(text, 8, 2);
-    if (y < 1 || m < 1 || d < 1) return std::nullopt;
-    const year_month_day date(year(y), month(static_cast<unsigned>(m)),
+    if (text.size() < 10 || text[4] != '-' || text[7] != '-') return std::nullopt;
+    const int century = twoDigits(&text[0]);
+    const int ofCentury = twoDigits(&text[2]);
+    const int m = twoDigits(&text[5]);
+    const int d = twoDigits(&text[8]);
+    if (century < 0 || ofCentury < 0 || century + ofCentury == 0 || m < 1 || d < 1) {
+        return std::nullopt;
+    }
+    const year_month_day date(year(century * 100 + ofCentury), month(static_cast<unsigned>(m)),
                               day(static_cast<unsigned>(d)));
     if (!date.ok()) return std::nullopt;
     return dayNumber(date);
@@ -51,9 +42,11 @@ std::optional<std::int64_t> parseDay(std::string_view text) {
 // The seconds by which a zone designator is ahead of UTC: "Z", or a sign, hours and minutes.
 std::optional<std::int64_t> parseZone(std::string_view text) {
     if (text == "Z") return 0;
-    if (!hasShape(text, "+00:00") && !hasShape(text, "-00:00")) return std::nullopt;
-    const int hours = digits(text, 1, 2);
-    const int minutes = digits(text, 4, 2);
+    if (text.size() != 6 || (text[0] != '+' && text[0] != '-') || text[3] != ':') {
+        return std::nullopt;
+    }
+    const int hours = twoDigits(&text[1]);
+    const int minutes = twoDigits(&text[4]);
     if (hours < 0 || hours > 23 || minutes < 0 || minutes > 59) return std::nullopt;
     const int seconds = hours * 3600 + minutes * 60;
     return text[0] == '+' ? seconds : -seconds;
@@ -99,11 +92,13 @@ Instant currentInstant() {
 }
 
 std::optional<Instant> IsoFormatter::parse(std::string_view text) const {
-    if (text.size() < 20 || !hasShape(text.substr(10, 9), "T00:00:00")) return std::nullopt;
+    if (text.size() < 20 || text[10] != 'T' || text[13] != ':' || text[16] != ':') {
+        return std::nullopt;
+    }
     const auto date = parseDay(text);
-    const int hour = digits(text, 11, 2);
-    const int minute = digits(text, 14, 2);
-    const int second = digits(text, 17, 2);
+    const int hour = twoDigits(&text[11]);
+    const int minute = twoDigits(&text[14]);
+    const int second = twoDigits(&text[17]);
     const auto zone = parseZone(text.substr(19));
     if (!date || !zone || hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 ||
         second > 59) {
