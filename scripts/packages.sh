@@ -24,6 +24,9 @@ quietly() {
     rm -f "$log"
 }
 
+# What makes the Debian package and looks at it and at the manual page.
+package_packages=(dpkg-dev file man-db)
+
 package_is_installed() {
     [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
 }
