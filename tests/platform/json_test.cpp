@@ -42,7 +42,9 @@ TEST(Json, AcceptsJsonAndWritesItCompactly) {
          R"(["Aé/\"\\\b\f\n\r\t\u001f\u0000","😀)"
          "\uFFFF\x7F\u2028\"]"},
         {R"({"\u0061":1,"é":[3,{"c":1,"c":2}],"ab\n":2,"a":3,"B":4})",
-         R"({"B":4,"a":3,"ab\n":2,"é":[3,{"c":2}]})"}};
+         R"({"B":4,"a":3,"ab\n":2,"é":[3,{"c":2}]})"},
+        {R"([{"b":1,"a":2},{"d":3,"c":4},{"a":5,"b":6},{"a":7,"a":8},{"b":9,"a":{"z":0,"y":1}}])",
+         R"([{"a":2,"b":1},{"c":4,"d":3},{"a":5,"b":6},{"a":8},{"a":{"y":1,"z":0},"b":9}])"}};
     for (const auto& [text, written] : cases) {
         EXPECT_EQ(rewritten(text), written) << text;
         EXPECT_EQ(rewritten(written), written) << text;
@@ -73,7 +75,8 @@ TEST(Json, RefusesEverythingElse) {
         "['a']", R"(["a\"])", "[\"\n\"]", "[\"\t\"]", "[\"\x1F\"]", "[\"\0\"]"s, R"(["\x"])",
         R"(["\'"])", R"(["\U0041"])", R"(["\u"])", R"(["\u12g4"])", R"(["\u+123"])",
         R"(["\ud800"])", R"(["\udc00"])", R"(["\ud800x"])", R"(["\ud800\n"])",
-        R"(["\ud800\u0041"])", R"(["\ud800\ud800"])", R"(["\udc00\ud800"])", R"({"\udbff":1})",
+        R"(["\ud800\u0041"])", R"(["\ud800\ud800"])", R"(["\udc00\udc00"])", R"(["\ud800\ue000"])",
+        R"({"\udbff":1})",
         // invalid UTF-8: no first byte, too long, a surrogate, beyond the last code point, cut off
         "[\"\xFF\"]", "[\"\x80\"]", "[\"\xC0\x80\"]", "[\"\xE0\x80\x80\"]", "[\"\xED\xA0\x80\"]",
         "[\"\xF4\x90\x80\x80\"]", "[\"\xE2\x82\"]", "{\"\xFF\":1}", "[]\xC3",
@@ -86,20 +89,29 @@ TEST(Json, RefusesEverythingElse) {
     }
 }
 
-TEST(Json, ReadsNumbersWithFullPrecision) {
-    const std::pair<std::string, double> cases[] = {
-        {"-1.5E2", -150},
-        {"0.1", 0.1},
-        {"9007199254740993", 9007199254740992.0},
-        {"5e-324", 5e-324},
-        {"1e-400", 0.0},
-        {"9007199254740993.00000000001", 9007199254740994.0},
-        {"1e999", HUGE_VAL},
-        {"-1e999", -HUGE_VAL}};
-    for (const auto& [text, value] : cases) {
-        EXPECT_EQ(parse("[" + text + "]")->root().children()[0].number(), value) << text;
+TEST(Json, TakesLongTextsOfManyLinesLikeShortOnes) {
+    for (const std::string part : {"1,", "{\"é\\n\":[2.5]},", "\"a\\\"b\\\\\",", "[[],{}],"}) {
+        const std::string lines = repeated(part + "\n", 50000);
+        EXPECT_EQ(rewritten("[" + lines + "0]"), "[" + repeated(part, 50000) + "0]") << part;
+        for (const char* end : {"", "0", "\"\n\"]", "\xFF]", "\\\n]", "0]\n0"}) {
+            EXPECT_EQ(rewritten("[" + lines + end), "refused") << part << end;
+        }
     }
-    EXPECT_TRUE(std::signbit(parse("[-0]")->root().children()[0].number().value()));
+    EXPECT_EQ(rewritten("[]\n" + repeated(" ", 200000)), "[]");
+    EXPECT_EQ(rewritten("[]\n" + repeated(" ", 200000) + "\xFF"), "refused");
+}
+
+TEST(Json, ReadsNumbersWithFullPrecision) {
+    const std::string text =
+        "[-1.5E2,0.1,9007199254740993,9007199254740993.00000000001,5e-324,1e-400,1e999,-1e999,-0]";
+    const double values[] = {
+        -150, 0.1, 9007199254740992.0, 9007199254740994.0, 5e-324, 0, HUGE_VAL, -HUGE_VAL, -0.0};
+    const auto document = parse(text);
+    const double* expected = values;
+    for (const Value it : document->root().children()) {
+        EXPECT_EQ(it.number(), *expected) << it.numberText();
+        EXPECT_EQ(std::signbit(*it.number()), std::signbit(*expected++)) << it.numberText();
+    }
 }
 
 TEST(Json, ReadsMembersOfAMovedDocument) {

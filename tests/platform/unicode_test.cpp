@@ -11,19 +11,18 @@ using namespace std::string_literals;
 using Pair = std::pair<std::string, std::string>;
 
 TEST(Unicode, MapsToLowerAndUpperCase) {
-    const std::pair<std::string, Pair> cases[] = {{"Az[`{@ 0", {"az[`{@ 0", "AZ[`{@ 0"}},
-                                                  {"É\0a\0B"s, {"é\0a\0b"s, "É\0A\0B"s}},
-                                                  {"Straße", {"straße", "STRASSE"}},
-                                                  {"İI", {"i\u0307i", "İI"}},
-                                                  {"ıi", {"ıi", "II"}},
-                                                  {"ſK\u212A", {"ſkk", "SK\u212A"}},
-                                                  {"ΟΔΟΣ ΣΑΣ", {"οδος σας", "ΟΔΟΣ ΣΑΣ"}},
-                                                  {"ŉﬁ", {"ŉﬁ", "\u02BCNFI"}},
-                                                  {"𐐀𐐨😀", {"𐐨𐐨😀", "𐐀𐐀😀"}}};
-    for (const auto& [text, mapped] : cases) {
-        EXPECT_EQ(lowerCased(text), mapped.first) << text;
-        EXPECT_EQ(upperCased(text), mapped.second) << text;
-    }
+    const Pair lower[] = {{"Az[`{@ 0", "az[`{@ 0"},
+                          {"É\0a\0B"s, "é\0a\0b"s},
+                          {"Straße", "straße"},
+                          {"İI", "i\u0307i"},
+                          {"ıſK\u212A", "ıſkk"},
+                          {"ΟΔΟΣ ΣΑΣ", "οδος σας"},
+                          {"𐐀𐐨😀", "𐐨𐐨😀"}};
+    for (const auto& [text, mapped] : lower) EXPECT_EQ(lowerCased(text), mapped) << text;
+    const Pair upper[] = {
+        {"Az[`{@ 0", "AZ[`{@ 0"}, {"É\0a\0B"s, "É\0A\0B"s}, {"Straße", "STRASSE"}, {"İıi", "İII"},
+        {"ſ\u212A", "S\u212A"},   {"οδος", "ΟΔΟΣ"},         {"ŉﬁ", "\u02BCNFI"},   {"𐐀𐐨😀", "𐐀𐐀😀"}};
+    for (const auto& [text, mapped] : upper) EXPECT_EQ(upperCased(text), mapped) << text;
 }
 
 TEST(Unicode, ComparesWholeTextsWithoutCase) {

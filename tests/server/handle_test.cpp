@@ -41,8 +41,6 @@ TEST(Handle, AnswersEachMethod) {
     const std::pair<const char*, std::string> cases[] = {
         {R"("method":"initialize","params":{"protocolVersion":"2025-03-26"})",
          initialized("2025-03-26")},
-        {R"("method":"initialize","params":{"protocolVersion":"x\"\u0000"})",
-         initialized("x\\\"\\u0000")},
         {R"("method":"initialize","params":{"protocolVersion":7})", initialized("2024-11-05")},
         {R"("method":"initialize","params":["2025-03-26"])", initialized("2024-11-05")},
         {R"("method":"initialize","jsonrpc":"1.0")", initialized("2024-11-05")},
@@ -54,7 +52,6 @@ TEST(Handle, AnswersEachMethod) {
         {R"("method":"a\n\"\u0000é")", unknown("a\\n\\\"\\u0000é")},
         {R"("method":"tools/call")", called("Unknown tool: ", true)},
         {R"("method":"tools/call","params":["list_goals"])", called("Unknown tool: ", true)},
-        {R"("method":"tools/call","params":{"name":7})", called("Unknown tool: ", true)},
         {R"("method":"tools/call","params":{"name":"List_goals"})",
          called("Unknown tool: List_goals", true)},
         {R"("method":"tools/call","params":{"name":"list_goals\u0000 "})",
@@ -66,8 +63,7 @@ TEST(Handle, AnswersEachMethod) {
         {R"("method":"tools/call","params":{"name":"spending_by_category","arguments":[{"days":7}]})",
          called("No spending in the last 30 days.", false)},
         {R"("params":{})", "none"},
-        {R"("method":7)", "none"},
-        {R"("method":null)", "none"}};
+        {R"("method":7)", "none"}};
     const test::DataFile data("{}");
     for (const auto& [message, response] : cases) {
         EXPECT_EQ(answer("{" + std::string(message) + R"(,"id":1})"), response) << message;
@@ -95,16 +91,17 @@ TEST(Handle, ListsTheToolsOfTheMode) {
 
 TEST(Handle, RefusesToRecordInReadOnlyMode) {
     const test::DataFile data(R"({"goals":[{"name":"Trip"}]})");
-    const std::pair<std::string, std::string> cases[] = {
-        {"add_transaction", "This Tovra connector is read-only; add_transaction is disabled."},
-        {"add_to_goal", "This Tovra connector is read-only; add_to_goal is disabled."},
-        {"Add_To_Goal", "Unknown tool: Add_To_Goal"}};
-    for (const auto& [name, text] : cases) {
-        EXPECT_EQ(answer(R"({"id":1,"method":"tools/call","params":{"name":")" + name +
-                             R"(","arguments":{"goal":"Trip","amount":5}}})",
-                         true),
-                  called(text, true));
+    const auto call = [](const std::string& name) {
+        return answer(R"({"id":1,"method":"tools/call","params":{"name":")" + name +
+                          R"(","arguments":{"goal":"Trip","amount":5}}})",
+                      true);
+    };
+    for (const std::string name : {"add_transaction", "add_to_goal"}) {
+        EXPECT_EQ(call(name),
+                  called("This Tovra connector is read-only; " + name + " is disabled.", true));
     }
+    EXPECT_EQ(call("Add_To_Goal"), called("Unknown tool: Add_To_Goal", true));
+    EXPECT_EQ(call("list_budgets"), called("No budgets set.", false));
     EXPECT_EQ(test::fileBytes(data.path()), R"({"goals":[{"name":"Trip"}]})");
 }
 

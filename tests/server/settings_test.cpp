@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <vector>
 
 namespace tovra {
@@ -17,14 +16,16 @@ std::string read(const std::vector<std::string_view>& arguments, std::optional<s
 }
 
 TEST(Settings, ComeFromTheCommandLineAndTheEnvironment) {
-    using Arguments = std::vector<std::string_view>;
-    const std::pair<Arguments, const char*> cases[] = {
+    struct Case {
+        std::vector<std::string_view> arguments;
+        const char* settings;
+    };
+    const Case cases[] = {
         {{}, "stdio"},
         {{"--http"}, "http 8765"},
         {{"--http", "--read-only"}, "http 8765 read-only"},
         {{"--http", "abc", "--token", "t"}, "http 8765 <t>"},
         {{"--http", "9000", "--http"}, "http 8765"},
-        {{"--http", "--http", "1"}, "http 1"},
         {{"--read-only", "9000", "--http=9000", "--HTTP", "-http", ""}, "stdio read-only"},
         {{"--token", "--http", "9000"}, "stdio <--http>"},
         {{"--token", "a", "--token", ""}, "stdio <>"},
@@ -38,14 +39,13 @@ TEST(Settings, ComeFromTheCommandLineAndTheEnvironment) {
 }
 
 TEST(Settings, TakeOnlyAPortAfterHttp) {
-    const std::pair<const char*, int> ports[] = {
-        {"0", 0},        {"-0", 0},        {"-000", 0},
-        {"+9000", 9000}, {"65535", 65535}, {"00000000000000000009000", 9000}};
-    for (const auto& [text, port] : ports) {
-        EXPECT_EQ(read({"--http", text}, {}), "http " + std::to_string(port)) << text;
+    for (const char* text : {"0", "9000", "65535"}) {
+        EXPECT_EQ(read({"--http", text}, {}), "http " + std::string(text));
     }
-    for (const char* text : {"65536", "70000", "-1", "+", "-", "", "++1", "+-0", "-+0", " 1", "1 ",
-                             "1.0", "0x10", "1e3", "99999999999999999999", "٣"}) {
+    EXPECT_EQ(read({"--http", "-00"}, {}), "http 0");
+    EXPECT_EQ(read({"--http", "+00000000000000009000"}, {}), "http 9000");
+    for (const char* text : {"65536", "-1", "+", "-", "", "++1", "+-0", "-+0", " 1", "1 ", "1.0",
+                             "0x10", "99999999999999999999", "٣"}) {
         EXPECT_EQ(read({"--http", text}, {}), "http 8765") << text;
     }
 }
