@@ -21,23 +21,16 @@ struct Case {
 
 TEST(Dates, ReadBothFormsInTheZoneInForce) {
     const Case cases[] = {
-        {"UTC", "2026-11-16T19:00:34Z", "2026-11-16T19:00:34Z"},
-        {"Asia/Tokyo", "2026-11-16T00:00:00+02:00", "2026-11-15T22:00:00Z"},
-        {"UTC", "2024-12-31T23:59:59-05:45", "2025-01-01T05:44:59Z"},
-        {"Europe/Berlin", "2026-11-16", "2026-11-15T23:00:00Z"},
+        {"Asia/Tokyo", "2024-12-31T23:59:59-05:45", "2025-01-01T05:44:59Z"},
         {"Asia/Kathmandu", "2024-02-29", "2024-02-28T18:15:00Z"},
         // a midnight that does not exist, exists twice, or comes again after some minutes
         {"America/Sao_Paulo", "2018-11-04", "2018-11-04T03:00:00Z"},
-        {"Africa/Cairo", "2024-04-26", "2024-04-25T22:00:00Z"},
         {"America/Havana", "2024-11-03", "2024-11-03T04:00:00Z"},
         {"America/St_Johns", "2006-10-29", "2006-10-29T02:30:00Z"},
-        {"America/Sao_Paulo", "2018-02-18", "2018-02-18T03:00:00Z"},
-        // a whole day that does not exist, and the one after it
+        // a whole day that does not exist
         {"Pacific/Apia", "2011-12-30", "2011-12-30T10:00:00Z"},
-        {"Pacific/Apia", "2011-12-31", "2011-12-30T10:00:00Z"},
         // far from today, and the second before 1970
         {"Europe/Berlin", "1800-01-01", "1799-12-31T23:06:32Z"},
-        {"America/New_York", "2040-07-01", "2040-07-01T04:00:00Z"},
         {"America/New_York", "9998-07-01", "9998-07-01T04:00:00Z"},
         {"XXX-0:00:01", "1970-01-01", "1969-12-31T23:59:59Z"}};
     for (const auto& [zone, text, instant] : cases) {
@@ -47,22 +40,18 @@ TEST(Dates, ReadBothFormsInTheZoneInForce) {
         EXPECT_EQ(inUtc(parseDate(text, dayFormatter)), instant) << text << " again in " << zone;
     }
     EXPECT_EQ(utc("2001-09-09T01:46:40Z"), 1e9);
-    EXPECT_EQ(utc("1800-01-01T00:00:00Z"), -5364662400);
 }
 
 TEST(Dates, RefuseEveryOtherText) {
     const std::string cases[] = {
         // no day of the calendar in the form yyyy-MM-dd
-        "", "n/a", "16/11/2026", "2026-1-5", "2026-02-30", "1900-02-29", "2026-13-01", "2026-00-10",
-        "2026-11-00", "2026-11-16 ", " 2026-11-16", "2026-11-16\0"s, "20261116", "2026-11-1６",
-        "+026-11-16", "2026-11-+6", "2026-11", "2026-W47-1", "2026-11-16T",
+        "", "16/11/2026", "2026-1-5", "1900-02-29", "2026-13-01", "2026-00-10", "2026-11-00",
+        "2026-11-16 ", "2026-11-16\0"s, "2026-11-+6", "2026-11-1６", "0000-11-16",
         // no date-time with whole seconds and a zone
         "2026-11-16T19:00:34", "2026-11-16 19:00:34Z", "2026-11-16T19:00Z",
-        "2026-11-16T19:00:34.250Z", "2026-11-16T19:00:34+0200", "2026-11-16T19:00:34+02",
-        "2026-11-16T19:00:34+02:60", "2026-11-16T19:00:34 +02:00", "2026-11-16T19:60:00Z",
-        "2026-11-16T19:00:61Z", "2026-11-16T25:00:00Z", "2026-11-16T19:00:34Zx",
-        "2026-11-16T19:00:34Z\0"s, "2026-02-30T19:00:34Z", "20261116T190034Z",
-        "2026-11-16T-1:00:00Z"};
+        "2026-11-16T19:00:34.250Z", "2026-11-16T19:00:34+0200", "2026-11-16T19:00:34+02:60",
+        "2026-11-16T19:60:00Z", "2026-11-16T19:00:60Z", "2026-11-16T24:00:00Z",
+        "2026-11-16T19:00:34Zx", "2026-02-30T19:00:34Z", "2026-11-16T-1:00:00Z"};
     DayFormatter dayFormatter;
     for (const std::string& text : cases) {
         EXPECT_EQ(inUtc(parseDate(text, dayFormatter)), "none") << testing::PrintToString(text);
@@ -73,9 +62,7 @@ TEST(Dates, MonthsAreCalendarMonthsOfTheZone) {
     const Case cases[] = {
         {"UTC", "2026-12-31T23:59:59Z", "2026-12-01T00:00:00Z 2027-01-01T00:00:00Z"},
         {"America/New_York", "2026-12-01T04:59:00Z", "2026-11-01T04:00:00Z 2026-12-01T05:00:00Z"},
-        {"Europe/Berlin", "2024-01-31T23:00:00Z", "2024-01-31T23:00:00Z 2024-02-29T23:00:00Z"},
         {"Pacific/Apia", "2011-12-15T00:00:00Z", "2011-12-01T10:00:00Z 2011-12-31T10:00:00Z"},
-        {"America/Asuncion", "2023-10-15T00:00:00Z", "2023-10-01T04:00:00Z 2023-11-01T03:00:00Z"},
         {"America/Havana", "2015-11-01T04:30:00Z", "2015-11-01T04:00:00Z 2015-12-01T05:00:00Z"}};
     for (const auto& [zone, now, bounds] : cases) {
         const test::EnvironmentScope scope("TZ", zone);
@@ -88,7 +75,6 @@ TEST(Dates, MonthsAreCalendarMonthsOfTheZone) {
 TEST(Dates, DaysAgoKeepTheLocalTimeOfDay) {
     const std::pair<std::int64_t, Case> cases[] = {
         {1, {"UTC", "2024-03-01T15:00:00Z", "2024-02-29T15:00:00Z"}},
-        {1, {"America/New_York", "2026-03-08T19:00:00Z", "2026-03-07T20:00:00Z"}},
         {1, {"America/New_York", "2026-11-01T20:00:00Z", "2026-10-31T19:00:00Z"}},
         {7000, {"Europe/Berlin", "2026-11-16T15:00:00Z", "2007-09-17T14:00:00Z"}},
         // a time of day that the clock skipped comes later by the length of the gap
