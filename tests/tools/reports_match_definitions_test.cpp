@@ -45,7 +45,8 @@ class Generator {
         constexpr const char* kTransaction =
             "type type amount number currency code date date accountID id transferAccountID id "
             "payee text category text subcategory text splits splits";
-        return R"({"fxRates":{"EUR":9,"EUR":1.1,"GBP":1.25,"ZRO":0,"BAD":"2","CHF":true},)" +
+        return R"({"fxRates":{"EUR":9,"EUR":1.1,"USD":5,"GBP":1.25,"ZRO":0,"BAD":"2",)"
+               R"("CHF":true,"NUL":null},)" +
                ("\"accounts\":[" + records(12, kAccount) + "],\"budgets\":[") +
                records(25, "category text subcategory text monthlyLimit number") +
                "],\"transactions\":[" + records(1000, kTransaction) +
