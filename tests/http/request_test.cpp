@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace tovra::http {
@@ -12,201 +10,134 @@ namespace {
 
 using namespace std::string_literals;
 
-const std::string kAnswered =
-    "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: 11\r\n"
-    "Connection: close\r\n\r\n{\"ok\":true}";
-const std::string kNoAnswer =
-    "HTTP/1.1 202 Accepted\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
-const std::string kInvalidJson =
-    "HTTP/1.1 400 Bad Request\r\nContent-Type: application/json\r\nContent-Length: 24\r\n"
-    "Connection: close\r\n\r\n{\"error\":\"invalid json\"}";
-const std::string kBadRequest =
-    "HTTP/1.1 400 Bad Request\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
-const std::string kUnauthorized =
-    "HTTP/1.1 401 Unauthorized\r\nContent-Type: application/json\r\nContent-Length: 24\r\n"
-    "Connection: close\r\n\r\n{\"error\":\"unauthorized\"}";
-const std::string kForbidden =
-    "HTTP/1.1 403 Forbidden\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
-const std::string kHead = "HTTP/1.1 200 OK\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
-const std::string kGet =
-    "HTTP/1.1 405 Method Not Allowed\r\nContent-Type: text/plain\r\nContent-Length: 31\r\n"
-    "Connection: close\r\n\r\nPOST JSON-RPC to this endpoint.";
-const std::string kOtherMethod =
-    "HTTP/1.1 405 Method Not Allowed\r\nContent-Type: text/plain\r\nContent-Length: 0\r\n"
-    "Connection: close\r\n\r\n";
+const std::string kEnd = "\r\nConnection: close\r\n\r\n";
+const std::string kEmpty = "\r\nContent-Length: 0" + kEnd;
+const std::string kJson = "\r\nContent-Type: application/json\r\nContent-Length: ";
+const std::string kError = kJson + "24" + kEnd + "{\"error\":\"";
+const std::string k405 =
+    "HTTP/1.1 405 Method Not Allowed\r\nContent-Type: text/plain\r\nContent-Length: ";
+
+const std::string kAnswered = "HTTP/1.1 200 OK" + kJson + "11" + kEnd + "{\"ok\":true}";
+const std::string kNoAnswer = "HTTP/1.1 202 Accepted" + kEmpty;
+const std::string kInvalidJson = "HTTP/1.1 400 Bad Request" + kError + "invalid json\"}";
+const std::string kBadRequest = "HTTP/1.1 400 Bad Request" + kEmpty;
+const std::string kUnauthorized = "HTTP/1.1 401 Unauthorized" + kError + "unauthorized\"}";
+const std::string kForbidden = "HTTP/1.1 403 Forbidden" + kEmpty;
+const std::string kHead = "HTTP/1.1 200 OK" + kEmpty;
+const std::string kGet = k405 + "31" + kEnd + "POST JSON-RPC to this endpoint.";
+const std::string kOtherMethod = k405 + "0" + kEnd;
 const std::optional<std::string> kIncomplete;
 
 // Answers every message that has an "id".
 std::optional<std::string> handle(json::Value message) {
-    if (!message.member("id").exists()) return std::nullopt;
-    return R"({"ok":true})";
+    return message.member("id").exists() ? std::optional(R"({"ok":true})"s) : std::nullopt;
 }
 
-const std::string kMessage = R"({"id":1})";  // 8 bytes
+using Texts = std::vector<std::string>;
 
-struct Case {
-    std::string received;
-    std::optional<std::string> expected;
-    std::optional<std::string> token = std::nullopt;
-};
-
-void check(const std::vector<Case>& cases) {
-    for (const Case& c : cases)
-        EXPECT_EQ(processRequest(c.received, c.token, handle), c.expected)
-            << testing::PrintToString(c.received) << " token " << testing::PrintToString(c.token);
+void check(const std::optional<std::string>& expected, const Texts& requests,
+           const std::optional<std::string>& token = std::nullopt) {
+    for (const std::string& request : requests)
+        EXPECT_EQ(processRequest(request, token, handle), expected)
+            << testing::PrintToString(request) << " token " << testing::PrintToString(token);
 }
 
-// A POST of the message with these lines as its head's fields.
+// A POST of a message of 8 bytes with these lines as its head's fields.
 std::string post(const std::string& fields) {
-    return "POST / HTTP/1.1\r\n" + fields + "\r\n\r\n" + kMessage;
+    return "POST / HTTP/1.1\r\n" + fields + "\r\n\r\n{\"id\":1}";
+}
+
+// The same for POSTs whose heads have these fields after that beginning; no token if it is empty.
+void checkPosts(const std::string& expected, const std::string& token, const std::string& beginning,
+                const Texts& fields) {
+    for (const std::string& field : fields) check(expected, {post(beginning + field)}, token);
 }
 
 TEST(ProcessRequest, GivesTheFixedResponses) {
-    check({
-        {post("Content-Length: 8"), kAnswered},
-        {"POST /any/path HTTP/1.1\r\nContent-Length: 2\r\n\r\n{}", kNoAnswer},
-        {"POST / HTTP/1.1\r\nContent-Length: 8\r\n\r\n[{\"i\":1}]", kInvalidJson},
-        {"POST / HTTP/1.1\r\nContent-Length: 9\r\n\r\n{\"id\":1}\0"s, kInvalidJson},
-        {"POST / HTTP/1.1\r\n\r\n", kInvalidJson},
-        {"HEAD / HTTP/1.1\r\n\r\n", kHead},
-        {"GET / HTTP/1.1\r\n\r\n", kGet},
-        {"  GET   /\r\n\r\n", kGet},
-        {"GET\r\n\r\n", kGet},
-        {"GET\t/ HTTP/1.1\r\n\r\n", kOtherMethod},
-        {"post / HTTP/1.1\r\nContent-Length: 8\r\n\r\n" + kMessage, kOtherMethod},
-        {"\r\n\r\n", kOtherMethod},
-        {"\r\nGET / HTTP/1.1\r\n\r\n", kOtherMethod},
-        {"GET / \xff\r\n\r\n", kBadRequest},
-        {"POST / HTTP/1.1\r\nX: \xed\xa0\x80\r\nContent-Length: 8\r\n\r\n", kBadRequest},
-    });
+    const std::string length = "POST / HTTP/1.1\r\nContent-Length: ";
+    check(kNoAnswer, {"POST /any/path HTTP/1.1\r\nContent-Length: 2\r\n\r\n{}"});
+    check(kInvalidJson, {"POST /\r\n\r\n", "POST Content-Length:8\r\n\r\n{\"id\":1}",
+                         length + "9\r\n\r\n{\"id\":1}\0"s, length + "8\r\n\r\n[{\"i\":1}]"});
+    check(kHead, {"HEAD / HTTP/1.1\r\n\r\n"});
+    check(kGet, {"GET / HTTP/1.1\r\n\r\n", "  GET   /\r\n\r\n", "GET\r\n\r\n"});
+    check(kOtherMethod, {"GET\t/ HTTP/1.1\r\n\r\n", "post / HTTP/1.1\r\n\r\n", "\r\n\r\n",
+                         "\r\nGET / HTTP/1.1\r\n\r\n", "Content-Length:8 /\r\n\r\n"});
+    check(kBadRequest, {"GET / \xff\r\nOrigin: http://example.com\r\n\r\n",
+                        length + "8\r\nX: \xed\xa0\x80\r\n\r\n"});
 }
 
 TEST(ProcessRequest, WaitsForTheBodyBeforeItAnswers) {
-    check({
-        {"", kIncomplete},
-        {"GET / HTTP/1.1\n\n", kIncomplete},
-        {"GET / HTTP/1.1\r\nContent-Length: 3\r\n\r\n12", kIncomplete},
-        {"HEAD / HTTP/1.1\r\nContent-Length: 3\r\n\r\n12", kIncomplete},
-        {"GET / HTTP/1.1\r\nContent-Length: 3\r\n\r\n12", kIncomplete, "secret"},
-        {post("Content-Length: 8") + " and more", kAnswered},
-        {"GET / HTTP/1.1\r\nContent-Length: 3\r\n\r\n123", kUnauthorized, "secret"},
-    });
-    for (const std::string& whole :
-         {post("Content-Length: 8"), post("X: 1\r\n\tcontent-length:8\r\nAuthorization: Bearer a"),
-          "GET / HTTP/1.1\r\n\r\n"s, "\r\n\r\n"s})
-        for (std::size_t size = 0; size < whole.size(); ++size)
-            EXPECT_EQ(processRequest(whole.substr(0, size), "a", handle), kIncomplete)
-                << testing::PrintToString(whole.substr(0, size));
+    check(kIncomplete, {"GET / HTTP/1.1\n\n"});
+    check(kAnswered, {post("Content-Length: 8") + " and more"});
+    const std::string length = "\r\nContent-Length: 3\r\n\r\n123";
+    const std::pair<std::string, std::string> cases[] = {
+        {post("X: 1\r\n\tcontent-length:8\r\nAuthorization: Bearer a"), kAnswered},
+        {"GET / HTTP/1.1\r\nAuthorization: Bearer a" + length, kGet},
+        {"GET / HTTP/1.1" + length, kUnauthorized}};
+    for (const auto& [whole, answer] : cases)
+        for (std::size_t size = 0; size <= whole.size(); ++size)
+            check(size == whole.size() ? std::optional(answer) : kIncomplete,
+                  {whole.substr(0, size)}, "a");
 }
 
 TEST(ProcessRequest, ReadsTheLengthOfTheBody) {
-    check({
-        {post("CONTENT-LENGTH:8"), kAnswered},
-        {post("\u2003\tContent-Length\u00a0:\u3000 8\u205f\u1680"), kAnswered},
-        {post("\u0085Content-Length: 8"), kInvalidJson},
-        {post("Content-Length: 8\u200b"), kInvalidJson},
-        {post("\ufeffContent-Length: 8"), kInvalidJson},
-        {post("Content-Length: 8\r"), kInvalidJson},
-        {post("X: 1\nContent-Length: 8"), kInvalidJson},
-        {post("no colon\r\nContent-Length: 8\r\nnor here"), kAnswered},
-        {post("Content-Length: 3\r\ncontent-length: 8"), kAnswered},
-        {post("Content-Length: 8\r\nContent-Length: eight"), kInvalidJson},
-        {"POST Content-Length:8\r\n\r\n" + kMessage, kInvalidJson},
-        {"Content-Length:8 /\r\n\r\n" + kMessage, kOtherMethod},
-        {post("Content-Length: +8"), kAnswered},
-        {post("Content-Length: " + std::string(60, '0') + "8"), kAnswered},
-        {post("Content-Length: "), kInvalidJson},
-        {post("Content-Length: +"), kInvalidJson},
-        {post("Content-Length: +-8"), kInvalidJson},
-        {post("Content-Length: 8.0"), kInvalidJson},
-        {post("Content-Length: 0x8"), kInvalidJson},
-        {post("Content-Length: \uff18"), kInvalidJson},
-        {post("Content-Length: -0"), kInvalidJson},
-        {post("Content-Length: 9223372036854775808"), kInvalidJson},
-        {post("Content-Length: -9223372036854775809"), kInvalidJson},
-        {post("Content-Length: -1"), kBadRequest},
-        {post("Content-Length: -9223372036854775808"), kBadRequest, "secret"},
-        {post("Content-Length: 9223372036854775807"), kBadRequest},
-    });
+    checkPosts(
+        kAnswered, "", "",
+        {"CONTENT-LENGTH:8", "\u2003\tContent-Length\u00a0:\u3000 8\u205f\u1680",
+         "no colon\r\nContent-Length: 8\r\nnor here", "Content-Length: 3\r\ncontent-length: 8",
+         "Content-Length: +8", "Content-Length: " + std::string(60, '0') + "8"});
+    checkPosts(
+        kInvalidJson, "", "Content-Length: ",
+        {"8\u200b", "8\r", "", "+", "+-8", "8.0", "0x8", "\uff18", "-0", "9223372036854775808",
+         "-9223372036854775809", "8\r\nContent-Length: eight", "\r\n\u0085Content-Length: 8",
+         "\r\n\ufeffContent-Length: 8", "\nContent-Length: 8"});
+    checkPosts(kBadRequest, "secret",
+               "Content-Length: ", {"-1", "-9223372036854775808", "9223372036854775807"});
 }
 
 TEST(ProcessRequest, AsksForTheToken) {
-    const std::string length = "Content-Length: 8\r\n";
-    check({
-        {post(length + "Authorization: Bearer secret"), kAnswered, "secret"},
-        {post(length + "AUTHORIZATION:\u00a0Bearer secret\t"), kAnswered, "secret"},
-        {post(length + "Authorization: no\r\nAuthorization: Bearer secret"), kAnswered, "secret"},
-        {post(length + "Authorization: Bearer secret\r\nAuthorization: no"), kUnauthorized,
-         "secret"},
-        {post("Content-Length: 8"), kAnswered, ""},
-        {post(length + "Authorization: Bearer other"), kAnswered},
-        {post(length + "X: 1"), kUnauthorized, "secret"},
-        {post(length + "Authorization:"), kUnauthorized, "secret"},
-        {post(length + "Authorization: secret"), kUnauthorized, "secret"},
-        {post(length + "Authorization: bearer secret"), kUnauthorized, "secret"},
-        {post(length + "Authorization: Bearer  secret"), kUnauthorized, "secret"},
-        {post(length + "Authorization: Bearer\u00a0secret"), kUnauthorized, "secret"},
-        {post(length + "Authorization: Bearer secre"), kUnauthorized, "secret"},
-        {post(length + "Authorization: Bearer secrets"), kUnauthorized, "secret"},
-        {post(length + "Authorization: Bearer secretBearer secret"), kUnauthorized, "secret"},
-        {post(length + "Authorization: Bearer  "), kUnauthorized, " "},
-        {post(length + "Authorization: Bearer a "), kUnauthorized, "a "},
-        {"HEAD / HTTP/1.1\r\n\r\n", kUnauthorized, "secret"},
-        {"GET / HTTP/1.1\r\nAuthorization: Bearer secret\r\n\r\n", kGet, "secret"},
-    });
+    const std::string field = "Content-Length: 8\r\nAuthorization:";
+    check(kAnswered, {post(field + " Bearer other")});
+    checkPosts(kAnswered, "secret", field,
+               {" Bearer secret", "\u00a0Bearer secret\t", " no\r\nAUTHORIZATION: Bearer secret"});
+    checkPosts(
+        kUnauthorized, "secret", field,
+        {" Bearer secret\r\nAuthorization: no", "", " secret", " bearer secret", " Bearer  secret",
+         " Bearer\u00a0secret", " Bearer secre", " Bearer secrets", " Bearer secretBearer secret"});
+    checkPosts(kUnauthorized, "a ", field, {" Bearer a "});
 }
 
 TEST(ProcessRequest, RefusesWebPagesFromElsewhere) {
-    for (const char* local : {"http://localhost", "https://LocalHost:3000", "http://127.0.0.1:8765",
-                              "http://[::1]", "app://[::1]:1"})
-        check({{post("Content-Length: 8\r\norigin: "s + local), kAnswered}});
-    for (const char* foreign :
-         {"https://example.com", "null", "", "localhost", "://localhost",
-          "http://localhost.example", "http://example.localhost:80",
-          "http://localhost:", "http://localhost:80@example.com", "http://localhost/",
-          "http://127.0.0.1.example", "http://127.0.0.2", "http://[::1", "http://[::1].example",
-          "http://::1", "http://[::2]", "http://example.com/://localhost"})
-        check({{post("Content-Length: 8\r\nOrigin: "s + foreign), kForbidden}});
-    check({
-        {"POST / HTTP/1.1\r\nOrigin: http://example.com\r\nContent-Length: 8\r\n\r\n", kForbidden},
-        {post("Origin: http://example.com\r\nContent-Length: -1"), kForbidden},
-        {"GET / HTTP/1.1\r\nOrigin: http://example.com\r\n\r\n", kForbidden, "secret"},
-        {"GET / HTTP/1.1\r\nOrigin: http://example.com\r\n", kIncomplete},
-        {"GET / \xff\r\nOrigin: http://example.com\r\n\r\n", kBadRequest},
-    });
+    checkPosts(kAnswered, "", "Content-Length: 8\r\norigin: ",
+               {"http://localhost", "https://LocalHost:3000", "http://127.0.0.1:8765",
+                "http://[::1]", "app://[::1]:1"});
+    checkPosts(kForbidden, "secret", "Content-Length: -1\r\nOrigin: ",
+               {"https://example.com", "null", "", "localhost", "://localhost",
+                "http://localhost.example", "http://example.localhost:80", "http://localhost:",
+                "http://localhost:80@example.com", "http://127.0.0.1.example", "http://[::1",
+                "http://[::1].example", "http://::1", "http://example.com/://localhost"});
+    check(kForbidden, {"GET /\r\nOrigin: http://a.example\r\nContent-Length: 8\r\n\r\n"}, "secret");
 }
 
 // More than 40 bytes of head, or 100 in all.
 TEST(RequestReader, RefusesWhatIsTooLarge) {
-    struct SizeCase {
-        std::string received;
-        std::optional<std::string> expected;
-    };
-    const std::string head = "POST\r\nContent-Length: ";  // 22 bytes
-    const std::string field = "GET /\r\nX: ";             // 10 bytes
-    for (const SizeCase& c : std::vector<SizeCase>{
-             {field + std::string(30, 'x') + "\r\n\r\n", kGet},
-             {field + std::string(31, 'x') + "\r\n\r\n", kBadRequest},
-             {std::string(43, 'x'), kIncomplete},
-             {std::string(44, 'x'), kBadRequest},
-             {head + "72\r\n\r\n" + std::string(72, ' '), kInvalidJson},
-             {head + "72\r\n\r\n" + std::string(71, ' '), kIncomplete},
-             {head + "73\r\n\r\n", kBadRequest},
-         }) {
-        RequestReader whole("", {40, 100});
-        const bool complete = whole.examine(c.received);
-        EXPECT_EQ(complete ? std::optional(whole.answer(c.received, handle)) : std::nullopt,
-                  c.expected)
-            << testing::PrintToString(c.received);
-
-        RequestReader pieces("", {40, 100});
-        std::size_t size = 0;
-        while (size < c.received.size() && !pieces.examine(c.received.substr(0, size))) ++size;
-        const std::string_view seen = std::string_view(c.received).substr(0, size);
-        EXPECT_EQ(pieces.examine(seen) ? std::optional(pieces.answer(seen, handle)) : std::nullopt,
-                  c.expected)
-            << testing::PrintToString(c.received) << " byte by byte";
-    }
+    const std::pair<std::string, std::optional<std::string>> cases[] = {
+        {"GET /\r\nX: " + std::string(30, 'x') + "\r\n\r\n", kGet},
+        {"GET /\r\nX: " + std::string(31, 'x') + "\r\n\r\n", kBadRequest},
+        {std::string(43, 'x'), kIncomplete},
+        {std::string(44, 'x'), kBadRequest},
+        {"POST\r\nContent-Length: 72\r\n\r\n" + std::string(72, ' '), kInvalidJson},
+        {"POST\r\nContent-Length: 72\r\n\r\n" + std::string(71, ' '), kIncomplete},
+        {"POST\r\nContent-Length: 73\r\n\r\n", kBadRequest}};
+    for (const auto& [received, expected] : cases)
+        for (const std::size_t step : {std::size_t{1}, received.size()}) {
+            RequestReader reader("", {40, 100});
+            std::optional<std::string> answer;
+            for (std::size_t size = step; size <= received.size() && !answer; size += step)
+                if (const auto seen = received.substr(0, size); reader.examine(seen))
+                    answer = reader.answer(seen, handle);
+            EXPECT_EQ(answer, expected) << testing::PrintToString(received) << " step " << step;
+        }
 }
 
 }  // namespace
