@@ -1,0 +1,128 @@
+// JSON: what is accepted reads as another parser reads it, and whatever way it is written it reads
+// as the same value again. A text that begins with a blank is checked a second time as the elements
+// of an array that is longer than one window of the parser; with line feeds, or in a single line.
+#include <simdjson.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "fuzz/support.h"
+
+namespace {
+
+namespace dom = simdjson::dom;
+namespace json = tovra::json;
+using tovra::fuzz::parsed;
+using tovra::fuzz::require;
+using tovra::fuzz::same;
+
+template <class Library, class Same>
+bool haveSame(const json::Children& ours, const Library& theirs, const Same& areSame) {
+    std::size_t count = 0;
+    for (const auto other : theirs) {
+        if (count == ours.size() || !areSame(ours[count++], other)) return false;
+    }
+    return count == ours.size();
+}
+
+bool sameAsLibrary(json::Value ours, const dom::element& theirs) {
+    switch (theirs.type()) {
+        case dom::element_type::NULL_VALUE:
+            return ours.is(json::Kind::null);
+        case dom::element_type::BOOL:
+            return ours.boolean() == theirs.get_bool().value();
+        case dom::element_type::STRING:
+            return ours.string() == theirs.get_string().value();
+        case dom::element_type::ARRAY:
+            return ours.is(json::Kind::array) &&
+                   haveSame(ours.children(), theirs.get_array().value(), sameAsLibrary);
+        case dom::element_type::OBJECT:
+            return ours.is(json::Kind::object) &&
+                   haveSame(ours.children(), theirs.get_object().value(),
+                            [](json::Value member, const dom::key_value_pair& other) {
+                                return member.name() == other.key &&
+                                       sameAsLibrary(member, other.value);
+                            });
+        default:
+            return ours.number() == theirs.get_double().value();
+    }
+}
+
+// Whether some number is one that the library refuses: too large for a double, or written as a
+// whole number and too large for 64 bits. Every other one has to be written exactly.
+bool holdsLargeNumber(json::Value value) {
+    bool found = false;
+    for (const json::Value child : value.children()) found = holdsLargeNumber(child) || found;
+    const std::optional<double> number = value.number();
+    if (!number) return found;
+    const bool isWhole = value.numberText().find_first_of(".eE") == std::string_view::npos;
+    if (std::isinf(*number)) return true;
+    require(std::strtod(json::numberText(*number).c_str(), nullptr) == *number,
+            "a number is written exactly");
+    return isWhole && std::abs(*number) >= 0x1p63;
+}
+
+// Parses the text, which is nested no deeper than `depth`, and compares with what the library makes
+// of it.
+std::optional<json::Document> parsedTwice(std::string_view text, std::ptrdiff_t depth) {
+    static dom::parser library;
+    if (library.capacity() < text.size()) {
+        require(library.allocate(text.size(), json::kMaxDepth + 1) == simdjson::SUCCESS, "memory");
+    }
+    auto ours = json::parse(text);
+    dom::element theirs;
+    const auto error = library.parse(text.data(), text.size()).get(theirs);
+    if (ours) {
+        const bool mayDiffer = holdsLargeNumber(ours->root());
+        require(error == simdjson::SUCCESS ? sameAsLibrary(ours->root(), theirs)
+                                           : mayDiffer && error == simdjson::NUMBER_ERROR,
+                "what is accepted is what the library reads");
+    } else if (error == simdjson::SUCCESS && (theirs.is_array() || theirs.is_object())) {
+        // The library does not count the innermost container where it is empty.
+        require(depth > std::ptrdiff_t{json::kMaxDepth}, "what is refused is no JSON");
+    }
+    return ours;
+}
+
+void checkWritten(const json::Document& document) {
+    const json::Value root = document.root();
+    std::string compact;
+    json::appendCompact(compact, root);
+    require(same(root, parsed(compact, "the compact text").root()), "compact, it is the same");
+
+    // A new member, and one in the place of another.
+    const std::string value = R"({"a":[1,"\n"],"":null})";
+    const json::Children children = root.children();
+    const bool isArray = root.is(json::Kind::array);
+    const std::string_view taken = isArray || children.empty() ? "" : children[0].name();
+    for (const std::string& name : {std::string("m\"\n"), std::string(taken)}) {
+        const auto pretty = parsed(json::prettyText(document, {root, name, value}), "pretty text");
+        const json::Value changed = pretty.root();
+        const json::Value added =
+            isArray ? changed.children()[children.size()] : changed.member(name);
+        require(isArray ? tovra::fuzz::isAppended(root, changed)
+                        : tovra::fuzz::sameExcept(root, changed, name),
+                "pretty, it is the same but for the edit");
+        require(same(added, parsed(value, "the value").root()), "the edit has been made");
+    }
+}
+
+std::string repeated(std::string_view text) {
+    constexpr std::size_t kSize = 140 * 1024;
+    std::string result = "[";
+    while (result.size() < kSize) result.append(text).append(",");
+    return result.append(text).append("]");
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view text = tovra::fuzz::textOf(data, size);
+    const auto isOpening = [](char c) { return c == '[' || c == '{'; };
+    const auto depth = std::count_if(text.begin(), text.end(), isOpening);
+    if (const auto document = parsedTwice(text, depth)) checkWritten(*document);
+    if (text.starts_with('\n') || text.starts_with(' ')) {
+        (void)parsedTwice(repeated(text), depth + 1);
+    }
+    return 0;
+}
