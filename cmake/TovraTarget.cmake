@@ -7,6 +7,10 @@ target_compile_options(tovra_build INTERFACE -ffp-contract=off)
 
 if(TOVRA_DEVELOPER)
     target_compile_options(tovra_build INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+        # It sees an overlap in every "text" + string there.
+        target_compile_options(tovra_build INTERFACE -Wno-restrict)
+    endif()
 endif()
 if(TOVRA_WARNINGS_AS_ERRORS)
     target_compile_options(tovra_build INTERFACE -Werror)
