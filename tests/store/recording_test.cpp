@@ -177,6 +177,19 @@ TEST(Recording, GivesUpWhenTheFileChangesAtEveryTry) {
     expectUntouched(file, R"({"theirs":1})", "tireless");
 }
 
+TEST(Recording, IsRefusedWhenTheFolderVanishesInTheMiddle) {
+    const test::TemporaryFolder folder;
+    test::writeFile(folder / "home/data.json", kOddities);
+    const test::EnvironmentScope variable("TOVRA_DATA_FILE", folder / "home/data.json");
+    HookedSystem system([&](std::string_view call) {
+        if (call == "create") fs::rename(folder / "home", folder / "elsewhere");
+        return 0;
+    });
+    EXPECT_THROW(std::ignore = record(setMember, system), RecordingError);
+    EXPECT_EQ(test::fileBytes(folder / "elsewhere/data.json"), kOddities);
+    EXPECT_EQ(namesIn(folder / "elsewhere").size(), 1U);
+}
+
 std::string call(const std::string& tool, const std::string& arguments) {
     return R"({"id":1,"method":"tools/call","params":{"name":")" + tool + R"(","arguments":)" +
            arguments + "}}\n";
