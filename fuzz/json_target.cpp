@@ -96,7 +96,10 @@ void checkWritten(const json::Document& document) {
     const bool isArray = root.is(json::Kind::array);
     const std::string_view taken = isArray || children.empty() ? "" : children[0].name();
     for (const std::string& name : {std::string("m\"\n"), std::string(taken)}) {
-        const auto pretty = parsed(json::prettyText(document, {root, name, value}), "pretty text");
+        std::string text;
+        json::writePretty(document, {root, name, value},
+                          [&](std::string_view piece) { text += piece; });
+        const auto pretty = parsed(text, "the pretty text");
         const json::Value changed = pretty.root();
         const json::Value added =
             isArray ? changed.children()[children.size()] : changed.member(name);

@@ -64,7 +64,7 @@ std::optional<json::Text> readFile(const std::filesystem::path& path) {
 }
 
 bool holdsBytes(const Descriptor& file, std::string_view bytes) {
-    constexpr std::size_t kChunk = 256 * 1024;
+    constexpr std::size_t kChunk = 64 * 1024;
     const auto chunk = std::make_unique_for_overwrite<char[]>(kChunk);
     std::size_t done = 0;
     for (;;) {

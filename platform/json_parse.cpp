@@ -329,7 +329,7 @@ class Builder {
 }  // namespace
 
 Text::Text(std::size_t size)
-    : bytes_(std::make_unique_for_overwrite<char[]>(2 * size + kPadding)), size_(size) {
+    : bytes_(std::make_unique_for_overwrite<char[]>(roomFor(2 * size + kPadding))), size_(size) {
     preferLargePages(bytes_.get(), 2 * size + kPadding);
 }
 
@@ -347,7 +347,8 @@ std::optional<Document> parse(Text text) {
 
     // Few texts have a value in sixteen bytes, none has one in less than two (with a comma), and at
     // most all of them move at once. What is never used of the room costs no memory.
-    for (const std::size_t room : {size / 16 + 64, size + 64}) {
+    for (const std::size_t nodes : {size / 16 + 64, size + 64}) {
+        const std::size_t room = roomFor(nodes * sizeof(Node)) / sizeof(Node);
         const Outcome outcome = Builder(*storage, size, room).build(*storage);
         if (outcome == Outcome::built) return Document(std::move(storage), size);
         if (outcome == Outcome::noJson) break;

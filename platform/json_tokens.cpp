@@ -10,7 +10,7 @@ namespace {
 static_assert(Tokens::kPadding >= simdjson::SIMDJSON_PADDING);
 
 // Small enough for the cache, together with its tokens.
-constexpr std::size_t kWindow = std::size_t{128} << 10;
+constexpr std::size_t kWindow = std::size_t{64} << 10;
 
 }  // namespace
 

@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <utility>
+#include <cstring>
+#include <memory>
 #include <vector>
-
-#include "platform/memory.h"
 
 namespace tovra::json {
 namespace {
@@ -29,59 +28,60 @@ void appendEscape(std::string& out, char c) {
     }
 }
 
-// Puts the members of objects in the order in which they are written. Objects that follow each
-// other in a list mostly have the same names in the same order, so the order of the last one is
-// tried first.
-class MemberOrder {
+// Gathers what is written, which goes to the sink a buffer at a time.
+class Output {
   public:
-    // Appends the members to `sorted`, by name; of members with the same name only the last.
-    void append(const Children& members, std::vector<Value>& sorted) {
-        const std::size_t begin = sorted.size();
-        if (members.size() == last_.size()) {
-            for (const std::uint32_t place : last_) sorted.push_back(members[place]);
-            if (isAscending(sorted, begin)) return;
-            sorted.resize(begin);
-        }
-        sortPlaces(members);
-        for (const std::uint32_t place : last_) sorted.push_back(members[place]);
-        dropRepeated(sorted, begin);
+    Output(std::size_t size, const Sink& sink)
+        : sink_(sink),
+          buffer_(std::make_unique_for_overwrite<char[]>(size)),
+          end_(buffer_.get() + size),
+          cursor_(buffer_.get()) {}
+
+    void put(std::string_view bytes) {
+        if (bytes.size() > static_cast<std::size_t>(end_ - cursor_)) return putBeyond(bytes);
+        std::memcpy(cursor_, bytes.data(), bytes.size());
+        cursor_ += bytes.size();
+    }
+    void flush() {
+        sink_({buffer_.get(), cursor_});
+        cursor_ = buffer_.get();
     }
 
   private:
-    // Whether every name is smaller than the next.
-    static bool isAscending(const std::vector<Value>& sorted, std::size_t begin) {
-        for (std::size_t i = begin + 1; i < sorted.size(); ++i) {
-            if (!(sorted[i - 1].name() < sorted[i].name())) return false;
-        }
-        return true;
+    void putBeyond(std::string_view bytes) {
+        flush();
+        if (bytes.size() > static_cast<std::size_t>(end_ - cursor_)) return sink_(bytes);
+        put(bytes);
     }
 
-    void sortPlaces(const Children& members) {
-        last_.resize(members.size());
-        for (std::uint32_t i = 0; i < last_.size(); ++i) last_[i] = i;
-        std::sort(last_.begin(), last_.end(), [&](std::uint32_t a, std::uint32_t b) {
-            const int order = members[a].name().compare(members[b].name());
-            return order != 0 ? order < 0 : a < b;
-        });
-    }
-
-    // Of a run of equal names the last one stays.
-    static void dropRepeated(std::vector<Value>& sorted, std::size_t begin) {
-        std::size_t kept = begin;
-        for (std::size_t i = begin; i < sorted.size(); ++i) {
-            const bool again = i + 1 < sorted.size() && sorted[i].name() == sorted[i + 1].name();
-            if (!again) sorted[kept++] = sorted[i];
-        }
-        sorted.resize(kept);
-    }
-
-    std::vector<std::uint32_t> last_;  // the places of the last object's members, by name
+    const Sink& sink_;
+    std::unique_ptr<char[]> buffer_;
+    char* end_;
+    char* cursor_;
 };
+
+// Whether the members stand in the order in which they are written, no name twice.
+bool isAscending(const Children& members) {
+    for (std::size_t i = 1; i < members.size(); ++i) {
+        if (members[i - 1].name() >= members[i].name()) return false;
+    }
+    return true;
+}
+
+// The members by name; of those with the same name only the last.
+std::vector<Value> sorted(const Children& members) {
+    std::vector<Value> result(members.begin(), members.end());
+    std::stable_sort(result.begin(), result.end(),
+                     [](Value a, Value b) { return a.name() < b.name(); });
+    const auto isAgain = [](Value later, Value earlier) { return later.name() == earlier.name(); };
+    result.erase(result.begin(), std::unique(result.rbegin(), result.rend(), isAgain).base());
+    return result;
+}
 
 // Writes a value and all that it holds; the recursion is bounded by kMaxDepth.
 class Writer {
   public:
-    Writer(std::string& out, bool pretty, const Edit* edit = nullptr)
+    Writer(Output& out, bool pretty, const Edit* edit = nullptr)
         : out_(out), pretty_(pretty), lineBreak_(pretty ? ",\n" : ",") {
         if (edit == nullptr) return;
         edited_ = edit->target.node();
@@ -94,32 +94,25 @@ class Writer {
         const Node& node = *value.node();
         switch (node.kind()) {
             case Kind::null:
-                out_ += "null";
-                break;
+                return out_.put("null");
             case Kind::falseValue:
-                out_ += "false";
-                break;
+                return out_.put("false");
             case Kind::trueValue:
-                out_ += "true";
-                break;
+                return out_.put("true");
             case Kind::number:
-                out_ += value.numberText();
-                break;
+                return out_.put(value.numberText());
             case Kind::string:
-                writeString(*value.string(), node.flag());
-                break;
+                return writeString(*value.string(), node.flag());
             case Kind::array:
-                writeArray(value);
-                break;
+                return writeArray(value);
             case Kind::object:
-                writeObject(value);
-                break;
+                return writeObject(value);
         }
     }
 
   private:
     void writeArray(Value array) {
-        open('[');
+        open("[");
         for (const Value element : array.children()) {
             separate();
             write(element);
@@ -128,69 +121,79 @@ class Writer {
             separate();
             write(added_);
         }
-        close(']');
+        close("]");
     }
 
     void writeObject(Value object) {
-        const std::size_t begin = members_.size();
-        order_.append(object.children(), members_);
-        const std::size_t end = members_.size();
-        bool pending = object.node() == edited_;
-        open('{');
-        for (std::size_t i = begin; i < end; ++i) {
-            const Value member = members_[i];
-            if (pending && name_ <= member.name()) {
-                pending = false;
-                writeMember(name_, true, added_);
-                if (name_ == member.name()) continue;
-            }
-            writeMember(member.name(), member.node()->nameEscaped(), member);
+        const Children members = object.children();
+        open("{");
+        if (object.node() == edited_) {
+            writeEdited(sorted(members));
+        } else if (isAscending(members)) {
+            writeMembers(members);
+        } else {
+            writeMembers(sorted(members));
         }
-        if (pending) writeMember(name_, true, added_);
-        close('}');
-        members_.resize(begin);
+        close("}");
+    }
+
+    template <typename Members>
+    void writeMembers(const Members& members) {
+        for (const Value member : members) writeMember(member);
+    }
+
+    // The members of the edited object, with the new one in its place among them.
+    void writeEdited(const std::vector<Value>& members) {
+        auto next = members.begin();
+        for (; next != members.end() && next->name() < name_; ++next) writeMember(*next);
+        writeMember(name_, true, added_);
+        if (next != members.end() && next->name() == name_) ++next;
+        for (; next != members.end(); ++next) writeMember(*next);
+    }
+
+    void writeMember(Value member) {
+        writeMember(member.name(), member.node()->nameEscaped(), member);
     }
 
     void writeMember(std::string_view name, bool escaped, Value value) {
         separate();
         writeString(name, escaped);
-        out_ += pretty_ ? ": " : ":";
+        out_.put(pretty_ ? ": " : ":");
         write(value);
     }
 
     // What needs no escapes stands between its quotes in the document's own text.
     void writeString(std::string_view text, bool escaped) {
-        if (escaped) return appendString(out_, text);
-        out_.append(text.data() - 1, text.size() + 2);
+        if (!escaped) return out_.put({text.data() - 1, text.size() + 2});
+        std::string quoted;
+        appendString(quoted, text);
+        out_.put(quoted);
     }
 
-    void open(char bracket) {
-        out_ += bracket;
+    void open(std::string_view bracket) {
+        out_.put(bracket);
         isEmpty_ = true;
         if (pretty_) lineBreak_ += "  ";
     }
 
     void separate() {
-        // One append in place of two: there is one of these for every value.
-        out_.append(lineBreak_, isEmpty_ ? 1 : 0);
+        out_.put(std::string_view(lineBreak_).substr(isEmpty_ ? 1 : 0));
         isEmpty_ = false;
     }
 
-    void close(char bracket) {
+    void close(std::string_view bracket) {
         if (pretty_) lineBreak_.resize(lineBreak_.size() - 2);
-        if (!isEmpty_) out_.append(lineBreak_, 1);
+        if (!isEmpty_) out_.put(std::string_view(lineBreak_).substr(1));
         isEmpty_ = false;
-        out_ += bracket;
+        out_.put(bracket);
     }
 
-    std::string& out_;
+    Output& out_;
     const bool pretty_;
     const Node* edited_ = nullptr;  // the array or object that gets something added
     std::string name_;              // of the member that is added to an object
     Document holder_;               // of the value that is added
     Value added_;
-    MemberOrder order_;
-    std::vector<Value> members_;  // of the objects that are being written, outermost first
     std::string lineBreak_;  // a comma and, in pretty text, the break and indentation behind it
     bool isEmpty_ = true;    // nothing has been written yet since the last opening bracket
 };
@@ -213,15 +216,21 @@ std::string numberText(double value) {
     return {text.data(), std::to_chars(text.begin(), text.end(), value).ptr};
 }
 
-void appendCompact(std::string& out, Value value) { Writer(out, false).write(value); }
+void appendCompact(std::string& out, Value value) {
+    constexpr std::size_t kSize = 256;
+    const Sink sink = [&](std::string_view bytes) { out += bytes; };
+    Output output(kSize, sink);
+    Writer(output, false).write(value);
+    output.flush();
+}
 
-std::string prettyText(const Document& document, const Edit& edit) {
-    std::string text;
-    text.reserve(document.text().size() + document.text().size() / 8 + edit.value.size() + 256);
-    preferLargePages(text.data(), text.capacity());
-    Writer(text, true, &edit).write(document.root());
-    text += '\n';
-    return text;
+void writePretty(const Document& document, const Edit& edit, const Sink& sink) {
+    // Small enough to stay in the processor's cache between the writing and the sink.
+    constexpr std::size_t kSize = std::size_t{256} << 10;
+    Output output(kSize, sink);
+    Writer(output, true, &edit).write(document.root());
+    output.put("\n");
+    output.flush();
 }
 
 }  // namespace tovra::json

@@ -1,8 +1,9 @@
 // JSON text from values: compact for the wire, indented for the data file.
 //
-// All functions append to a string of the caller's and may be called from several threads.
+// All functions may be called from several threads.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -31,8 +32,11 @@ struct Edit {
     std::string value;  // JSON text of any kind of value
 };
 
-// The whole document with `edit` made, pretty-printed: one element or member a line, two blanks
-// for each level, otherwise like appendCompact; a line feed ends it.
-[[nodiscard]] std::string prettyText(const Document& document, const Edit& edit);
+// Takes a text piece by piece.
+using Sink = std::function<void(std::string_view)>;
+
+// Writes the whole document with `edit` made, pretty-printed: one element or member a line, two
+// blanks for each level, otherwise like appendCompact; a line feed ends it. The sink may throw.
+void writePretty(const Document& document, const Edit& edit, const Sink& sink);
 
 }  // namespace tovra::json

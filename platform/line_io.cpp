@@ -9,7 +9,7 @@
 namespace tovra {
 namespace {
 
-constexpr std::size_t kReadSize = 64 * 1024;
+constexpr std::size_t kReadSize = 16 * 1024;
 // A buffer that a long line has left larger than this is given back.
 constexpr std::size_t kKeptSize = 1024 * 1024;
 

@@ -5,6 +5,13 @@
 
 namespace tovra {
 
+// How much to ask for where `size` bytes are needed: large blocks come in steps, so that those of a
+// file that has grown a little go where those of the call before were.
+[[nodiscard]] constexpr std::size_t roomFor(std::size_t size) {
+    constexpr std::size_t kStep = std::size_t{256} << 10;
+    return size < kStep ? size : (size + kStep - 1) / kStep * kStep;
+}
+
 // Asks for large pages behind a whole block of memory from the heap: taking a page costs more than
 // parsing the bytes in it. A hint; blocks that are not mapped on their own are left alone.
 void preferLargePages(void* begin, std::size_t size);
@@ -12,7 +19,7 @@ void preferLargePages(void* begin, std::size_t size);
 // Makes large blocks go back to the system as soon as they are freed. Called once, at start-up.
 void returnFreedMemory();
 
-// Gives back all that is free at this moment, after work that will not be repeated soon.
-void returnAllFreedMemory();
+// Gives back what else is free when the process holds more than it should keep between two calls.
+void returnExcessMemory();
 
 }  // namespace tovra

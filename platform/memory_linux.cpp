@@ -1,16 +1,38 @@
 #include "platform/memory.h"
 
+#include <fcntl.h>
 #include <malloc.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
+#include <array>
+#include <charconv>
 #include <cstdint>
+#include <cstring>
+
+#include "platform/file.h"
 
 namespace tovra {
 namespace {
 
+// What the process may keep between two calls, in bytes.
+constexpr std::size_t kMostKept = std::size_t{12} << 20;
+
 // A block of this size is mapped on its own and goes back when it is freed. Below that it is worth
-// keeping for the next call: taking its pages anew would cost more than their use.
-constexpr std::size_t kLargeBlock = std::size_t{10} << 20;
+// keeping for the next call: taking its pages anew would cost more than their use. The largest file
+// whose text stays below it leaves the process just within what it may keep.
+constexpr std::size_t kLargeBlock = std::size_t{9} << 20 | std::size_t{256} << 10;
+
+// The memory of the process in bytes; 0 where the system does not tell.
+std::size_t residentSize() {
+    const Descriptor file(::open("/proc/self/statm", O_RDONLY | O_CLOEXEC));
+    std::array<char, 128> text{};
+    if (::read(file.get(), text.data(), text.size() - 1) <= 0) return 0;
+    const char* second = std::strchr(text.data(), ' ');
+    std::size_t pages = 0;
+    if (second != nullptr) std::from_chars(second + 1, text.end(), pages);
+    return pages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+}
 
 }  // namespace
 
@@ -29,9 +51,9 @@ void returnFreedMemory() {
 #endif
 }
 
-void returnAllFreedMemory() {
+void returnExcessMemory() {
 #ifdef M_MMAP_THRESHOLD
-    ::malloc_trim(0);
+    if (residentSize() > kMostKept) ::malloc_trim(0);
 #endif
 }
 

@@ -7,6 +7,6 @@ void preferLargePages(void*, std::size_t) {}
 
 void returnFreedMemory() {}
 
-void returnAllFreedMemory() {}
+void returnExcessMemory() {}
 
 }  // namespace tovra

@@ -206,9 +206,9 @@ DirectoryLock::DirectoryLock(const fs::path& directory, const std::function<bool
 
 Replacement replaceFile(FileSystem& system, const fs::path& target, const DirectoryLock& lock,
                         const FileVersion* before, std::string_view beforeBytes,
-                        std::string_view bytes) {
+                        const WriteBytes& writeBytes) {
     TemporaryFile fresh(system, target);
-    fresh.write(bytes);
+    writeBytes([&](std::string_view bytes) { fresh.write(bytes); });
     if (before != nullptr) fresh.takeModeAndOwner(before->status);
     fresh.finish();
     if (before == nullptr) return createFile(system, target, lock, fresh);

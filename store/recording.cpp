@@ -10,7 +10,6 @@
 #include <thread>
 #include <utility>
 
-#include "platform/memory.h"
 #include "platform/replace_file.h"
 #include "platform/signal_hold.h"
 #include "platform/unicode.h"
@@ -121,11 +120,17 @@ std::optional<std::string> attempt(const std::function<Change(const DataFile&)>&
         return std::nullopt;
     }
     const FileVersion* before = loaded.version ? &*loaded.version : nullptr;
-    const std::string bytes = json::prettyText(loaded.file.document, *made.edit);
-    if (bytes.size() > json::Text::kMaxSize) loaded.file.refuse("The data file would be too large");
+    const auto writeBytes = [&](const json::Sink& sink) {
+        std::size_t size = 0;
+        json::writePretty(loaded.file.document, *made.edit, [&](std::string_view bytes) {
+            size += bytes.size();
+            if (size > json::Text::kMaxSize) loaded.file.refuse("The data file would be too large");
+            sink(bytes);
+        });
+    };
     const SignalHold hold;
     const auto replacement =
-        replaceFile(system, path, *lock, before, loaded.file.document.text(), bytes);
+        replaceFile(system, path, *lock, before, loaded.file.document.text(), writeBytes);
     if (replacement == Replacement::changed) return std::nullopt;
     return made.text;
 }
@@ -159,10 +164,7 @@ std::string record(const std::function<Change(const DataFile&)>& change, FileSys
     if (turnstile().closed) throw RecordingError("The server is about to end", path);
     try {
         for (int i = 0; i < kMostTries; ++i) {
-            if (auto text = attempt(change, path, mayWait, system)) {
-                returnAllFreedMemory();
-                return *text;
-            }
+            if (auto text = attempt(change, path, mayWait, system)) return *text;
             path = resolved(dataFileURL());
         }
     } catch (const std::system_error& error) {
