@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
 // The C library of some systems leaves this to us.
 extern "C" char** environ;  // NOLINT(readability-redundant-declaration)
@@ -22,6 +23,10 @@ std::array<int, 2> makePipe() {
     if (::pipe(ends.data()) != 0) throw std::system_error(errno, std::generic_category(), "pipe");
     for (const int end : ends) ::fcntl(end, F_SETFD, FD_CLOEXEC);
     return ends;
+}
+
+void closeOnce(int& descriptor) {
+    if (descriptor >= 0) ::close(std::exchange(descriptor, -1));
 }
 
 std::vector<char*> pointers(const std::vector<std::string>& texts) {
@@ -72,18 +77,13 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command,
 ChildProcess::~ChildProcess() {
     if (id_ > 0) ::kill(id_, SIGTERM);
     finish();
-    ::close(output_);
+    stopListening();
 }
 
-bool ChildProcess::send(std::string_view line) {
-    std::string bytes(line);
-    bytes += '\n';
-    return writeAll(input_, bytes);
-}
+void ChildProcess::stopListening() { closeOnce(output_); }
 
 int ChildProcess::finish() {
-    if (input_ >= 0) ::close(input_);
-    input_ = -1;
+    closeOnce(input_);
     if (id_ <= 0) return 0;
     int status = 0;
     while (::waitpid(id_, &status, 0) < 0 && errno == EINTR) continue;

@@ -28,12 +28,15 @@ class ChildProcess {
     ~ChildProcess();
 
     // Sends the line and a line feed. False when the program does not read any more.
-    bool send(std::string_view line);
+    bool send(std::string_view line) { return sendBytes(std::string(line) + '\n'); }
+    bool sendBytes(std::string_view bytes) { return writeAll(input_, bytes); }
     // The next line from the program; nothing when it will send no more. Valid until the next call.
     std::optional<std::string_view> receive() { return reader_.next(); }
+    // Receives no more.
+    void stopListening();
 
-    // Closes the program's input and waits for its end. Gives its exit status, 128 and more for a
-    // signal.
+    // Closes the program's input and waits for its end; what it has sent may still be received.
+    // Gives its exit status, 128 and more for a signal.
     int finish();
 
     [[nodiscard]] pid_t id() const { return id_; }

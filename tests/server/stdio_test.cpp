@@ -1,20 +1,20 @@
 // The built server, driven over its standard streams.
 #include <gtest/gtest.h>
 
+#include "examples/child_process.h"
 #include "tests/support/scopes.h"
-#include "tests/support/server_process.h"
 
 namespace tovra {
 namespace {
 
+using examples::ChildProcess;
 using namespace std::string_literals;
 
 TEST(Stdio, AnswersEachMessageInItsOrderAndPassesOverTheRest) {
     const std::string ping = R"({"method":"ping","id":1})";
     const std::string good = ping + "\n" + R"({"method":"ping","id":2})";
-    const std::string both =
-        "{\"jsonrpc\":\"2.0\",\"id\":1,\"result\":{}}\n{\"jsonrpc\":\"2.0\",\"id\":2,\"result\":{}}"
-        "\n";
+    const std::string start = R"({"jsonrpc":"2.0","id":)", end = ",\"result\":{}}\n";
+    const std::string both = start + "1" + end + start + "2" + end;
     const std::pair<std::string, std::string> cases[] = {
         {"\n \n\r\n\t\n" + good, both},
         {"  " + good + " \r\n", both},
@@ -24,31 +24,32 @@ TEST(Stdio, AnswersEachMessageInItsOrderAndPassesOverTheRest) {
         {"{\"method\":\"ping\",\"id\":\"\xFF\"}\n\xEF\xBB\xBF" + ping + "\n" + good, both},
         {std::string(5000000, ' ') + good + "\n[\"" + std::string(5000000, 'x'), both}};
     for (const auto& [input, output] : cases) {
-        test::ServerProcess server;
-        server.send(input);
-        server.closeInput();
-        EXPECT_EQ(server.readToEnd(), output) << testing::PrintToString(input.substr(0, 100));
-        EXPECT_EQ(server.wait(), 0) << testing::PrintToString(input.substr(0, 100));
+        ChildProcess server({TOVRA_SERVER}, {});
+        server.sendBytes(input);
+        EXPECT_EQ(server.finish(), 0) << testing::PrintToString(input.substr(0, 100));
+        std::string received;
+        while (const auto line = server.receive()) received.append(*line) += '\n';
+        EXPECT_EQ(received, output) << testing::PrintToString(input.substr(0, 100));
     }
 }
 
 TEST(Stdio, AnswersAtOnceFromTheFileAsItIsNowUntilNobodyReads) {
     const test::DataFile data("");
-    test::ServerProcess server({"--read-only"});
-    const std::string request =
-        "{\"id\":1,\"method\":\"tools/call\",\"params\":{\"name\":\"list_goals\"}}\n";
+    ChildProcess server({TOVRA_SERVER, "--read-only"}, {});
+    const auto goals = [&](const char* content) {
+        test::writeFile(data.path(), content);
+        server.send(R"({"id":1,"method":"tools/call","params":{"name":"list_goals"}})");
+        return server.receive();
+    };
     const std::string start =
         R"({"jsonrpc":"2.0","id":1,"result":{"content":[{"type":"text","text":")";
-    test::writeFile(data.path(), R"({"goals":[{"name":"A\n\u0001é","saved":1,"target":2}]})");
-    server.send(request);
-    EXPECT_EQ(server.readLine(), start + "Savings goals:\\n  • A\\n\\u0001é:  1.00 /  2.00 (50%)" +
-                                     R"("}],"isError":false}})");
-    test::writeFile(data.path(), "{");
-    server.send(request);
-    EXPECT_EQ(server.readLine(), start + R"(No savings goals."}],"isError":false}})");
-    server.closeOutput();
-    server.send(request);
-    EXPECT_EQ(server.wait(), 0);
+    EXPECT_EQ(goals(R"({"goals":[{"name":"A\n\u0001é","saved":1,"target":2}]})"),
+              start + "Savings goals:\\n  • A\\n\\u0001é:  1.00 /  2.00 (50%)" +
+                  R"("}],"isError":false}})");
+    EXPECT_EQ(goals("{"), start + R"(No savings goals."}],"isError":false}})");
+    server.stopListening();
+    server.send(R"({"id":1,"method":"ping"})");
+    EXPECT_EQ(server.finish(), 0);
 }
 
 }  // namespace

@@ -12,15 +12,17 @@
 #include <thread>
 #include <tuple>
 
+#include "examples/child_process.h"
 #include "platform/replace_file.h"
+#include "store/data_file.h"
 #include "store/fields.h"
 #include "tests/support/scopes.h"
-#include "tests/support/server_process.h"
 
 namespace tovra {
 namespace {
 
 namespace fs = std::filesystem;
+using examples::ChildProcess;
 
 // Everything that has to come out of a save as it went in.
 constexpr const char* kOddities =
@@ -29,22 +31,35 @@ constexpr const char* kOddities =
 
 Change setMember(const DataFile& file) { return {json::Edit{file.data(), "mine", "7"}, "done"}; }
 
+// Why nothing was recorded; "done" when it was.
+std::string outcome(FileSystem& system = FileSystem::system()) {
+    try {
+        return record(setMember, system);
+    } catch (const RecordingError& error) {
+        return error.what();
+    }
+}
+
+std::string failure(const std::string& reason, const test::DataFile& file) {
+    return "The data file could not be " + reason + " (" + file.path().string() +
+           "). Nothing was changed.";
+}
+
 std::vector<std::string> namesIn(const fs::path& folder) {
     std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder))
-        names.push_back(entry.path().filename());
+    for (const auto& it : fs::directory_iterator(folder)) names.push_back(it.path().filename());
     return names;
 }
 
-void expectUntouched(const test::DataFile& file, const std::string& content,
-                     const std::string& what) {
-    EXPECT_EQ(test::fileBytes(file.path()), content) << what;
-    EXPECT_EQ(namesIn(file.path().parent_path()), std::vector<std::string>{"data.json"}) << what;
+// Nothing is left behind beside it.
+void expectContent(const fs::path& path, const std::string& content) {
+    EXPECT_EQ(test::fileBytes(path), content);
+    EXPECT_EQ(namesIn(path.parent_path()), std::vector<std::string>{"data.json"}) << content;
 }
 
 TEST(Recording, KeepsEveryByteThatItDoesNotChange) {
     const test::DataFile file(kOddities);
-    EXPECT_EQ(record(setMember), "done");
+    EXPECT_EQ(outcome(), "done");
     std::string text = test::fileBytes(file.path());
     EXPECT_NE(text.find("\n    \"a\": [\n      1e-7,\n"), std::string::npos) << text;
     std::erase_if(text, [](char c) { return c == '\n' || c == ' '; });
@@ -57,93 +72,80 @@ TEST(Recording, KeepsEveryByteThatItDoesNotChange) {
 
 TEST(Recording, KeepsModeAndLinksAndMakesMissingFolders) {
     const test::TemporaryFolder folder;
-    const test::EnvironmentScope variable("TOVRA_DATA_FILE", folder / "here/link.json");
-    fs::create_directories(folder / "here");
-    fs::create_symlink("../there/deep/data.json", folder / "here/link.json");
-    for (const mode_t mode : {0600U, 0640U}) {
-        EXPECT_EQ(record(setMember), "done");
-        struct stat status {};
-        ASSERT_EQ(::stat((folder / "there/deep/data.json").c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode & 07777, mode);
-        ::chmod((folder / "there/deep/data.json").c_str(), 0640);
+    const fs::path link = folder / "here/link.json", target = folder / "there/deep/data.json";
+    const test::EnvironmentScope variable("TOVRA_DATA_FILE", link);
+    fs::create_directories(link.parent_path());
+    fs::create_symlink("../there/deep/data.json", link);
+    for (const auto mode : {fs::perms(0600), fs::perms(0640)}) {
+        EXPECT_EQ(outcome(), "done");
+        EXPECT_EQ(fs::status(target).permissions(), mode);
+        fs::permissions(target, fs::perms(0640));
     }
-    EXPECT_TRUE(fs::is_symlink(folder / "here/link.json"));
-    EXPECT_EQ(namesIn(folder / "here").size(), 1U);
-    EXPECT_EQ(namesIn(folder / "there/deep"), std::vector<std::string>{"data.json"});
+    EXPECT_TRUE(fs::is_symlink(link));
+    EXPECT_EQ(namesIn(link.parent_path()).size(), 1U);
+    expectContent(target, "{\n  \"mine\": 7\n}\n");
 }
 
 // Tells about each system call of a save before it is made, and may let it fail.
 class HookedSystem : public FileSystem {
   public:
+    using Base = FileSystem;
+    using Path = fs::path;
     // Gives the reason for which the call of that name fails, 0 for none.
     using Hook = std::function<int(std::string_view call)>;
     explicit HookedSystem(Hook hook) : hook_(std::move(hook)) {}
 
-    int createExclusively(const fs::path& path, mode_t mode) override {
-        return fails("create") ? -1 : FileSystem::createExclusively(path, mode);
+    int createExclusively(const Path& path, mode_t mode) override {
+        return fails("create") ? -1 : Base::createExclusively(path, mode);
     }
-    ssize_t write(int descriptor, const void* bytes, std::size_t count) override {
-        return fails("write") ? -1 : FileSystem::write(descriptor, bytes, (count + 1) / 2);
+    ssize_t write(int file, const void* bytes, std::size_t count) override {
+        return fails("write") ? -1 : Base::write(file, bytes, (count + 1) / 2);
     }
-    int changeMode(int descriptor, mode_t mode) override {
-        return fails("mode") ? -1 : FileSystem::changeMode(descriptor, mode);
+    int changeMode(int file, mode_t mode) override {
+        return fails("mode") ? -1 : Base::changeMode(file, mode);
     }
-    int synchronise(int descriptor) override {
-        return fails("synchronise") ? -1 : FileSystem::synchronise(descriptor);
+    int synchronise(int file) override { return fails("sync") ? -1 : Base::synchronise(file); }
+    int close(int file) override { return Base::close(file), fails("close") ? -1 : 0; }
+    int rename(const Path& from, const Path& to) override {
+        return fails("rename") ? -1 : Base::rename(from, to);
     }
-    int close(int descriptor) override {
-        FileSystem::close(descriptor);
-        return fails("close") ? -1 : 0;
+    int renameExclusively(const Path& from, const Path& to) override {
+        return fails("rename exclusively") ? -1 : Base::renameExclusively(from, to);
     }
-    int rename(const fs::path& from, const fs::path& to) override {
-        return fails("rename") ? -1 : FileSystem::rename(from, to);
-    }
-    int renameExclusively(const fs::path& from, const fs::path& to) override {
-        return fails("rename exclusively") ? -1 : FileSystem::renameExclusively(from, to);
-    }
-    int exchange(const fs::path& a, const fs::path& b) override {
-        return fails("exchange") ? -1 : FileSystem::exchange(a, b);
+    int exchange(const Path& a, const Path& b) override {
+        return fails("exchange") ? -1 : Base::exchange(a, b);
     }
 
   private:
-    bool fails(std::string_view call) {
-        errno = hook_(call);
-        return errno != 0;
-    }
+    bool fails(std::string_view call) { return (errno = hook_(call)) != 0; }
 
     Hook hook_;
 };
 
-// How many of the calls of a save can fail so that nothing is recorded, each tried in turn.
-int countFailures(bool exists, bool canExchange) {
-    int failures = 0;
-    for (int n = 1; n < 100; ++n) {
-        const test::DataFile file(kOddities);
-        if (!exists) fs::remove(file.path());
-        int left = n;
-        HookedSystem system([&](std::string_view call) {
-            if (call == "exchange" && !canExchange) return ENOTSUP;
-            return --left == 0 ? ENOSPC : 0;
-        });
-        try {
-            EXPECT_EQ(record(setMember, system), "done");
-            if (left > 0) break;
-        } catch (const RecordingError& error) {
-            ++failures;
-            EXPECT_EQ(error.what(), "The data file could not be saved: No space left on device (" +
-                                        file.path().string() + "). Nothing was changed.");
-            EXPECT_EQ(exists ? kOddities : "", test::fileBytes(file.path())) << n;
-            EXPECT_EQ(namesIn(file.path().parent_path()).size(), exists ? 1U : 0U) << n;
-        }
-    }
-    return failures;
-}
+struct FailingSave {
+    bool exists, canExchange;
+    int fewestFailures;
+};
 
 TEST(Recording, ChangesNothingWhateverCallOfASaveFails) {
-    EXPECT_GE(countFailures(true, true), 8);
-    // Here the last call, which synchronises the directory, comes too late to matter.
-    EXPECT_GE(countFailures(true, false), 8);
-    EXPECT_GE(countFailures(false, true), 8);
+    for (const auto& it : {FailingSave{true, true, 15}, {true, false, 14}, {false, true, 10}}) {
+        int failures = 0;
+        for (; failures < 100; ++failures) {
+            const test::DataFile file(kOddities);
+            if (!it.exists) fs::remove(file.path());
+            int left = failures;
+            HookedSystem system([&](std::string_view call) {
+                if (call == "exchange" && !it.canExchange) return ENOTSUP;
+                return left-- == 0 ? ENOSPC : 0;
+            });
+            const std::string said = outcome(system);
+            if (said == "done") break;
+            EXPECT_EQ(said, failure("saved: No space left on device", file)) << failures;
+            EXPECT_EQ(test::fileBytes(file.path()), it.exists ? kOddities : "") << failures;
+            EXPECT_EQ(namesIn(file.path().parent_path()).size(), it.exists ? 1U : 0U) << failures;
+        }
+        EXPECT_GE(failures, it.fewestFailures);
+    }
 }
 
 // Another program saves by renaming.
@@ -162,62 +164,60 @@ TEST(Recording, NeverUndoesAVersionThatSlipsInAtTheLastMoment) {
             }
             return 0;
         });
-        EXPECT_EQ(record(setMember, system), "done");
-        expectUntouched(file, "{\n  \"mine\": 7,\n  \"theirs\": 1\n}\n", std::to_string(times));
+        EXPECT_EQ(outcome(system), "done") << times;
+        expectContent(file.path(), "{\n  \"mine\": 7,\n  \"theirs\": 1\n}\n");
     }
 }
 
-TEST(Recording, GivesUpWhenTheFileChangesAtEveryTry) {
+TEST(Recording, IsRefusedWhenTheFileChangesAtEveryTryOrItsFolderVanishes) {
     const test::DataFile file(kOddities);
-    HookedSystem system([&](std::string_view call) {
+    const fs::path home = file.path().parent_path();
+    HookedSystem tireless([&](std::string_view call) {
         if (call == "create") intrude(file.path(), R"({"theirs":1})");
         return 0;
     });
-    EXPECT_THROW(std::ignore = record(setMember, system), RecordingError);
-    expectUntouched(file, R"({"theirs":1})", "tireless");
-}
+    EXPECT_EQ(outcome(tireless), failure("saved: other programs keep changing it", file));
+    expectContent(file.path(), R"({"theirs":1})");
 
-TEST(Recording, IsRefusedWhenTheFolderVanishesInTheMiddle) {
-    const test::TemporaryFolder folder;
-    test::writeFile(folder / "home/data.json", kOddities);
-    const test::EnvironmentScope variable("TOVRA_DATA_FILE", folder / "home/data.json");
-    HookedSystem system([&](std::string_view call) {
-        if (call == "create") fs::rename(folder / "home", folder / "elsewhere");
+    HookedSystem moving([&](std::string_view call) {
+        if (call == "create") fs::rename(home, home.string() + "-moved");
         return 0;
     });
-    EXPECT_THROW(std::ignore = record(setMember, system), RecordingError);
-    EXPECT_EQ(test::fileBytes(folder / "elsewhere/data.json"), kOddities);
-    EXPECT_EQ(namesIn(folder / "elsewhere").size(), 1U);
+    EXPECT_EQ(outcome(moving), failure("saved: No such file or directory", file));
+    expectContent(home.string() + "-moved/data.json", R"({"theirs":1})");
+    fs::rename(home.string() + "-moved", home);
 }
 
 std::string call(const std::string& tool, const std::string& arguments) {
     return R"({"id":1,"method":"tools/call","params":{"name":")" + tool + R"(","arguments":)" +
-           arguments + "}}\n";
+           arguments + "}}";
 }
 
 TEST(Recording, IsRefusedWhereTheSystemRefuses) {
     const test::DataFile file(kOddities);
-    const rlimit unlimited{RLIM_INFINITY, RLIM_INFINITY};
-    const rlimit tiny{64, RLIM_INFINITY};
+    const rlimit unlimited{RLIM_INFINITY, RLIM_INFINITY}, tiny{64, RLIM_INFINITY};
     ::setrlimit(RLIMIT_FSIZE, &tiny);
-    test::ServerProcess server;
+    ChildProcess server({TOVRA_SERVER}, {});
     ::setrlimit(RLIMIT_FSIZE, &unlimited);
     server.send(call("add_transaction", R"({"amount":1})"));
-    EXPECT_EQ(
-        server.readLine(),
-        R"({"jsonrpc":"2.0","id":1,"result":{"content":[{"type":"text","text":"Error: The data )"
-        R"(file could not be saved: File too large ()" +
-            file.path().string() + R"(). Nothing was changed."}],"isError":true}})");
-    expectUntouched(file, kOddities, "full");
+    EXPECT_EQ(server.receive(),
+              R"({"jsonrpc":"2.0","id":1,"result":{"content":[{"type":"text","text":"Error: )" +
+                  failure("saved: File too large", file) + R"("}],"isError":true}})");
+    expectContent(file.path(), kOddities);
 
-    // As a user who may read but not write; the superuser may always write.
-    fs::permissions(file.path().parent_path(), fs::perms(0555));
+    // As a user who may neither write the folder nor read the file; the superuser always may.
+    const fs::path folder = file.path().parent_path();
     const bool isSuperuser = ::geteuid() == 0;
+    fs::permissions(folder, fs::perms(0555));
     ASSERT_TRUE(!isSuperuser || ::seteuid(65534) == 0);
-    EXPECT_THROW(std::ignore = record(setMember), RecordingError);
+    EXPECT_EQ(outcome(), failure("saved: Permission denied", file));
     ASSERT_TRUE(!isSuperuser || ::seteuid(0) == 0);
-    fs::permissions(file.path().parent_path(), fs::perms(0755));
-    expectUntouched(file, kOddities, "read-only folder");
+    fs::permissions(file.path(), fs::perms(0));
+    ASSERT_TRUE(!isSuperuser || ::seteuid(65534) == 0);
+    EXPECT_FALSE(loadData().root().exists());
+    ASSERT_TRUE(!isSuperuser || ::seteuid(0) == 0);
+    fs::permissions(folder, fs::perms(0755));
+    expectContent(file.path(), isSuperuser ? kOddities : "");
 }
 
 json::Document mustParse(const fs::path& path) {
@@ -227,24 +227,20 @@ json::Document mustParse(const fs::path& path) {
 }
 
 TEST(Recording, LosesNothingBetweenSeveralServers) {
-    constexpr int kServers = 3;
-    constexpr int kRecords = 40;
+    constexpr int kServers = 3, kRecords = 40;
     const test::DataFile file(R"({"goals":[{"name":"g"}],"kept":[1,2.50]})");
     std::atomic<bool> done = false;
     std::thread reader([&] {
         while (!done) mustParse(file.path());
     });
-    std::vector<std::thread> clients;
-    for (int i = 0; i < kServers; ++i) {
-        clients.emplace_back([] {
-            test::ServerProcess server;
-            for (int n = 0; n < kRecords; ++n) {
-                server.send(call("add_transaction", R"({"amount":1})"));
-                server.send(call("add_to_goal", R"({"goal":"G","amount":0.25})"));
-                for (int answers = 0; answers < 2; ++answers) {
-                    EXPECT_NE(server.readLine().value_or("").find(R"("isError":false)"),
-                              std::string::npos);
-                }
+    std::vector<std::thread> clients(kServers);
+    for (std::thread& client : clients) {
+        client = std::thread([] {
+            ChildProcess server({TOVRA_SERVER}, {});
+            for (int n = 0; n < 2 * kRecords; ++n) {
+                server.send(n % 2 == 0 ? call("add_transaction", R"({"amount":1})")
+                                       : call("add_to_goal", R"({"goal":"G","amount":0.25})"));
+                EXPECT_TRUE(server.receive().value_or("").ends_with(R"("isError":false}})"));
             }
         });
     }
@@ -266,21 +262,12 @@ TEST(Recording, UndoesNoChangeOfAnOutsideWriter) {
     const auto counter = [&] { return int(numberField(mustParse(file.path()).root(), "counter")); };
     std::atomic<bool> done = false;
     std::thread recorder([&] {
-        while (!done) {
-            try {
-                EXPECT_EQ(record(setMember), "done");
-            } catch (const RecordingError&) {  // the other one was quicker sixteen times
-            }
-        }
+        while (!done) std::ignore = outcome();  // refused where the other one is quicker each time
     });
     for (int n = 1; n <= kSaves && !HasFailure(); ++n) {
         // For an instant the version before may be in place, until it is noticed and put back.
-        int seen = counter();
-        for (int waited = 0; seen != n - 1 && waited < 1000; ++waited) {
-            ::usleep(1000);
-            seen = counter();
-        }
-        EXPECT_EQ(seen, n - 1) << "a change was undone";
+        for (int tries = 0; counter() != n - 1 && tries < 1000; ++tries) ::usleep(1000);
+        EXPECT_EQ(counter(), n - 1) << "a change was undone";
         intrude(file.path(), R"({"counter":)" + std::to_string(n) + "}");
     }
     done = true;
@@ -293,13 +280,13 @@ TEST(Recording, SurvivesBeingKilledAtAnyMoment) {
     std::mt19937 random(7);
     std::size_t confirmed = 0;
     for (int round = 0; round < 12; ++round) {
-        test::ServerProcess server;
+        ChildProcess server({TOVRA_SERVER}, {});
         for (int n = 0; n < 20; ++n) server.send(call("add_transaction", R"({"amount":1})"));
         std::thread killer([&, pause = random() % 40000] {
             ::usleep(static_cast<useconds_t>(pause));
-            server.sendSignal(round % 2 == 0 ? SIGKILL : SIGTERM);
+            ::kill(server.id(), round % 2 == 0 ? SIGKILL : SIGTERM);
         });
-        while (server.readLine()) ++confirmed;
+        while (server.receive()) ++confirmed;
         killer.join();
         const json::Document document = mustParse(file.path());
         const std::size_t recorded = objectArrayField(document.root(), "transactions").size();

@@ -20,6 +20,7 @@ namespace tovra {
 namespace {
 
 constexpr Instant kNow = 1794841200.5;  // 2026-11-16T15:00:00.5Z
+constexpr unsigned kTransactions = 2000;
 
 // JSON values to choose from, by kind; # stands for a digit.
 const std::map<std::string, std::string> kValues = {
@@ -48,8 +49,9 @@ class Generator {
         return R"({"fxRates":{"EUR":9,"EUR":1.1,"USD":5,"GBP":1.25,"ZRO":0,"BAD":"2",)"
                R"("CHF":true,"NUL":null},)" +
                ("\"accounts\":[" + records(12, kAccount) + "],\"budgets\":[") +
-               records(25, "category text subcategory text monthlyLimit number") +
-               "],\"transactions\":[" + records(1000, kTransaction) +
+               records(25, "category text subcategory text monthlyLimit number") + "],\"goals\":[" +
+               records(25, "name text currency code saved number target number") +
+               "],\"transactions\":[" + records(kTransactions, kTransaction) +
                "],\"settings\":" + records(1, "baseCurrency code") + "}";
     }
 
@@ -97,18 +99,14 @@ std::string money(double amount) {
     return {printed, static_cast<std::size_t>(std::snprintf(printed, 400, " %.2f", amount))};
 }
 
-std::optional<Instant> dateOf(json::Value transaction) {
-    DayFormatter dayFormatter;
-    return parseDate(stringField(transaction, "date"), dayFormatter);
-}
-
 struct Entry {
     json::Value record;
     std::string type = text(record, "type"), currency = text(record, "currency");
     std::string from = text(record, "accountID"), to = text(record, "transferAccountID");
     std::string category = text(record, "category"), part = text(record, "subcategory");
     double amount = numberField(record, "amount");
-    std::optional<Instant> date = dateOf(record);
+    DayFormatter dayFormatter = {};
+    std::optional<Instant> date = parseDate(stringField(record, "date"), dayFormatter);
 };
 
 class Definitions {
@@ -119,7 +117,9 @@ class Definitions {
     }
 
     std::string overview() const {
-        double worth = 0, income = 0, spending = 0;
+        const double income = sum([&](const Entry& it) { return it.type == "Income"; });
+        const double spending = sum([&](const Entry& it) { return it.type == "Expense"; });
+        double worth = 0;
         std::string lines;
         for (const json::Value account : objectArrayField(data_, "accounts")) {
             if (boolField(account, "archived") == true) continue;
@@ -129,10 +129,6 @@ class Definitions {
             if (type == "Credit Card" || type == "Loan") value = -std::fabs(value);
             if (boolField(account, "includeInNetWorth") != false) worth += value;
             lines += "\n  • " + text(account, "name") + ": " + currency + money(balance);
-        }
-        for (const Entry& it : entries_) {
-            if (it.type == "Income" && inMonth(it)) income += it.amount * rate(it.currency);
-            if (it.type == "Expense" && inMonth(it)) spending += it.amount * rate(it.currency);
         }
         return "Base currency: " + base_ + "\nNet worth: " + base_ + money(worth) +
                "\nThis month — income: " + base_ + money(income) + ", spending: " + base_ +
@@ -145,13 +141,10 @@ class Definitions {
         for (const json::Value budget : objectArrayField(data_, "budgets")) {
             const std::string part = text(budget, "subcategory");
             const double limit = numberField(budget, "monthlyLimit");
-            double spent = 0;
-            for (const Entry& it : entries_) {
-                if (it.type == "Expense" && inMonth(it) &&
-                    it.category == text(budget, "category") && (part.empty() || part == it.part)) {
-                    spent += it.amount * rate(it.currency);
-                }
-            }
+            const double spent = sum([&](const Entry& it) {
+                return it.type == "Expense" && it.category == text(budget, "category") &&
+                       (part.empty() || it.part == part);
+            });
             lines += "\n  • " + text(budget, "category") + (part.empty() ? "" : " › " + part) +
                      ": " + base_ + money(spent) + " / " + base_ + money(limit) + " (" + base_;
             lines += limit - spent < 0 ? money(spent - limit) + " over)"
@@ -179,13 +172,26 @@ class Definitions {
         return lines;
     }
 
+    std::string goals() const {
+        std::string lines = "Savings goals:";
+        for (const json::Value goal : objectArrayField(data_, "goals")) {
+            const std::string currency = text(goal, "currency");
+            const double saved = numberField(goal, "saved"), target = numberField(goal, "target");
+            const double percent = target > 0 ? std::min(saved / target, 1.0) * 100 : 0;
+            lines += "\n  • " + text(goal, "name") + ": " + currency + money(saved) + " / " +
+                     currency + money(target) + " (" + std::to_string(std::int64_t(percent)) + "%)";
+        }
+        return lines;
+    }
+
     std::string listing(std::size_t limit) const {
         std::vector<Entry> sorted = entries_;
         std::stable_sort(sorted.begin(), sorted.end(), [](const Entry& a, const Entry& b) {
             return a.date.value_or(-HUGE_VAL) > b.date.value_or(-HUGE_VAL);
         });
         sorted.resize(limit);
-        std::string rows = "Showing " + std::to_string(limit) + " of 1000:";
+        std::string rows =
+            "Showing " + std::to_string(limit) + " of " + std::to_string(kTransactions) + ":";
         for (const Entry& it : sorted) {
             const std::string payee = text(it.record, "payee");
             rows += "\n" + (it.date ? DayFormatter().format(*it.date) : "?") +
@@ -200,8 +206,15 @@ class Definitions {
         const json::Value table = objectField(data_, "fxRates");
         return code != base_ && table.member(code).exists() ? numberField(table, code) : 1;
     }
-    bool inMonth(const Entry& it) const {
-        return it.date && month_.start <= *it.date && *it.date < month_.end;
+    // What the transactions of this month come to for which `counts` holds, in base currency.
+    template <typename Counts>
+    double sum(const Counts& counts) const {
+        double total = 0;
+        for (const Entry& it : entries_) {
+            const bool inMonth = it.date && month_.start <= *it.date && *it.date < month_.end;
+            if (inMonth && counts(it)) total += it.amount * rate(it.currency);
+        }
+        return total;
     }
     double accountBalance(json::Value account) const {
         const std::string id = text(account, "id"), code = text(account, "currency");
@@ -236,6 +249,7 @@ TEST(Reports, MatchTheirDefinitionsOnGeneratedDocuments) {
             const Definitions definitions(parsed->root());
             EXPECT_EQ(toolOverview(kNow), definitions.overview());
             EXPECT_EQ(toolListBudgets(kNow), definitions.budgets());
+            EXPECT_EQ(toolListGoals(), definitions.goals());
             EXPECT_EQ(toolSpendingByCategory(spent->root(), kNow), definitions.spending(40));
             EXPECT_EQ(toolListTransactions(listed->root(), kNow), definitions.listing(500));
         }
