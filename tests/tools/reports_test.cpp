@@ -13,37 +13,6 @@ using namespace std::string_literals;
 constexpr Instant kNow = 1794841200;  // 2026-11-16T15:00:00Z, ten in the morning in New York
 constexpr const char* kNewYork = "America/New_York";
 
-// November in New York is from 2026-11-01T04:00:00Z to 2026-12-01T05:00:00Z, and 30 days ago it was
-// 2026-10-17T14:00:00Z.
-constexpr const char* kLedger = R"({"fxRates":{"EUR":1.1,"GBP":1.25,"XXX":"bad"},"accounts":[
-    {"id":"c","name":"Checking","currency":"USD","openingBalance":700},
-    {"id":"v","name":"Visa","type":"Credit Card","currency":"USD","openingBalance":-400},
-    {"id":"o","name":"Overpaid","type":"Loan","currency":"EUR","openingBalance":150},
-    {"archived":true,"openingBalance":5000},
-    {"id":"s","name":"Shown","archived":"true","currency":"XXX","openingBalance":-0.0},
-    {"id":"a","name":"Aside","includeInNetWorth":false,"currency":"GBP"}],
-  "budgets":[{"category":"Food","subcategory":"Out","monthlyLimit":400},
-    {"category":"Food","monthlyLimit":1262.5},{"category":"Tiny","monthlyLimit":50},{}],
-  "transactions":[
-    {"type":"Income","amount":3000,"currency":"USD","accountID":"c","date":"2026-11-01"},
-    {"type":"Expense","amount":1200,"accountID":"c","date":"2026-12-01T04:59:59Z","category":"Food"},
-    {"type":"Expense","amount":50,"currency":"GBP","date":"2026-11-30","category":"Food",
-     "subcategory":"Out"},
-    {"type":"Expense","amount":7,"date":"2026-12-01","category":"Fun"},
-    {"type":"Income","amount":5,"date":"2026-11-01T03:59:59Z","category":"Food"},
-    {"type":"Expense","amount":9000,"date":"n/a","category":"Food"},
-    {"type":"Transfer","amount":10,"currency":"USD","accountID":"c","transferAccountID":"a",
-     "date":"2026-11-10","category":"Food"},
-    {"type":"expense","amount":9000,"accountID":"v","date":"2026-11-05","category":"Food"},
-    {"type":"Expense","amount":-20,"currency":"EUR","accountID":"v","date":"2026-11-16T15:00:00Z",
-     "category":"Split","splits":[{"category":"Food","amount":10},{"amount":20}]},
-    {"type":"Expense","amount":50.004,"date":"2026-11-16","category":"Tiny",
-     "splits":[{"category":"Food","amount":1},7]},
-    {"type":"Expense","amount":9,"currency":"XXX","date":"2026-11-15","category":"Zero","splits":[]},
-    {"type":"Expense","amount":-0.0,"date":"2026-11-15","category":"Even"},
-    {"type":"Expense","amount":3,"date":"2026-10-17T14:00:00Z","category":"food"},
-    {"type":"Expense","amount":9000,"date":"2026-10-17T13:59:59Z","category":"food"}]})";
-
 TEST(Reports, AnswerWithoutData) {
     for (const char* text :
          {"", R"({"settings":[{"baseCurrency":"EUR"}],"accounts":{},"budgets":1,"goals":"x"})",
@@ -62,7 +31,9 @@ TEST(Reports, AnswerWithoutData) {
 
 TEST(Reports, OverviewBudgetsAndSpending) {
     const test::EnvironmentScope scope("TZ", kNewYork);
-    const test::DataFile data(kLedger);
+    // November in New York is from 2026-11-01T04:00:00Z to 2026-12-01T05:00:00Z, and 30 days ago it
+    // was 2026-10-17T14:00:00Z.
+    const test::DataFile data(test::fileBytes(TOVRA_TESTS "/tools/golden/ledger.json"));
     EXPECT_EQ(toolOverview(kNow),
               "Base currency: USD\nNet worth: USD 1947.00"
               "\nThis month — income: USD 3000.00, spending: USD 1290.50, net: USD 1709.50"
