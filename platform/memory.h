@@ -16,10 +16,18 @@ namespace tovra {
 // parsing the bytes in it. A hint; blocks that are not mapped on their own are left alone.
 void preferLargePages(void* begin, std::size_t size);
 
-// Makes large blocks go back to the system as soon as they are freed. Called once, at start-up.
+// Makes large blocks go back to the system as soon as they are freed. Called once, at start-up,
+// before there are other threads.
 void returnFreedMemory();
 
-// Gives back what else is free when the process holds more than it should keep between two calls.
-void returnExcessMemory();
+// Held while a call is under way. When the last one goes, what else is free goes back as well where
+// the process holds more than it should keep between two calls.
+class CallMemory {
+  public:
+    CallMemory();
+    CallMemory(const CallMemory&) = delete;
+    CallMemory& operator=(const CallMemory&) = delete;
+    ~CallMemory();
+};
 
 }  // namespace tovra

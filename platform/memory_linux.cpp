@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <charconv>
 #include <cstdint>
 #include <cstring>
@@ -22,6 +23,8 @@ constexpr std::size_t kMostKept = std::size_t{12} << 20;
 // keeping for the next call: taking its pages anew would cost more than their use. The largest file
 // whose text stays below it leaves the process just within what it may keep.
 constexpr std::size_t kLargeBlock = std::size_t{9} << 20 | std::size_t{256} << 10;
+
+std::atomic<int> callsUnderWay = 0;
 
 // The memory of the process in bytes; 0 where the system does not tell.
 std::size_t residentSize() {
@@ -48,10 +51,14 @@ void returnFreedMemory() {
 #ifdef M_MMAP_THRESHOLD
     ::mallopt(M_MMAP_THRESHOLD, kLargeBlock);
     ::mallopt(M_TRIM_THRESHOLD, 2 * kLargeBlock);
+    ::mallopt(M_ARENA_MAX, 1);  // of several, each would keep as much
 #endif
 }
 
-void returnExcessMemory() {
+CallMemory::CallMemory() { ++callsUnderWay; }
+
+CallMemory::~CallMemory() {
+    if (--callsUnderWay > 0) return;
 #ifdef M_MMAP_THRESHOLD
     if (residentSize() > kMostKept) ::malloc_trim(0);
 #endif

@@ -7,6 +7,7 @@ void preferLargePages(void*, std::size_t) {}
 
 void returnFreedMemory() {}
 
-void returnExcessMemory() {}
+CallMemory::CallMemory() = default;
+CallMemory::~CallMemory() = default;
 
 }  // namespace tovra

@@ -3,7 +3,6 @@
 #include <string_view>
 
 #include "platform/json_write.h"
-#include "platform/memory.h"
 #include "server/call_tool.h"
 #include "server/catalogue.h"
 #include "store/fields.h"
@@ -42,7 +41,6 @@ std::string toolsCallResult(json::Value params, bool readOnly) {
         callTool(stringField(params, "name"), objectField(params, "arguments"), readOnly);
     std::string result = R"({"content":[{"type":"text","text":)";
     json::appendString(result, called.text);
-    returnExcessMemory();  // the tool's document is gone by now
     result += called.isError ? R"(}],"isError":true})" : R"(}],"isError":false})";
     return result;
 }
