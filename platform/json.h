@@ -16,6 +16,8 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/memory.h"
+
 namespace tovra::json {
 
 class Document;
@@ -44,7 +46,7 @@ class Text {
   private:
     friend std::optional<Document> parse(Text text);
 
-    std::unique_ptr<char[]> bytes_;
+    Block<char> bytes_;
     std::size_t size_;
 };
 
@@ -73,8 +75,8 @@ static_assert(sizeof(Node) == 16);
 
 // Where the offsets and indices of a document's nodes point to.
 struct Storage {
-    std::unique_ptr<char[]> bytes;
-    std::unique_ptr<Node[]> nodes;
+    Block<char> bytes;
+    Block<Node> nodes;
 };
 
 class Children;

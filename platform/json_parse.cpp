@@ -6,7 +6,6 @@
 
 #include "platform/json.h"
 #include "platform/json_tokens.h"
-#include "platform/memory.h"
 
 namespace tovra::json {
 namespace {
@@ -119,11 +118,9 @@ class Builder {
           end_(text_ + size),
           backslash_(nextBackslash(text_)),
           decoded_(storage.bytes.get() + size + kPadding),
-          nodes_(std::make_unique_for_overwrite<Node[]>(room)),
+          nodes_(makeBlock<Node>(room)),
           closed_(1),
-          stack_(room) {
-        preferLargePages(nodes_.get(), room * sizeof(Node));
-    }
+          stack_(room) {}
 
     // The root is the first node.
     Outcome build(Storage& storage) {
@@ -317,7 +314,7 @@ class Builder {
     const char* end_;
     const char* backslash_;  // the first one that no string before has taken
     char* decoded_;          // where the next decoded string goes
-    std::unique_ptr<Node[]> nodes_;
+    Block<Node> nodes_;
     std::size_t closed_;  // nodes below are in their final place
     std::size_t stack_;   // nodes from here on wait for their container to close
     std::array<Open, kMaxDepth> open_;
@@ -328,10 +325,7 @@ class Builder {
 
 }  // namespace
 
-Text::Text(std::size_t size)
-    : bytes_(std::make_unique_for_overwrite<char[]>(roomFor(2 * size + kPadding))), size_(size) {
-    preferLargePages(bytes_.get(), 2 * size + kPadding);
-}
+Text::Text(std::size_t size) : bytes_(makeBlock<char>(2 * size + kPadding)), size_(size) {}
 
 Text::Text(std::string_view bytes) : Text(bytes.size()) {
     std::copy(bytes.begin(), bytes.end(), bytes_.get());
@@ -347,8 +341,7 @@ std::optional<Document> parse(Text text) {
 
     // Few texts have a value in sixteen bytes, none has one in less than two (with a comma), and at
     // most all of them move at once. What is never used of the room costs no memory.
-    for (const std::size_t nodes : {size / 16 + 64, size + 64}) {
-        const std::size_t room = roomFor(nodes * sizeof(Node)) / sizeof(Node);
+    for (const std::size_t room : {size / 16 + 64, size + 64}) {
         const Outcome outcome = Builder(*storage, size, room).build(*storage);
         if (outcome == Outcome::built) return Document(std::move(storage), size);
         if (outcome == Outcome::noJson) break;

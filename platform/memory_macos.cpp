@@ -7,7 +7,4 @@ void preferLargePages(void*, std::size_t) {}
 
 void returnFreedMemory() {}
 
-CallMemory::CallMemory() = default;
-CallMemory::~CallMemory() = default;
-
 }  // namespace tovra

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "platform/memory.h"
 #include "server/catalogue.h"
 #include "store/recording.h"
 
@@ -18,7 +17,6 @@ ToolResult callTool(std::string_view name, json::Value arguments, bool readOnly)
     if (tool == catalogue.end()) {
         return {"Unknown tool: " + std::string(name), true};
     }
-    const CallMemory memory;
     try {
         return {tool->operation(arguments), false};
     } catch (const RecordingError& error) {
