@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "platform/file.h"
 #include "platform/line_io.h"
 
 namespace tovra::bench {
@@ -17,36 +18,27 @@ void require(bool succeeded, const std::filesystem::path& file) {
     if (!succeeded) throw std::runtime_error("the floor cannot use " + file.string());
 }
 
-class Descriptor {
-  public:
-    Descriptor(const std::filesystem::path& file, int flags)
-        : number_(::open(file.c_str(), flags | O_CLOEXEC, 0600)) {
-        require(number_ >= 0, file);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() { ::close(number_); }
-    [[nodiscard]] int number() const { return number_; }
-
-  private:
-    int number_;
-};
+Descriptor opened(const std::filesystem::path& file, int flags) {
+    Descriptor descriptor(::open(file.c_str(), flags | O_CLOEXEC, 0600));
+    require(descriptor.isOpen(), file);
+    return descriptor;
+}
 
 }  // namespace
 
 Floor::Floor(std::filesystem::path file) : file_(std::move(file)) {}
 
 void Floor::read() {
-    const Descriptor source(file_, O_RDONLY);
+    const Descriptor source = opened(file_, O_RDONLY);
     struct stat status {};
-    require(::fstat(source.number(), &status) == 0, file_);
+    require(::fstat(source.get(), &status) == 0, file_);
     size_ = static_cast<std::size_t>(status.st_size);
     if (size_ + simdjson::SIMDJSON_PADDING > capacity_) {
         capacity_ = size_ + simdjson::SIMDJSON_PADDING;
         buffer_ = std::make_unique<char[]>(capacity_);
     }
     for (std::size_t done = 0; done < size_;) {
-        const ssize_t count = ::read(source.number(), buffer_.get() + done, size_ - done);
+        const ssize_t count = ::read(source.get(), buffer_.get() + done, size_ - done);
         require(count > 0, file_);
         done += static_cast<std::size_t>(count);
     }
@@ -61,13 +53,13 @@ void Floor::readAndReplace() {
     readAndParse();
     const std::filesystem::path fresh = file_.string() + ".floor";
     {
-        const Descriptor target(fresh, O_WRONLY | O_CREAT | O_TRUNC);
-        require(writeAll(target.number(), {buffer_.get(), size_}), fresh);
-        require(::fsync(target.number()) == 0, fresh);
+        const Descriptor target = opened(fresh, O_WRONLY | O_CREAT | O_TRUNC);
+        require(writeAll(target.get(), {buffer_.get(), size_}), fresh);
+        require(::fsync(target.get()) == 0, fresh);
     }
     require(std::rename(fresh.c_str(), file_.c_str()) == 0, file_);
-    const Descriptor directory(file_.parent_path(), O_RDONLY | O_DIRECTORY);
-    require(::fsync(directory.number()) == 0, file_);
+    const Descriptor directory = opened(file_.parent_path(), O_RDONLY | O_DIRECTORY);
+    require(::fsync(directory.get()) == 0, file_);
 }
 
 }  // namespace tovra::bench
