@@ -2,40 +2,23 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 
-import { run } from "./run.mjs";
-import { dataFile, server, toolNames, withHttp } from "./server.mjs";
-
-const inspect = (...args) => run("mcp-inspector", "--cli", ...args);
-
-async function result(...args) {
-    const { status, output, errors } = await inspect(...args);
-    assert.equal(status, 0, errors);
-    return JSON.parse(output);
-}
+import { dataFile, run, server, tools, withHttp } from "./support.mjs";
 
 // Lists the tools, whose schemas --strict holds against what hosts in the field take, and calls one.
 async function listAndCall(...target) {
-    const { tools } = await result(...target, "--method", "tools/list", "--strict");
-    assert.deepEqual(tools.map((tool) => tool.name), toolNames);
-    const added = await result(...target, "--method", "tools/call", "--tool-name", "add_to_goal",
-        "--tool-arg", "goal=trip", "amount=29");
-    assert.deepEqual(added, {
-        content: [{ type: "text", text: 'Added EUR 29.00 to "Trip". New total: EUR 29.00.' }],
-        isError: false,
-    });
+    const request = async (...method) =>
+        JSON.parse((await run("mcp-inspector", "--cli", ...target, "--method", ...method)).stdout);
+
+    const listed = await request("tools/list", "--strict");
+    assert.deepEqual(listed.tools.map(({ name }) => name), Object.keys(tools));
+    const added = await request("tools/call", "--tool-name", "add_to_goal", "--tool-arg", "goal=trip", "amount=29");
+    assert.deepEqual(added, { content: [{ type: "text", text: tools.add_to_goal.text }], isError: false });
 }
 
-test("inspector over standard input", async () => {
-    await listAndCall(server, "-e", `TOVRA_DATA_FILE=${dataFile()}`);
-});
+test("inspector over standard input", () => listAndCall(server, "-e", `TOVRA_DATA_FILE=${dataFile()}`));
 
-test("inspector over HTTP", async () => {
-    await withHttp(dataFile(), "s3cret", async (url) => {
-        const target = [url.href, "--transport", "http", "--header"];
-        await listAndCall(...target, "Authorization: Bearer s3cret");
-        const { status, errors } = await inspect(
-            ...target, "Authorization: Bearer wrong", "--method", "tools/list");
-        assert.notEqual(status, 0);
-        assert.match(errors, /auth_required/);
-    });
-});
+test("inspector over HTTP", () => withHttp("s3cret", async (url) => {
+    const bearing = (token) => [url.href, "--transport", "http", "--header", `Authorization: Bearer ${token}`];
+    await listAndCall(...bearing("s3cret"));
+    await assert.rejects(listAndCall(...bearing("wrong")), { stderr: /auth_required/ });
+}));
