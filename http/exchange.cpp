@@ -40,8 +40,10 @@ class Budget {
 
         [[nodiscard]] std::size_t size() const { return size_; }
 
-        // False, and no change, where the budget does not have it.
+        // False, and no change, where the budget does not have it. What needs nothing of it gets
+        // that even while the budget is overdrawn.
         bool growTo(std::size_t size) {
+            if (size == size_) return true;
             if (!budget_.take(static_cast<std::int64_t>(size - size_))) return false;
             size_ = size;
             return true;

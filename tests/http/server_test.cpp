@@ -1,56 +1,194 @@
 #include "http/server.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
-#include <thread>
+#include <ctime>
+#include <future>
 
-#include "tests/http/client.h"
+#include "http/exchange.h"
 
 namespace tovra::http {
 namespace {
 
-using test::Client;
+using namespace std::chrono_literals;
 
-// Runs the server in a process of its own; a call there sends it the signal and takes for ever.
+// A client of a server on this machine that can misbehave. Every wait is bounded.
+class Client {
+  public:
+    explicit Client(std::uint16_t port) : socket_(::socket(AF_INET, SOCK_STREAM, 0)) {
+        ::signal(SIGPIPE, SIG_IGN);  // a server that hung up is a failed send here
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(port);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        ::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    }
+    Client(Client&&) = delete;
+    ~Client() { ::close(socket_); }
+
+    // As much of it as the server takes before it hangs up.
+    const Client& send(std::string_view bytes) const {
+        return ::send(socket_, bytes.data(), bytes.size(), 0), *this;
+    }
+    const Client& endSending() const { return ::shutdown(socket_, SHUT_WR), *this; }
+
+    // All that the server sends until it ends; "(patience is over)" at the end where it does not.
+    [[nodiscard]] std::string receive() const {
+        std::string received;
+        for (char chunk[65536]; answersWithin(30'000);) {
+            const ssize_t size = ::recv(socket_, chunk, sizeof chunk, 0);
+            if (size <= 0) return received;
+            received.append(chunk, static_cast<std::size_t>(size));
+        }
+        return received + "(patience is over)";
+    }
+
+    // Whether bytes or the end of them come within that many milliseconds.
+    [[nodiscard]] bool answersWithin(int milliseconds) const {
+        pollfd waiting{socket_, POLLIN, 0};
+        return ::poll(&waiting, 1, milliseconds) == 1;
+    }
+
+  private:
+    int socket_;
+};
+
+// A call of the method, followed by that many spaces.
+std::string call(const std::string& method, std::size_t spaces = 0) {
+    const std::string body = R"({"method":")" + method + "\"}" + std::string(spaces, ' ');
+    return "POST / HTTP/1.1\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+}
+
+const std::string kPing = call("ping");
+const std::string kLargePing = call("ping", 3'000'000);
+const std::string kPong = httpResponse("200 OK", "application/json", "ping");
+const std::string kBadRequest = httpResponse("400 Bad Request", std::nullopt, "");
+
+// A server that answers with the message's "method", to "much" at length; for "wait" it waits for
+// the test to let it go on, for "exhaust" it finds no memory. It buffers 4 MB.
+class ServerTest : public testing::Test {
+  protected:
+    std::unique_ptr<TcpServer> listen(const TcpLimits& limits) {
+        const Handler handler = [this](json::Value message) {
+            std::string method(message.member("method").string().value_or(""));
+            if (method == "wait") mayGo_.wait_for(1min);
+            if (method == "exhaust") throw std::bad_alloc();
+            if (method == "much") method.resize(8'000'000, 'm');
+            return std::optional(method);
+        };
+        return TcpServer::listen(0, limits, requestExchanges("", handler, {}, 4'000'000));
+    }
+    Client connect() const { return Client(server_->port()); }
+    std::string ask(const std::string& request) const { return connect().send(request).receive(); }
+
+    std::promise<void> go_;
+    const std::shared_future<void> mayGo_ = go_.get_future().share();
+    std::unique_ptr<TcpServer> server_ = listen({.callers = 2});
+};
+
+TEST_F(ServerTest, AnswersHoweverTheRequestComesWhileOthersTakeLong) {
+    const Client slow[] = {connect(), connect()};
+    for (const Client& client : slow) client.send(call("wait"));
+    for (const std::string& request : {kPing, kLargePing, kPing + kLargePing})
+        EXPECT_EQ(ask(request), kPong) << request.size() << " bytes";
+    const Client bytewise = connect();
+    for (const char& byte : kPing) bytewise.send({&byte, 1});
+    EXPECT_EQ(bytewise.endSending().receive(), kPong);
+    EXPECT_EQ(connect().send(kLargePing.substr(0, 99)).endSending().receive(), "");
+    EXPECT_EQ(ask(call("exhaust")), "");
+    EXPECT_EQ(ask(std::string(70'000, 'x')), kBadRequest);
+    EXPECT_EQ(ask("POST / HTTP/1.1\r\nContent-Length: 16777216\r\n\r\n"), kBadRequest);
+    for (const Client& client : slow) EXPECT_FALSE(client.answersWithin(0));
+    go_.set_value();
+    for (const Client& client : slow) EXPECT_TRUE(client.receive().ends_with("wait"));
+}
+
+TEST_F(ServerTest, BuffersNoMoreThanItMay) {
+    EXPECT_EQ(ask(call("ping", 5'000'000)), kBadRequest);
+    const Client slow = connect();
+    EXPECT_TRUE(slow.send(call("much")).answersWithin(30'000));
+    EXPECT_EQ(ask(kLargePing), kBadRequest) << "beside an answer that is still being sent";
+    EXPECT_EQ(ask(kPing), kPong) << "which hinders no ordinary request";
+    EXPECT_EQ(slow.receive().size(), 8'000'095U);
+    EXPECT_EQ(ask(kLargePing), kPong) << "when all have given back what they had";
+}
+
+TEST_F(ServerTest, LetsOthersWaitNoLongerThanItMustForMisbehavingClients) {
+    server_ = listen({.connections = 1, .requestTime = 300ms, .sendTime = 300ms});
+    const Client dripping = connect();
+    const Client takesNothing = connect();
+    const Client stays = connect();
+    takesNothing.send(call("much"));
+    EXPECT_FALSE(stays.send(kPing).answersWithin(200));
+    for (int i = 0; i < 1000 && !dripping.answersWithin(5); ++i) dripping.send("x");
+    EXPECT_TRUE(dripping.answersWithin(0));
+    EXPECT_EQ(stays.receive(), kPong);
+    EXPECT_EQ(ask(kPing), kPong);
+}
+
+// The next server raises the limit again.
+TEST_F(ServerTest, OutlivesALackOfDescriptorsAndCausesNone) {
+    rlimit limit{};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = 64;
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+    for (int taken = 0; taken != -1;) taken = ::dup(0);
+    ::close(63);
+    const Client client = connect();
+    const std::clock_t worked = std::clock();
+    EXPECT_FALSE(client.send(kPing).answersWithin(500));
+    EXPECT_LT(std::clock() - worked, CLOCKS_PER_SEC / 4) << "spins";
+    limit.rlim_cur = 256;
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+    EXPECT_EQ(client.receive(), kPong);
+
+    std::future<void> clients[8];
+    for (std::future<void>& each : clients)
+        each = std::async(std::launch::async, [this] {
+            for (int i = 0; i < 50; ++i) EXPECT_EQ(ask(kPing), kPong);
+        });
+    for (int i = 0; i < 300; ++i) EXPECT_EQ(connect().send("POST").endSending().receive(), "");
+}
+
+// Serves one client, a process of its own, which tells how it is refused and makes a call. That
+// call sends this process the signal and takes for ever.
 [[noreturn]] void serve(std::uint16_t port, const std::string& token, int signal) {
+    ::alarm(60);
+    if (::fork() == 0) {
+        std::string refusal;
+        for (int i = 0; i < 3000 && refusal.empty(); ++i, ::usleep(10'000))
+            refusal = Client(port).send("\r\n\r\n").receive();
+        std::fputs(refusal.substr(0, 12).c_str(), stderr);
+        Client(port).send("POST\r\nAuthorization: Bearer secret\r\nContent-Length: 2\r\n\r\n{}");
+        ::_exit(0);
+    }
     const Handler handle = [signal](json::Value) -> std::optional<std::string> {
         ::kill(::getpid(), signal);
-        std::this_thread::sleep_for(std::chrono::minutes(1));
-        return {};
+        while (true) ::pause();
     };
-    ::alarm(60);
-    ::_exit(runHTTP(port, token, handle, [] { std::fputs("before exit\n", stderr); }));
+    ::_exit(runHTTP(port, token, handle, [] { std::fputs(", before exit\n", stderr); }));
 }
 
 TEST(RunHTTP, SaysWhereItListensAndEndsOnASignalWhateverItIsDoing) {
     const std::uint16_t port = TcpServer::listen(0, {}, {})->port();  // free again
     const std::string number = std::to_string(port);
     EXPECT_EXIT(const auto taken = TcpServer::listen(port, {}, {});
-                serve(port, "", SIGTERM), testing::ExitedWithCode(1),
+                ::_exit(runHTTP(port, "", {})), testing::ExitedWithCode(1),
                 testing::Eq("Tovra MCP: could not listen on port " + number + "\n"));
 
     // From the second one on, the system remembers connections of the port.
-    const std::tuple<int, const char*, const char*, const char*> cases[] = {
-        {SIGTERM, "", "405", " (no token \u2014 keep on a private network!)\n"},
-        {SIGINT, "secret", "401", " (token required)\n"}};
-    for (const auto& [signal, token, status, ending] : cases) {
-        const pid_t client = ::fork();
-        if (client == 0) {
-            std::string answer;
-            for (int i = 0; i < 3000 && answer.empty(); ++i, ::usleep(10'000))
-                answer = Client(port).send("\r\n\r\n").receive();
-            const std::string head = "POST\r\nAuthorization: Bearer secret\r\nContent-Length: 2";
-            const bool cutOff = Client(port).send(head + "\r\n\r\n{}").receive().empty();
-            ::_exit(cutOff && answer.substr(0, 12).ends_with(status) ? 0 : 1);
-        }
+    const std::tuple<int, const char*, const char*> cases[] = {
+        {SIGTERM, "", " (no token \u2014 keep on a private network!)\nHTTP/1.1 405, before exit\n"},
+        {SIGINT, "secret", " (token required)\nHTTP/1.1 401, before exit\n"}};
+    for (const auto& [signal, token, ending] : cases)
         EXPECT_EXIT(serve(port, token, signal), testing::ExitedWithCode(0),
-                    testing::Eq("Tovra MCP HTTP listening on 127.0.0.1:" + number + ending +
-                                "before exit\n"));
-        int clientStatus = -1;
-        ::waitpid(client, &clientStatus, 0);
-        EXPECT_EQ(clientStatus, 0) << status;
-    }
+                    testing::Eq("Tovra MCP HTTP listening on 127.0.0.1:" + number + ending));
 }
 
 }  // namespace
