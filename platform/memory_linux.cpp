@@ -17,8 +17,9 @@ void preferLargePages(void* begin, std::size_t size) {
 
 void returnFreedMemory() {
 #ifdef M_MMAP_THRESHOLD
-    // Set, it does not grow with the blocks that are freed.
+    // Set, they do not grow with the blocks that are freed.
     ::mallopt(M_MMAP_THRESHOLD, 1 << 20);
+    ::mallopt(M_TRIM_THRESHOLD, 1 << 20);
 #endif
 }
 
