@@ -16,8 +16,8 @@ constexpr std::size_t kSmallestKept = std::size_t{256} << 10;
 // that the process keeps no more than 12 MB.
 constexpr std::size_t kMostKept = std::size_t{14} << 20;
 
-// A block begins with a line of the cache: what is read from it and into it in wide pieces is a
-// tenth slower when each of these lies in two lines.
+// A block begins with a line of the cache; otherwise each of the wide pieces in which its bytes are
+// read and written lies in two lines.
 constexpr std::align_val_t kAlignment{64};
 
 struct Free {
