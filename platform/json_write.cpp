@@ -225,8 +225,8 @@ void appendCompact(std::string& out, Value value) {
 }
 
 void writePretty(const Document& document, const Edit& edit, const Sink& sink) {
-    // Small enough to stay in the processor's cache between the writing and the sink.
-    constexpr std::size_t kSize = std::size_t{256} << 10;
+    // Small enough for the processor's cache, and gone from the process when it is freed.
+    constexpr std::size_t kSize = std::size_t{1} << 20;
     Output output(kSize, sink);
     Writer(output, true, &edit).write(document.root());
     output.put("\n");

@@ -19,7 +19,7 @@ void returnFreedMemory() {
 #ifdef M_MMAP_THRESHOLD
     // Set, they do not grow with the blocks that are freed.
     ::mallopt(M_MMAP_THRESHOLD, 1 << 20);
-    ::mallopt(M_TRIM_THRESHOLD, 1 << 20);
+    ::mallopt(M_TRIM_THRESHOLD, 1 << 19);
 #endif
 }
 
