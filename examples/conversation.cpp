@@ -120,8 +120,7 @@ void askForReports(Conversation& conversation) {
 
 // The name of the last goal in the data file, or one that it does not have.
 std::string goalName(const std::string& dataFile) {
-    auto text = tovra::readFile(dataFile);
-    const auto document = text ? json::parse(std::move(*text)) : std::nullopt;
+    const auto document = tovra::parseFile(dataFile);
     std::string name = "New Bicycle";
     if (!document) return name;
     for (const json::Value goal : document->root().member("goals").children()) {

@@ -1,15 +1,17 @@
-// Reading a whole file, and telling one version of it from another. May be called from several
+// Reading a file, and telling one version of it from another. May be called from several
 // threads.
 #pragma once
 
 #include <sys/stat.h>
 
+#include <cstddef>
 #include <filesystem>
 #include <optional>
 #include <string_view>
 #include <utility>
 
 #include "platform/json.h"
+#include "platform/memory.h"
 
 namespace tovra {
 
@@ -38,18 +40,22 @@ class Descriptor {
 struct FileVersion {
     Descriptor descriptor;
     struct stat status {};
-    json::Text text;
+    Block<char> bytes;
+    std::size_t size = 0;
+
+    [[nodiscard]] std::string_view text() const { return {bytes.get(), size}; }
 };
 
 // Reads the regular file at `path` as it is at this moment. Nothing comes back, with the reason in
 // errno, when it does not exist, cannot be read, is something else than a regular file (EISDIR,
-// EINVAL), or is longer than json::Text::kMaxSize (EFBIG).
+// EINVAL), or is longer than json::kMaxSize (EFBIG).
 [[nodiscard]] std::optional<FileVersion> readFileVersion(const std::filesystem::path& path);
 
-// The bytes alone; nothing comes back in the same cases.
-[[nodiscard]] std::optional<json::Text> readFile(const std::filesystem::path& path);
+// The JSON text in the file, parsed while it is read, so that its bytes need no memory. Nothing
+// comes back in the same cases and where the file holds no JSON.
+[[nodiscard]] std::optional<json::Document> parseFile(const std::filesystem::path& path);
 
-// Whether the open file holds exactly these bytes at this moment.
-[[nodiscard]] bool holdsBytes(const Descriptor& file, std::string_view bytes);
+// Whether the open file holds at this moment exactly what was read.
+[[nodiscard]] bool isAsRead(const FileVersion& version);
 
 }  // namespace tovra

@@ -24,13 +24,9 @@ std::optional<bool> Value::boolean() const {
 }
 
 Value Value::member(std::string_view name) const {
-    if (!is(Kind::object)) return {};
-    const Node* first = storage_->nodes.get() + node_->start;
-    const char* bytes = storage_->bytes.get();
-    for (const Node* node = first + node_->extent; node != first;) {
-        --node;
-        if (std::string_view(bytes + node->key, node->nameLength()) == name)
-            return {*node, *storage_};
+    const Children members = is(Kind::object) ? children() : Children();
+    for (std::size_t i = members.size(); i > 0; --i) {
+        if (members[i - 1].name() == name) return members[i - 1];
     }
     return {};
 }
@@ -41,9 +37,5 @@ Children Value::children() const {
 }
 
 Value Document::root() const { return storage_ ? Value(storage_->nodes[0], *storage_) : Value(); }
-
-std::string_view Document::text() const {
-    return storage_ ? std::string_view(storage_->bytes.get(), size_) : std::string_view();
-}
 
 }  // namespace tovra::json

@@ -1,15 +1,17 @@
 // JSON values: parsed strictly, kept exactly, read without copying.
 //
-// A Document owns the bytes of one JSON text and a compact tree over them. A Value is a light
-// handle (two pointers) to one node of that tree; it stays usable for as long as its Document
-// lives, also after the Document has been moved. Strings are views into the document's bytes, and
-// numbers keep the very text in which they were written.
+// A Document owns a compact tree and, in one place, the bytes of its strings, numbers and names. A
+// Value is a light handle (two pointers) to one node of that tree; it stays usable for as long as
+// its Document lives, also after the Document has been moved. Strings are views into the document's
+// bytes, and numbers keep the very text in which they were written.
 //
 // A Document never changes after it was parsed, so any number of threads may read it at once.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <optional>
@@ -25,53 +27,41 @@ class Document;
 // The deepest nesting of arrays and objects that is accepted; what is deeper is no JSON to us.
 inline constexpr std::size_t kMaxDepth = 512;
 
-// The bytes of a text that is to be parsed, with the room behind them that parsing needs: filled
-// once (from a file, from a message), then given away to `parse`.
-class Text {
-  public:
-    // The longest text in bytes; positions in a document are 32-bit.
-    static constexpr std::size_t kMaxSize = (std::size_t{1} << 31) - 4096;
+// The longest text in bytes.
+inline constexpr std::size_t kMaxSize = (std::size_t{1} << 31) - 4096;
 
-    // Room for a text of `size` bytes, not yet filled. REQUIRES: size <= kMaxSize.
-    explicit Text(std::size_t size);
-    // A copy of `bytes`. REQUIRES: bytes.size() <= kMaxSize.
-    explicit Text(std::string_view bytes);
-
-    [[nodiscard]] char* data() { return bytes_.get(); }
-    [[nodiscard]] std::size_t size() const { return size_; }
-    [[nodiscard]] std::string_view view() const { return {bytes_.get(), size_}; }
-    // Keeps the first `size` bytes. REQUIRES: size <= size().
-    void shorten(std::size_t size) { size_ = size; }
-
-  private:
-    friend std::optional<Document> parse(Text text);
-
-    Block<char> bytes_;
-    std::size_t size_;
+// A text that is to be parsed, given piece by piece.
+struct Source {
+    std::size_t size;  // in bytes, at most kMaxSize
+    // Copies the next bytes, at most `room`, and tells how many: 0 behind the last one or where the
+    // text ends early, negative where it cannot be read.
+    std::function<std::ptrdiff_t(char* into, std::size_t room)> read;
 };
 
 enum class Kind : std::uint8_t { null, falseValue, trueValue, number, string, array, object };
 
-// One value of the tree, 16 bytes. The children of an array or object stand side by side, in the
+// One value of the tree, 12 bytes. The children of an array or object stand side by side, in the
 // order of the text.
 struct Node {
     std::uint32_t start;  // string, number: offset of its bytes; array, object: first child's index
     std::uint32_t extent;  // string, number: length in bytes; array, object: number of children
-    std::uint32_t key;     // offset of the member's name; nothing where the parent is no object
     // From the lowest: three bits of kind, a flag (string: may need escapes when it is written;
-    // array: holds objects only), whether the name may need escapes, the name's length.
+    // array: holds objects only), the offset of the member's name, a multiple of 16.
     std::uint32_t bits;
 
     static constexpr std::uint32_t kFlag = 1U << 3;
-    static constexpr std::uint32_t kNameEscaped = 1U << 4;
-    static constexpr unsigned kLengthShift = 5;
+    static constexpr std::uint32_t kNameStep = 16;
 
     [[nodiscard]] Kind kind() const { return static_cast<Kind>(bits & 7U); }
     [[nodiscard]] bool flag() const { return (bits & kFlag) != 0; }
-    [[nodiscard]] bool nameEscaped() const { return (bits & kNameEscaped) != 0; }
-    [[nodiscard]] std::uint32_t nameLength() const { return bits >> kLengthShift; }
+    [[nodiscard]] std::uint32_t name() const { return bits & ~(kNameStep - 1); }
 };
-static_assert(sizeof(Node) == 16);
+static_assert(sizeof(Node) == 12);
+
+// What stands before the bytes of a member's name: its length in bytes and, in the lowest bit,
+// whether it may need escapes when it is written. Members mostly share their names; at offset 0
+// stands the empty name of everything that is no member.
+using NameHead = std::uint32_t;
 
 // Where the offsets and indices of a document's nodes point to.
 struct Storage {
@@ -114,12 +104,20 @@ class Value {
     [[nodiscard]] Children children() const;
     // The name of this member. REQUIRES: the value was reached as a member of an object.
     [[nodiscard]] std::string_view name() const {
-        return {storage_->bytes.get() + node_->key, node_->nameLength()};
+        const char* head = storage_->bytes.get() + node_->name();
+        return {head + sizeof(NameHead), nameHead() >> 1};
     }
+    [[nodiscard]] bool nameEscaped() const { return (nameHead() & 1U) != 0; }
 
     [[nodiscard]] const Node* node() const { return node_; }
 
   private:
+    [[nodiscard]] NameHead nameHead() const {
+        NameHead head = 0;
+        std::memcpy(&head, storage_->bytes.get() + node_->name(), sizeof head);
+        return head;
+    }
+
     const Node* node_ = nullptr;
     const Storage* storage_ = nullptr;
 };
@@ -170,24 +168,20 @@ class Children {
 class Document {
   public:
     Document() = default;
-    Document(std::unique_ptr<Storage> storage, std::size_t size)
-        : storage_(std::move(storage)), size_(size) {}
+    explicit Document(std::unique_ptr<Storage> storage) : storage_(std::move(storage)) {}
 
     // The top-level array or object; absent in an empty Document.
     [[nodiscard]] Value root() const;
-    // The bytes that were parsed, unchanged.
-    [[nodiscard]] std::string_view text() const;
 
   private:
     std::unique_ptr<Storage> storage_;
-    std::size_t size_ = 0;
 };
 
 // Parses a JSON text (RFC 8259) whose top level is an array or an object. Nothing comes back for
 // anything else: other text around it, invalid UTF-8, a byte order mark, a lone surrogate, nesting
-// beyond kMaxDepth, a member name of 128 MiB or more. The time is linear in the size and no input
-// drives a recursion.
-[[nodiscard]] std::optional<Document> parse(Text text);
+// beyond kMaxDepth, more than kMaxSize bytes or more than 4 GiB of names. The time is linear in the
+// size and no input drives a recursion.
+[[nodiscard]] std::optional<Document> parse(const Source& source);
 [[nodiscard]] std::optional<Document> parse(std::string_view text);
 
 }  // namespace tovra::json

@@ -1,21 +1,20 @@
-// Parsing: the builder below walks over the tokens of a text, checks the grammar and lays out the
-// tree. It copies no text: only strings with escapes are decoded, into the room behind the text.
+// Parsing: the builder below walks over the tokens of a text, checks the grammar, lays out the tree
+// and gathers the bytes of strings, numbers and names.
 #include <algorithm>
-#include <array>
 #include <cstring>
+#include <stdexcept>
+#include <utility>
+#include <vector>
 
 #include "platform/json.h"
+#include "platform/json_bytes.h"
 #include "platform/json_tokens.h"
 
 namespace tovra::json {
 namespace {
 
-constexpr std::size_t kPadding = Tokens::kPadding;
-constexpr std::size_t kMaxNameLength = (1U << (32 - Node::kLengthShift)) - 1;
-
 bool isBlank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
-bool isClosingBracket(char c) { return c == '}' || c == ']'; }
 
 int hexValue(char c) {
     if (isDigit(c)) return c - '0';
@@ -104,187 +103,166 @@ const char* endOfNumber(const char* p) {
     return p;
 }
 
-enum class Outcome { built, noJson, noRoom };
+static_assert(Tokens::kPadding >= Bytes::kPadding);
 
-// Builds the tree over one text. Finished children of the containers that are still open wait on a
-// stack at the far end of the node array, growing downwards; when a container closes, its children
-// move together to the near end.
+// Builds the tree of one text. Finished children of the containers that are still open wait; when a
+// container closes, its children move to their place together.
 class Builder {
   public:
-    // `room` is the number of nodes that there shall be room for, those that move counted twice.
-    Builder(const Storage& storage, std::size_t size, std::size_t room)
-        : text_(storage.bytes.get()),
-          tokens_(std::string_view(text_, size)),
-          end_(text_ + size),
-          backslash_(nextBackslash(text_)),
-          decoded_(storage.bytes.get() + size + kPadding),
-          nodes_(makeBlock<Node>(room)),
-          closed_(1),
-          stack_(room) {}
+    // Few texts have a value in sixteen bytes, or more in values than in what is around them.
+    explicit Builder(const Source& source)
+        : tokens_(source),
+          bytes_(source.size / 8 * 5 + 256),
+          nodes_(source.size / 16 + 64),
+          waiting_(source.size / 128 + 64) {
+        nodes_.push({});  // the root's place
+        open_.push_back({0, Kind::array, true, 0});
+    }
 
-    // The root is the first node.
-    Outcome build(Storage& storage) {
-        if (!walk() || !tokens_.isAtEnd() || tokens_.failed()) {
-            return isFull_ ? Outcome::noRoom : Outcome::noJson;
-        }
-        storage.nodes = std::move(nodes_);
-        return Outcome::built;
+    std::optional<Document> build() {
+        if (!walk() || tokens_.failed() || badEscape_) return std::nullopt;
+        *nodes_.begin() = *waiting_.begin();
+        auto storage = std::make_unique<Storage>();
+        storage->bytes = bytes_.release();
+        storage->nodes = nodes_.release();
+        return Document(std::move(storage));
     }
 
   private:
-    // A member's name, in the form in which its node holds it.
-    struct Name {
-        std::uint32_t key = 0;
-        std::uint32_t bits = 0;
-    };
+    using Window = Tokens::Window;
 
-    // A container that is not closed yet.
+    // A container that is not closed yet; the first one stands around the root.
     struct Open {
-        Name name;
+        std::uint32_t name;
         Kind kind;
-        bool objectsOnly;        // it holds nothing else so far
-        std::size_t stackBelow;  // where the stack was when it opened
+        bool objectsOnly;          // it holds nothing else so far
+        std::size_t waitingBelow;  // how many waited when it opened
     };
 
-    // The text of a token.
-    struct Span {
-        const char* begin;
-        const char* end;
-        bool escaped;
-    };
+    // Whether the current token begins with that character.
+    bool is(char wanted, Window& token) {
+        if (*token.place() == wanted) return true;
+        return token.isAtEnd() && !isAtEnd(token) && *token.place() == wanted;
+    }
+
+    // Behind the last token.
+    bool isAtEnd(Window& token) {
+        if (token.isAtEnd()) token = tokens_.next();
+        return token.isAtEnd();
+    }
 
     bool walk() {
-        if (!open(Name())) return false;
-        while (depth_ > 0) {
-            if (!(justOpened_ && isClosingBracket(*tokens_))) {
-                if (!value()) return false;
-                if (justOpened_) continue;
+        Window token;
+        if (!is('{', token) && !is('[', token)) return false;
+        for (;;) {
+            if (!value(token)) return false;
+            while (!is(',', token)) {
+                if (!close(token)) return false;
+                if (open_.size() == 1) return isAtEnd(token);
             }
-            justOpened_ = false;
-            while (depth_ > 0 && *tokens_ != ',') {
-                if (!close()) return false;
+            token.move();
+        }
+    }
+
+    // Reads a value, with its name where the innermost container is an object. Of a container it
+    // reads only what there is as far as its first value, which is no container, or its end.
+    bool value(Window& token) {
+        for (;;) {
+            std::uint32_t name = 0;
+            if (inObject_) {
+                if (!readName(token, name)) return false;
+            } else if (!is('{', token)) {
+                open_.back().objectsOnly = false;
             }
-            if (depth_ > 0) ++tokens_;
+            if (is('"', token)) {
+                string(token, name);
+                return true;
+            }
+            if (!is('{', token) && !is('[', token)) return scalar(token, name);
+            if (!open(token, name)) return false;
+            if (is('}', token) || is(']', token)) return true;
         }
+    }
+
+    bool readName(Window& token, std::uint32_t& name) {
+        if (!is('"', token)) return false;
+        bool escaped = false;
+        const std::string_view text = quoted(token, escaped);
+        name = bytes_.putName(text, escaped);
+        if (!is(':', token)) return false;
+        token.move();
         return true;
     }
 
-    const char* nextBackslash(const char* from) const {
-        const void* found = std::memchr(from, '\\', static_cast<std::size_t>(end_ - from));
-        return found == nullptr ? end_ : static_cast<const char*>(found);
+    void string(Window& token, std::uint32_t name) {
+        bool escaped = false;
+        const std::string_view text = quoted(token, escaped);
+        push(name, Kind::string, escaped, bytes_.put(text), text.size());
     }
 
-    std::uint32_t offset(const char* place) const {
-        return static_cast<std::uint32_t>(place - text_);
-    }
-
-    // Reads a value, with its name where the innermost container is an object; of a container
-    // only the opening bracket.
-    bool value() {
-        justOpened_ = false;
-        Open& parent = open_[depth_ - 1];
-        Name name;
-        if (parent.kind == Kind::object && !readName(name)) return false;
-        const char first = *tokens_;
-        if (first == '{' || first == '[') return open(name);
-        parent.objectsOnly = false;
-        if (first != '"') return scalar(name);
-        Span text;
-        return string(text) && push(name, Kind::string, text.escaped, offset(text.begin),
-                                    static_cast<std::size_t>(text.end - text.begin));
-    }
-
-    bool readName(Name& name) {
-        Span text;
-        if (*tokens_ != '"' || !string(text) || *tokens_ != ':') return false;
-        ++tokens_;
-        const auto length = static_cast<std::size_t>(text.end - text.begin);
-        if (length > kMaxNameLength) return false;
-        name.key = offset(text.begin);
-        name.bits = static_cast<std::uint32_t>(length) << Node::kLengthShift |
-                    (text.escaped ? Node::kNameEscaped : 0);
+    bool open(Window& token, std::uint32_t name) {
+        if (open_.size() > kMaxDepth) return false;
+        inObject_ = is('{', token);
+        token.move();
+        open_.push_back({name, inObject_ ? Kind::object : Kind::array, true, waiting_.size()});
         return true;
     }
 
-    bool open(const Name& name) {
-        const char bracket = *tokens_;
-        if ((bracket != '{' && bracket != '[') || depth_ == kMaxDepth) return false;
-        ++tokens_;
-        open_[depth_++] = {name, bracket == '{' ? Kind::object : Kind::array, true, stack_};
-        justOpened_ = true;
+    bool close(Window& token) {
+        if (!is(inObject_ ? '}' : ']', token)) return false;
+        token.move();
+        const Open closing = open_.back();
+        const std::size_t count = waiting_.size() - closing.waitingBelow;
+        const auto firstChild = static_cast<std::uint32_t>(nodes_.size());
+        nodes_.append(waiting_.begin() + closing.waitingBelow, count);
+        waiting_.shrink(closing.waitingBelow);
+        open_.pop_back();
+        inObject_ = open_.back().kind == Kind::object;
+        push(closing.name, closing.kind, closing.objectsOnly, firstChild, count);
         return true;
     }
 
-    bool close() {
-        const Open& closing = open_[depth_ - 1];
-        if (*tokens_ != (closing.kind == Kind::object ? '}' : ']')) return false;
-        ++tokens_;
-        const std::size_t count = closing.stackBelow - stack_;
-        if (stack_ - closed_ < count) {
-            isFull_ = true;
-            return false;
-        }
-        const Node* children = nodes_.get() + stack_;
-        std::reverse_copy(children, children + count, nodes_.get() + closed_);
-        const auto first = static_cast<std::uint32_t>(closed_);
-        closed_ += count;
-        stack_ = closing.stackBelow;
-        if (--depth_ == 0) {
-            nodes_[0] = makeNode(closing.name, closing.kind, closing.objectsOnly, first, count);
-            return true;
-        }
-        if (closing.kind == Kind::array) open_[depth_ - 1].objectsOnly = false;
-        return push(closing.name, closing.kind, closing.objectsOnly, first, count);
+    void push(std::uint32_t name, Kind kind, bool flag, std::uint32_t start, std::size_t extent) {
+        waiting_.push({start, static_cast<std::uint32_t>(extent),
+                       name | static_cast<std::uint32_t>(kind) | (flag ? Node::kFlag : 0)});
     }
 
-    static Node makeNode(const Name& name, Kind kind, bool flag, std::uint32_t start,
-                         std::size_t extent) {
-        return {start, static_cast<std::uint32_t>(extent), name.key,
-                name.bits | static_cast<std::uint32_t>(kind) | (flag ? Node::kFlag : 0)};
+    // The text of a string, which stays there until the next window. Between its opening quote and
+    // the next token there is the text, the closing quote and blanks, nothing else.
+    [[gnu::always_inline]] std::string_view quoted(Window& token, bool& escaped) {
+        const char* begin = token.place() + 1;
+        token.move();
+        const char* quote = token.place() - 1;
+        while (*quote != '"') --quote;
+        const std::string_view text(begin, static_cast<std::size_t>(quote - begin));
+        escaped = tokens_.hasBackslash(text);
+        return escaped ? decoded(text) : text;
     }
 
-    bool push(const Name& name, Kind kind, bool flag, std::uint32_t start, std::size_t extent) {
-        if (stack_ == closed_) {
-            isFull_ = true;
-            return false;
+    // With its escapes resolved.
+    [[gnu::noinline]] std::string_view decoded(std::string_view text) {
+        if (decoded_.size() < text.size() + Bytes::kPadding) {
+            decoded_.resize(text.size() + Bytes::kPadding);
         }
-        nodes_[--stack_] = makeNode(name, kind, flag, start, extent);
-        return true;
-    }
-
-    // Between a string's opening quote and the next token there is its text, its closing quote and
-    // blanks, nothing else.
-    bool string(Span& text) {
-        const char* begin = tokens_.place() + 1;
-        ++tokens_;
-        const char* quote = tokens_.place() - 1;
-        while (isBlank(*quote)) --quote;
-        text = {begin, quote, false};
-        return backslash_ >= quote || decode(text);
-    }
-
-    // Puts the text with its escapes resolved in place of the text as it was written.
-    bool decode(Span& text) {
-        const char* in = text.begin;
-        char* out = decoded_;
-        while (backslash_ < text.end) {
-            out = std::copy(in, backslash_, out);
-            in = backslash_;
-            if (!decodeEscape(in, out)) return false;
-            backslash_ = nextBackslash(in);
+        const char* in = text.data();
+        const char* end = in + text.size();
+        char* out = decoded_.data();
+        while (tokens_.hasBackslash({in, end})) {
+            out = std::copy(in, tokens_.backslash(), out);
+            in = tokens_.backslash();
+            if (!decodeEscape(in, out)) {
+                badEscape_ = true;
+                break;
+            }
         }
-        out = std::copy(in, text.end, out);
-        text = {decoded_, out, true};
-        decoded_ = out;
-        return true;
+        out = std::copy(in, end, out);
+        return {decoded_.data(), static_cast<std::size_t>(out - decoded_.data())};
     }
 
     // A number, true, false or null. It has to reach to the next token or to a blank: what comes
     // after a blank is a token of its own.
-    bool scalar(const Name& name) {
-        if (tokens_.isAtEnd()) return false;
-        const char* begin = tokens_.place();
-        ++tokens_;
+    bool scalar(Window& token, std::uint32_t name) {
+        const char* begin = token.place();
         const char* end = nullptr;
         Kind kind = Kind::number;
         const auto word = [&](std::string_view letters, Kind meaning) {
@@ -305,53 +283,42 @@ class Builder {
             default:
                 end = endOfNumber(begin);
         }
-        if (end == nullptr || (end != tokens_.place() && !isBlank(*end))) return false;
-        return push(name, kind, false, offset(begin), static_cast<std::size_t>(end - begin));
+        if (end == nullptr) return false;
+        token.move();
+        if (end != token.place() && !isBlank(*end)) return false;
+        const std::string_view text(begin, static_cast<std::size_t>(end - begin));
+        push(name, kind, false, kind == Kind::number ? bytes_.put(text) : 0, text.size());
+        return true;
     }
 
-    const char* text_;
     Tokens tokens_;
-    const char* end_;
-    const char* backslash_;  // the first one that no string before has taken
-    char* decoded_;          // where the next decoded string goes
-    Block<Node> nodes_;
-    std::size_t closed_;  // nodes below are in their final place
-    std::size_t stack_;   // nodes from here on wait for their container to close
-    std::array<Open, kMaxDepth> open_;
-    std::size_t depth_ = 0;
-    bool isFull_ = false;      // there is no room for another node
-    bool justOpened_ = false;  // the last token opened the innermost container
+    Bytes bytes_;
+    Growing<Node> nodes_;
+    Growing<Node> waiting_;
+    std::vector<Open> open_;
+    bool inObject_ = false;      // the innermost container is one
+    std::vector<char> decoded_;  // the last string with escapes
+    bool badEscape_ = false;
 };
 
 }  // namespace
 
-Text::Text(std::size_t size) : bytes_(makeBlock<char>(2 * size + kPadding)), size_(size) {}
-
-Text::Text(std::string_view bytes) : Text(bytes.size()) {
-    std::copy(bytes.begin(), bytes.end(), bytes_.get());
-}
-
-std::optional<Document> parse(Text text) {
-    const std::size_t size = text.size();
-    if (size == 0) return std::nullopt;
-    auto storage = std::make_unique<Storage>();
-    storage->bytes = std::move(text.bytes_);
-    char* bytes = storage->bytes.get();
-    std::fill_n(bytes + size, kPadding, '\0');
-
-    // Few texts have a value in sixteen bytes, none has one in less than two (with a comma), and at
-    // most all of them move at once. What is never used of the room costs no memory.
-    for (const std::size_t room : {size / 16 + 64, size + 64}) {
-        const Outcome outcome = Builder(*storage, size, room).build(*storage);
-        if (outcome == Outcome::built) return Document(std::move(storage), size);
-        if (outcome == Outcome::noJson) break;
+std::optional<Document> parse(const Source& source) {
+    try {
+        return Builder(source).build();
+    } catch (const std::length_error&) {
+        return std::nullopt;
     }
-    return std::nullopt;
 }
 
 std::optional<Document> parse(std::string_view text) {
-    if (text.size() > Text::kMaxSize) return std::nullopt;
-    return parse(Text(text));
+    if (text.size() > kMaxSize) return std::nullopt;
+    const auto read = [&](char* into, std::size_t room) {
+        const std::size_t count = text.copy(into, room);
+        text.remove_prefix(count);
+        return static_cast<std::ptrdiff_t>(count);
+    };
+    return parse(Source{text.size(), read});
 }
 
 }  // namespace tovra::json

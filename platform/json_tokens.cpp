@@ -2,7 +2,10 @@
 
 #include <simdjson.h>
 
-#include "platform/memory.h"
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+#include <utility>
 
 namespace tovra::json {
 namespace {
@@ -14,51 +17,97 @@ constexpr std::size_t kWindow = std::size_t{64} << 10;
 
 }  // namespace
 
-Tokens::Tokens(std::string_view text) : next_(text.data()), end_(text.data() + text.size()) {}
+Tokens::Tokens(const Source& source) : source_(source) {
+    // One byte more than the text, so that the source can tell that there is no more.
+    makeRoom(std::min(source.size + 1, kWindow));
+}
 
 Tokens::~Tokens() = default;
 
-bool Tokens::nextWindow() {
-    while (next_ != end_ && !failed_) {
-        const std::size_t size = windowSize();
-        window_ = next_;
-        next_ += size;
-        if (!scan(size)) failed_ = true;
-        if (token_ != endOfTokens_) return !failed_;
+Tokens::Window Tokens::next() {
+    text_[size_] = behind_;
+    drop();
+    while (fill()) {
+        size_ = windowSize();
+        const Scan result = size_ == 0 ? Scan::endsInside : scan();
+        if (result == Scan::endsInside && !isLast_) {
+            size_ = 0;
+            makeRoom(2 * room_);
+        } else if (result != Scan::done) {
+            failed_ = true;
+        } else if (scanner_->n_structural_indexes == 0) {
+            drop();
+        } else {
+            behind_ = std::exchange(text_[size_], '\0');
+            return {text_.get(), scanner_->structural_indexes.get(),
+                    scanner_->n_structural_indexes};
+        }
     }
-    return false;
+    return {};
 }
 
-// As far as the last line feed within the usual size, or else the first one behind it.
+// Lets the window go; what has been read behind it stays.
+void Tokens::drop() {
+    filled_ -= size_;
+    std::memmove(text_.get(), text_.get() + size_, filled_);
+    size_ = 0;
+}
+
+// Reads as much as there is room for; false when there is nothing more to look at.
+bool Tokens::fill() {
+    while (filled_ < room_ && !isLast_ && !failed_) {
+        const auto count = source_.read(text_.get() + filled_, room_ - filled_);
+        const auto size = static_cast<std::size_t>(std::max<std::ptrdiff_t>(count, 0));
+        failed_ = count < 0;
+        isLast_ = size == 0;
+        filled_ += size;
+    }
+    return filled_ > 0 && !failed_;
+}
+
+void Tokens::makeRoom(std::size_t room) {
+    auto window = std::make_unique_for_overwrite<char[]>(room + kPadding);
+    if (filled_ > 0) std::memcpy(window.get(), text_.get(), filled_);
+    text_ = std::move(window);
+    room_ = room;
+}
+
+// A window ends where a token does: behind a line feed, which stands in no string, or else behind a
+// comma, where the scan will tell whether it stands in one.
 std::size_t Tokens::windowSize() const {
-    const std::string_view rest(next_, static_cast<std::size_t>(end_ - next_));
-    if (rest.size() <= kWindow) return rest.size();
-    std::size_t feed = rest.rfind('\n', kWindow - 1);
-    if (feed == std::string_view::npos) feed = rest.find('\n', kWindow);
-    return feed == std::string_view::npos ? rest.size() : feed + 1;
-}
-
-bool Tokens::scan(std::size_t size) {
-    if (!makeRoom(size)) return false;
-    const auto* bytes = reinterpret_cast<const std::uint8_t*>(window_);
-    const auto error = scanner_->stage1(bytes, size, simdjson::stage1_mode::regular);
-    // On any error the number still is that of the window before.
-    const std::size_t count = error == simdjson::SUCCESS ? scanner_->n_structural_indexes : 0;
-    scanner_->structural_indexes[count] = static_cast<std::uint32_t>(size);
-    token_ = scanner_->structural_indexes.get();
-    endOfTokens_ = token_ + count;
-    return error == simdjson::SUCCESS || error == simdjson::EMPTY;
-}
-
-bool Tokens::makeRoom(std::size_t size) {
-    if (scanner_ && scanner_->capacity() >= size) return true;
-    scanner_.reset();
-    const auto* implementation = &*simdjson::get_active_implementation();
-    if (implementation->create_dom_parser_implementation(size, 1, scanner_) != simdjson::SUCCESS) {
-        return false;
+    if (isLast_) return filled_;
+    const std::string_view text(text_.get(), filled_);
+    for (const char end : {'\n', ','}) {
+        const std::size_t last = text.rfind(end);
+        if (last != std::string_view::npos) return last + 1;
     }
-    preferLargePages(scanner_->structural_indexes.get(), size * sizeof(std::uint32_t));
-    return true;
+    return 0;
+}
+
+Tokens::Scan Tokens::scan() {
+    if (!scanner_ || scanner_->capacity() < size_) {
+        scanner_.reset();
+        const auto* implementation = &*simdjson::get_active_implementation();
+        if (implementation->create_dom_parser_implementation(room_, 1, scanner_) !=
+            simdjson::SUCCESS) {
+            return Scan::failed;
+        }
+    }
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(text_.get());
+    const auto error = scanner_->stage1(bytes, size_, simdjson::stage1_mode::regular);
+    // On any error the number still is that of the window before.
+    if (error != simdjson::SUCCESS) scanner_->n_structural_indexes = 0;
+    scanner_->structural_indexes[scanner_->n_structural_indexes] =
+        static_cast<std::uint32_t>(size_);
+    findBackslash(text_.get());
+    if (error == simdjson::UNCLOSED_STRING) return Scan::endsInside;
+    return error == simdjson::SUCCESS || error == simdjson::EMPTY ? Scan::done : Scan::failed;
+}
+
+void Tokens::findBackslash(const char* from) {
+    const char* end = text_.get() + size_;
+    const void* found = std::memchr(from, '\\', static_cast<std::size_t>(end - from));
+    backslash_ = found == nullptr ? end : static_cast<const char*>(found);
 }
 
 }  // namespace tovra::json

@@ -7,6 +7,8 @@
 #include <memory>
 #include <string_view>
 
+#include "platform/json.h"
+
 namespace simdjson::internal {
 class dom_parser_implementation;
 }
@@ -15,48 +17,76 @@ namespace tovra::json {
 
 // Gives the tokens one after another.
 //
-// The text is taken in windows that end at line feeds, so that what is found is still in the
-// processor's cache when the parser comes by, and the list of places stays small. No string holds a
-// line feed as it stands, so a line feed is never inside a token.
+// The text is read and taken in windows, so that what is found is still in the processor's cache
+// when the parser comes by, and neither the text nor the list of places takes memory of its size.
+// The bytes of a window are gone once its last token has been left and the next one is looked at.
 class Tokens {
   public:
-    // So many bytes behind a text have to be readable.
+    // So many bytes behind any token may be read.
     static constexpr std::size_t kPadding = 64;
 
-    explicit Tokens(std::string_view text);
+    explicit Tokens(const Source& source);
     Tokens(const Tokens&) = delete;
     Tokens& operator=(const Tokens&) = delete;
     ~Tokens();
 
-    // The first character of the current token; U+0000 behind the last one.
-    char operator*() { return isAtEnd() ? '\0' : window_[*token_]; }
-    // Behind the last token, or where the text is not even a sequence of tokens.
-    bool isAtEnd() { return token_ == endOfTokens_ && !nextWindow(); }
+    // The tokens of one window. A small value: while its holder goes through it, it stays in the
+    // processor's registers.
+    class Window {
+      public:
+        Window() = default;
+        Window(const char* text, const std::uint32_t* token, std::size_t count)
+            : text_(text), token_(token), end_(token + count), place_(text + *token) {}
+
+        // Where the current token begins; between it and the one before there are only that one's
+        // characters and blanks. Behind the last token it is the window's end, where a U+0000
+        // stands.
+        [[nodiscard]] const char* place() const { return place_; }
+        [[nodiscard]] bool isAtEnd() const { return token_ == end_; }
+        // REQUIRES: not at the end.
+        void move() { place_ = text_ + *++token_; }
+
+      private:
+        const char* text_ = nullptr;
+        const std::uint32_t* token_ = nullptr;  // offset in the text; behind the last, its size
+        const std::uint32_t* end_ = nullptr;
+        const char* place_ = "";
+    };
+
+    // The next window that has a token; one without, when there is none or the text is not even a
+    // sequence of tokens.
+    Window next();
     [[nodiscard]] bool failed() const { return failed_; }
 
-    // Where the current token begins; between it and the one before there are only that one's
-    // characters and blanks. Behind the last token of a window it is the window's end.
-    [[nodiscard]] const char* place() const { return window_ + *token_; }
-    // REQUIRES: not at the end.
-    Tokens& operator++() {
-        ++token_;
-        return *this;
+    // Whether there is a backslash in a part of the window, and then the first one. The parts that
+    // are asked for have to be in the order of the text.
+    bool hasBackslash(std::string_view part) {
+        const char* end = part.data() + part.size();
+        if (backslash_ < part.data()) findBackslash(part.data());
+        return backslash_ < end;
     }
+    [[nodiscard]] const char* backslash() const { return backslash_; }
 
   private:
-    // Moves on to the next window that has a token; false when there is none.
-    bool nextWindow();
-    [[nodiscard]] std::size_t windowSize() const;
-    bool scan(std::size_t size);
-    bool makeRoom(std::size_t size);
+    enum class Scan { done, endsInside, failed };  // endsInside: in the middle of a token
 
-    std::unique_ptr<simdjson::internal::dom_parser_implementation> scanner_;
-    const char* window_ = nullptr;
-    const char* next_;  // where the next window begins
-    const char* end_;
-    const std::uint32_t* token_ = nullptr;  // offset in the window; behind the last, its size
-    const std::uint32_t* endOfTokens_ = nullptr;
+    void drop();
+    bool fill();
+    void makeRoom(std::size_t room);
+    [[nodiscard]] std::size_t windowSize() const;
+    Scan scan();
+    void findBackslash(const char* from);
+
+    const Source& source_;
+    bool isLast_ = false;  // the source has given everything
     bool failed_ = false;
+    std::unique_ptr<char[]> text_;  // the window and, behind it, what has been read of the next one
+    std::size_t room_ = 0;
+    std::size_t size_ = 0;    // of the window
+    std::size_t filled_ = 0;  // how much has been read, from the window's beginning
+    char behind_ = 0;         // what stands behind the window when it is not in use
+    std::unique_ptr<simdjson::internal::dom_parser_implementation> scanner_;
+    const char* backslash_ = nullptr;
 };
 
 }  // namespace tovra::json

@@ -38,9 +38,14 @@ class Output {
           cursor_(buffer_.get()) {}
 
     void put(std::string_view bytes) {
-        if (bytes.size() > static_cast<std::size_t>(end_ - cursor_)) return putBeyond(bytes);
+        if (bytes.size() > room()) return putBeyond(bytes);
         std::memcpy(cursor_, bytes.data(), bytes.size());
         cursor_ += bytes.size();
+    }
+    void putQuoted(std::string_view bytes) {
+        put("\"");
+        put(bytes);
+        put("\"");
     }
     void flush() {
         sink_({buffer_.get(), cursor_});
@@ -50,9 +55,10 @@ class Output {
   private:
     void putBeyond(std::string_view bytes) {
         flush();
-        if (bytes.size() > static_cast<std::size_t>(end_ - cursor_)) return sink_(bytes);
+        if (bytes.size() > room()) return sink_(bytes);
         put(bytes);
     }
+    [[nodiscard]] std::size_t room() const { return static_cast<std::size_t>(end_ - cursor_); }
 
     const Sink& sink_;
     std::unique_ptr<char[]> buffer_;
@@ -151,9 +157,7 @@ class Writer {
         for (; next != members.end(); ++next) writeMember(*next);
     }
 
-    void writeMember(Value member) {
-        writeMember(member.name(), member.node()->nameEscaped(), member);
-    }
+    void writeMember(Value member) { writeMember(member.name(), member.nameEscaped(), member); }
 
     void writeMember(std::string_view name, bool escaped, Value value) {
         separate();
@@ -162,9 +166,8 @@ class Writer {
         write(value);
     }
 
-    // What needs no escapes stands between its quotes in the document's own text.
     void writeString(std::string_view text, bool escaped) {
-        if (!escaped) return out_.put({text.data() - 1, text.size() + 2});
+        if (!escaped) return out_.putQuoted(text);
         std::string quoted;
         appendString(quoted, text);
         out_.put(quoted);

@@ -1,6 +1,5 @@
 #include "platform/memory.h"
 
-#include <algorithm>
 #include <mutex>
 #include <new>
 #include <utility>
@@ -12,9 +11,9 @@ namespace {
 // Smaller ones are the C library's business.
 constexpr std::size_t kSmallestKept = std::size_t{256} << 10;
 
-// Text and tree of one document whose text is no large block. About half of it holds something, so
-// that the process keeps no more than 12 MB.
-constexpr std::size_t kMostKept = std::size_t{14} << 20;
+// How much memory the kept blocks may hold, so that the process keeps no more than 12 MB.
+constexpr std::size_t kMostKept = std::size_t{7} << 20;
+constexpr std::size_t kMostBlocks = 64;
 
 // A block begins with a line of the cache; otherwise each of the wide pieces in which its bytes are
 // read and written lies in two lines.
@@ -23,40 +22,39 @@ constexpr std::align_val_t kAlignment{64};
 struct Free {
     void operator()(char* bytes) const { ::operator delete(bytes, kAlignment); }
 };
-using Bytes = std::unique_ptr<char[], Free>;
+
+struct Kept {
+    std::unique_ptr<char[], Free> bytes;
+    KeepOrFree deleter;
+};
 
 class KeptBlocks {
   public:
-    KeptBlocks() { blocks_.reserve(kMostKept / kSmallestKept + 1); }  // put() allocates nothing
+    KeptBlocks() { blocks_.reserve(kMostBlocks + 1); }  // put() allocates nothing
 
-    Bytes take(std::size_t size) {
+    Block<char> take(std::size_t size) {
         const std::lock_guard lock(mutex_);
         const auto found = std::find_if(blocks_.begin(), blocks_.end(),
-                                        [&](const Kept& it) { return it.size == size; });
-        if (found == blocks_.end()) return nullptr;
-        total_ -= size;
-        Bytes bytes = std::move(found->bytes);
+                                        [&](const Kept& it) { return it.deleter.size == size; });
+        if (found == blocks_.end()) return {};
+        Block<char> block(found->bytes.release(), found->deleter);
+        total_ -= found->deleter.used;
         blocks_.erase(found);
-        return bytes;
+        return block;
     }
 
     // Those that have not been needed for longest go.
-    void put(Bytes bytes, std::size_t size) {
+    void put(Kept kept) {
         const std::lock_guard lock(mutex_);
-        blocks_.push_back({std::move(bytes), size});
-        total_ += size;
-        while (total_ > kMostKept) {
-            total_ -= blocks_.front().size;
+        total_ += kept.deleter.used;
+        blocks_.push_back(std::move(kept));
+        while (total_ > kMostKept || blocks_.size() > kMostBlocks) {
+            total_ -= blocks_.front().deleter.used;
             blocks_.erase(blocks_.begin());
         }
     }
 
   private:
-    struct Kept {
-        Bytes bytes;
-        std::size_t size;
-    };
-
     std::mutex mutex_;
     std::vector<Kept> blocks_;
     std::size_t total_ = 0;
@@ -71,20 +69,20 @@ bool mayBeKept(std::size_t size) { return size >= kSmallestKept && size <= kLarg
 
 }  // namespace
 
-void* takeBlock(std::size_t size) {
+Block<char> takeBlock(std::size_t size) {
     const std::size_t rounded = blockSize(size);
-    Bytes bytes;
-    if (mayBeKept(rounded)) bytes = keptBlocks().take(rounded);
-    if (!bytes) {
-        bytes.reset(static_cast<char*>(::operator new(rounded, kAlignment)));
-        preferLargePages(bytes.get(), rounded);
+    Block<char> block;
+    if (mayBeKept(rounded)) block = keptBlocks().take(rounded);
+    if (!block) {
+        block = {static_cast<char*>(::operator new(rounded, kAlignment)), KeepOrFree{rounded}};
+        preferLargePages(block.get(), rounded);
     }
-    return bytes.release();
+    return block;
 }
 
 void KeepOrFree::operator()(void* block) const {
-    Bytes bytes(static_cast<char*>(block));
-    if (mayBeKept(size)) keptBlocks().put(std::move(bytes), size);
+    std::unique_ptr<char[], Free> bytes(static_cast<char*>(block));
+    if (used > 0 && mayBeKept(size)) keptBlocks().put({std::move(bytes), *this});
 }
 
 }  // namespace tovra

@@ -2,17 +2,22 @@
 // be called from several threads.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 
 namespace tovra {
 
 // Blocks beyond this size in bytes are never kept.
-inline constexpr std::size_t kLargeBlock = std::size_t{9} << 20 | std::size_t{256} << 10;
+inline constexpr std::size_t kLargeBlock = std::size_t{13} << 19;
 
-// Keeps the block for the next one that asks for this size, or frees it.
+// Keeps a block that was used for the next one that asks for this size, or frees it.
 struct KeepOrFree {
     std::size_t size = 0;  // in bytes
+    std::size_t used = 0;  // how much of it holds memory; 0 where its owner has not told
+
+    // Tells that so many bytes at the beginning have been written.
+    void use(std::size_t bytes) { used = std::max(used, bytes); }
     void operator()(void* block) const;
 };
 
@@ -28,13 +33,14 @@ using Block = std::unique_ptr<T[], KeepOrFree>;
     return size < kStep ? size : (size + kStep - 1) / kStep * kStep;
 }
 
-// A block of blockSize(size) bytes; to be owned by a Block.
-[[nodiscard]] void* takeBlock(std::size_t size);
+// A block of blockSize(size) bytes.
+[[nodiscard]] Block<char> takeBlock(std::size_t size);
 
 template <typename T>
 [[nodiscard]] Block<T> makeBlock(std::size_t count) {
-    const std::size_t size = count * sizeof(T);
-    return {static_cast<T*>(takeBlock(size)), KeepOrFree{blockSize(size)}};
+    Block<char> block = takeBlock(count * sizeof(T));
+    const KeepOrFree deleter = block.get_deleter();
+    return {reinterpret_cast<T*>(block.release()), deleter};
 }
 
 // Asks for large pages behind a whole block of memory from the heap. A hint; nothing is done about

@@ -136,9 +136,8 @@ Replacement createFile(FileSystem& system, const fs::path& target, const Directo
 // renaming, and what happens in between is not seen. There is no way back either, so a directory
 // that cannot be synchronised is no failure.
 Replacement renameOver(FileSystem& system, const fs::path& target, const DirectoryLock& lock,
-                       const FileVersion& before, std::string_view beforeBytes,
-                       TemporaryFile& fresh) {
-    if (!isSameFile(target, before.status) || !holdsBytes(before.descriptor, beforeBytes)) {
+                       const FileVersion& before, TemporaryFile& fresh) {
+    if (!isSameFile(target, before.status) || !isAsRead(before)) {
         return Replacement::changed;
     }
     check(system.rename(fresh.path(), target));
@@ -171,15 +170,14 @@ void putBack(FileSystem& system, const fs::path& target, TemporaryFile& fresh) {
 // Exchanges the two files in one step and only then looks at what was replaced: no other writer can
 // slip in unseen.
 Replacement exchangeFiles(FileSystem& system, const fs::path& target, const DirectoryLock& lock,
-                          const FileVersion& before, std::string_view beforeBytes,
-                          TemporaryFile& fresh) {
+                          const FileVersion& before, TemporaryFile& fresh) {
     if (!isUnchanged(target, before)) return Replacement::changed;
     if (system.exchange(fresh.path(), target) < 0) {
         if (errno == ENOENT) return Replacement::changed;
         if (!isUnsupported(errno)) fail(errno);
-        return renameOver(system, target, lock, before, beforeBytes, fresh);
+        return renameOver(system, target, lock, before, fresh);
     }
-    if (!isSameFile(fresh.path(), before.status) || !holdsBytes(before.descriptor, beforeBytes)) {
+    if (!isSameFile(fresh.path(), before.status) || !isAsRead(before)) {
         putBack(system, target, fresh);
         return Replacement::changed;
     }
@@ -205,14 +203,13 @@ DirectoryLock::DirectoryLock(const fs::path& directory, const std::function<bool
 }
 
 Replacement replaceFile(FileSystem& system, const fs::path& target, const DirectoryLock& lock,
-                        const FileVersion* before, std::string_view beforeBytes,
-                        const WriteBytes& writeBytes) {
+                        const FileVersion* before, const WriteBytes& writeBytes) {
     TemporaryFile fresh(system, target);
     writeBytes([&](std::string_view bytes) { fresh.write(bytes); });
     if (before != nullptr) fresh.takeModeAndOwner(before->status);
     fresh.finish();
     if (before == nullptr) return createFile(system, target, lock, fresh);
-    return exchangeFiles(system, target, lock, *before, beforeBytes, fresh);
+    return exchangeFiles(system, target, lock, *before, fresh);
 }
 
 }  // namespace tovra

@@ -36,14 +36,14 @@ enum class Replacement {
 using WriteBytes = std::function<void(const std::function<void(std::string_view)>& sink)>;
 
 // Puts what `writeBytes` writes in the place of the file at `target`, which is no symbolic link.
-// `before` is the version that was read, of which `beforeBytes` are the bytes, or null where there
-// was no file; the new file gets its mode and owner (0600 for a new file). The bytes are on the
-// disk before they take the name, and whatever another program has put there meanwhile keeps it.
+// `before` is the version that was read, or null where there was no file; the new file gets its
+// mode and owner (0600 for a new file). The bytes are on the disk before they take the name, and
+// whatever another program has put there meanwhile keeps it.
 //
 // Throws std::system_error with the system's reason when that fails, and whatever `writeBytes`
 // throws; then and after `changed` the target is as it was and no temporary file is left.
 [[nodiscard]] Replacement replaceFile(FileSystem& system, const std::filesystem::path& target,
                                       const DirectoryLock& lock, const FileVersion* before,
-                                      std::string_view beforeBytes, const WriteBytes& writeBytes);
+                                      const WriteBytes& writeBytes);
 
 }  // namespace tovra

@@ -20,9 +20,8 @@ std::filesystem::path applicationSupportDirectory() {
 }
 
 std::optional<std::string> preference(const std::string& domain, const std::string& key) {
-    auto text = readFile(baseDirectory("XDG_CONFIG_HOME", ".config") / domain / "preferences.json");
-    if (!text) return std::nullopt;
-    const auto preferences = json::parse(std::move(*text));
+    const auto preferences =
+        parseFile(baseDirectory("XDG_CONFIG_HOME", ".config") / domain / "preferences.json");
     if (!preferences) return std::nullopt;
     const auto value = preferences->root().member(key).string();
     if (!value) return std::nullopt;

@@ -15,9 +15,7 @@ std::filesystem::path dataFileURL() {
 }
 
 json::Document loadData() {
-    auto text = readFile(dataFileURL());
-    if (!text) return {};
-    auto document = json::parse(std::move(*text));
+    auto document = parseFile(dataFileURL());
     if (!document || !document->root().is(json::Kind::object)) return {};
     return std::move(*document);
 }

@@ -53,7 +53,7 @@ fs::path directoryOf(const fs::path& file) {
 
 // The file as it was read, and what a recording makes of it.
 struct Loaded {
-    std::optional<FileVersion> version;  // its text has moved into the document
+    std::optional<FileVersion> version;
     DataFile file;
 };
 
@@ -70,7 +70,7 @@ Loaded loadOnce(const fs::path& path) {
         }
         return loaded;
     }
-    auto document = json::parse(std::move(loaded.version->text));
+    auto document = json::parse(loaded.version->text());
     if (document && document->root().is(json::Kind::object)) {
         loaded.file.document = std::move(*document);
     } else {
@@ -124,13 +124,12 @@ std::optional<std::string> attempt(const std::function<Change(const DataFile&)>&
         std::size_t size = 0;
         json::writePretty(loaded.file.document, *made.edit, [&](std::string_view bytes) {
             size += bytes.size();
-            if (size > json::Text::kMaxSize) loaded.file.refuse("The data file would be too large");
+            if (size > json::kMaxSize) loaded.file.refuse("The data file would be too large");
             sink(bytes);
         });
     };
     const SignalHold hold;
-    const auto replacement =
-        replaceFile(system, path, *lock, before, loaded.file.document.text(), writeBytes);
+    const auto replacement = replaceFile(system, path, *lock, before, writeBytes);
     if (replacement == Replacement::changed) return std::nullopt;
     return made.text;
 }
