@@ -107,7 +107,7 @@ class Bytes {
 
   private:
     static constexpr std::size_t kKnown = 256;
-    static constexpr std::size_t kProbes = 4;
+    static constexpr int kPlaces = 4;
 
     // A name that may come again; as long as there is none, the empty one.
     struct Known {
@@ -135,22 +135,17 @@ class Bytes {
         return isSame(0) && isSame(name.size() - sizeof(Word));
     }
 
-    // Looks in a few places, so that no text can make it slow.
+    // Looks in a few places, so that no text can make it slow; a new name takes the last of them.
     [[gnu::noinline]] std::uint32_t findName(std::string_view name) {
-        std::size_t slot = std::hash<std::string_view>()(name);
-        for (std::size_t i = 0; i < kProbes; ++i) {
-            slot = (slot + i) % kKnown;
-            Known& known = known_[slot];
-            if (known.offset == 0) {
-                known.offset = addName(name, false);
-                known.size = static_cast<std::uint32_t>(name.size());
-            } else if (!isKnown(slot, name)) {
-                continue;
-            }
-            latest_ = known_[latest_].next = static_cast<std::uint32_t>(slot);
-            return known.offset;
+        std::size_t slot = std::hash<std::string_view>()(name) % kKnown;
+        for (int i = 1; i < kPlaces && known_[slot].offset != 0 && !isKnown(slot, name); ++i) {
+            slot = (slot + 1) % kKnown;
         }
-        return addName(name, false);
+        if (!isKnown(slot, name)) {
+            known_[slot] = {addName(name, false), static_cast<std::uint32_t>(name.size()), 0};
+        }
+        latest_ = known_[latest_].next = static_cast<std::uint32_t>(slot);
+        return known_[slot].offset;
     }
 
     std::uint32_t addName(std::string_view name, bool escaped) {
