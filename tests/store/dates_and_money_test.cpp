@@ -1,0 +1,43 @@
+#include "store/dates.h"
+#include "store/money.h"
+#include "tests/support/table.h"
+
+namespace tovra {
+namespace {
+
+using test::Row;
+
+std::string inUtc(const std::optional<Instant>& instant) {
+    return instant ? isoFormatter.format(*instant) : "none";
+}
+
+std::string date(const Row& row) {
+    const test::EnvironmentScope scope("TZ", row[1]);
+    DayFormatter dayFormatter;
+    const auto instant = parseDate(row[2], dayFormatter);
+    EXPECT_EQ(parseDate(row[2], dayFormatter), instant) << "the second time";
+    return inUtc(instant);
+}
+
+std::string month(const Row& row) {
+    const test::EnvironmentScope scope("TZ", row[1]);
+    const MonthBounds month = monthBounds(isoFormatter.parse(row[2]).value());
+    EXPECT_TRUE(month.contains(month.start) && !month.contains(month.end));
+    return inUtc(month.start) + " " + inUtc(month.end);
+}
+
+std::string before(const Row& row) {
+    const test::EnvironmentScope scope("TZ", row[1]);
+    return inUtc(daysAgo(std::stoll(row.at(3)), isoFormatter.parse(row[2]).value()));
+}
+
+std::string money(const Row& row) { return moneyText(std::stod(row[1])); }
+
+TEST(DatesAndMoney, AreReadAndWrittenAsTheTableSays) {
+    test::expectTable("store/golden/dates_and_money.txt",
+                      {{"date", date}, {"month", month}, {"days ago", before}, {"money", money}});
+    EXPECT_EQ(daysAgo(1, 86400.25), 0.25);
+}
+
+}  // namespace
+}  // namespace tovra
