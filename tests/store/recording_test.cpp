@@ -174,13 +174,15 @@ constexpr const char* kAddToGoal =
     R"({"id":1,"method":"tools/call","params":{"name":"add_to_goal","arguments":{"amount":0.25}}})";
 
 TEST(Recording, IsRefusedWhereTheSystemRefuses) {
-    const test::DataFile file(kOddities);
-    ChildProcess server({"/bin/sh", "-c", "ulimit -f 0; exec \"$0\"", TOVRA_SERVER}, {});
+    const std::string content = "{\"name\":\"" + std::string(2000, 'x') + "\"}";
+    const test::DataFile file(content);
+    // With room for 512 or 1024 bytes in every file.
+    ChildProcess server({"/bin/sh", "-c", "ulimit -f 1; exec \"$0\"", TOVRA_SERVER}, {});
     server.send(kAddTransaction);
     EXPECT_EQ(server.receive(),
               R"({"jsonrpc":"2.0","id":1,"result":{"content":[{"type":"text","text":"Error: )" +
                   failure("File too large", file) + R"("}],"isError":true}})");
-    expectContent(file.path(), kOddities);
+    expectContent(file.path(), content);
 
     // As a user who may neither read the file nor write its folder; the superuser always may.
     const uid_t user = ::geteuid(), ordinary = user == 0 ? 65534 : user;
@@ -192,7 +194,7 @@ TEST(Recording, IsRefusedWhereTheSystemRefuses) {
     ASSERT_EQ(::seteuid(user), 0);
     fs::permissions(file.path().parent_path(), fs::perms(0755));
     fs::permissions(file.path(), fs::perms(0600));
-    expectContent(file.path(), kOddities);
+    expectContent(file.path(), content);
 }
 
 json::Document mustParse(const fs::path& path) {
