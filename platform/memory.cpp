@@ -75,7 +75,7 @@ Block<char> takeBlock(std::size_t size) {
     if (mayBeKept(rounded)) block = keptBlocks().take(rounded);
     if (!block) {
         block = {static_cast<char*>(::operator new(rounded, kAlignment)), KeepOrFree{rounded}};
-        preferLargePages(block.get(), rounded);
+        if (rounded > kLargeBlock) preferLargePages(block.get(), rounded);
     }
     return block;
 }

@@ -44,7 +44,7 @@ template <typename T>
 }
 
 // Asks for large pages behind a whole block of memory from the heap. A hint; nothing is done about
-// one that is not beyond kLargeBlock.
+// one that is smaller than such a page.
 void preferLargePages(void* begin, std::size_t size);
 
 // Makes blocks from a megabyte on go back to the system as soon as they are freed. Called once, at

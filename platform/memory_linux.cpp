@@ -8,9 +8,9 @@
 namespace tovra {
 
 void preferLargePages(void* begin, std::size_t size) {
-    if (size <= kLargeBlock) return;
+    constexpr std::size_t kPage = 4096, kLargePage = std::size_t{2} << 20;
+    if (size < kLargePage) return;
     // The C library maps a block of this size on its own, a few bytes behind the start of a page.
-    constexpr std::size_t kPage = 4096;
     const std::size_t skipped = kPage - reinterpret_cast<std::uintptr_t>(begin) % kPage;
     ::madvise(static_cast<char*>(begin) + skipped, (size - skipped) / kPage * kPage, MADV_HUGEPAGE);
 }
