@@ -1,0 +1,88 @@
+#include "tools/tools.h"
+
+#include <gtest/gtest.h>
+
+#include <regex>
+
+#include "platform/unicode.h"
+#include "store/fields.h"
+#include "store/recording.h"
+#include "tests/support/golden.h"
+
+namespace tovra {
+namespace {
+
+// What a tool answers; where it refuses with an exception, what that says.
+std::string answer(std::string_view tool, json::Value arguments, Instant now) try {
+    if (tool == "get_overview") return toolOverview(now);
+    if (tool == "list_transactions") return toolListTransactions(arguments, now);
+    if (tool == "spending_by_category") return toolSpendingByCategory(arguments, now);
+    if (tool == "list_budgets") return toolListBudgets(now);
+    if (tool == "list_goals") return toolListGoals();
+    if (tool == "add_transaction") return toolAddTransaction(arguments, now);
+    return tool == "add_to_goal" ? toolAddToGoal(arguments) : "No such tool";
+} catch (const RecordingError& error) {
+    return std::string("Thrown: ") + error.what();
+}
+
+// The compact text of a JSON file, with UUID for every random one in upper case.
+std::string compactFile(const std::filesystem::path& path) {
+    static const std::regex uuid(
+        "\"[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}\"");
+    const auto document = json::parse(test::fileBytes(path)).value();
+    return std::regex_replace(test::compact(document.root()), uuid, "\"UUID\"");
+}
+
+void check(json::Value call, json::Value arguments, json::Value content, Instant now) {
+    const std::string_view tool = stringField(call, "tool");
+    const bool isText = content.is(json::Kind::string);
+    const std::string before = isText ? std::string(asString(content)) : test::compact(content);
+    SCOPED_TRACE(testing::Message() << tool << test::compact(arguments) << " on " << before);
+    const test::DataFile file(before);
+    std::string says, said = answer(tool, arguments, now) + "\n";
+    for (const json::Value line : test::each(call, "says")) says.append(asString(line)) += '\n';
+    const std::string path = file.path().string();
+    if (const auto at = said.find(path); at < said.size()) said.replace(at, path.size(), "FILE");
+    EXPECT_EQ(said, says);
+    if (const json::Value leaves = call.member("leaves"); leaves.exists()) {
+        EXPECT_EQ(compactFile(path), test::compact(leaves));
+    } else {
+        EXPECT_EQ(test::fileBytes(path), before);
+    }
+}
+
+TEST(Tools, AnswerAndRecordAsWritten) {
+    for (const std::string name : {"reports", "recordings"}) {
+        const json::Document golden = test::golden("tools/golden/" + name + ".json");
+        for (const json::Value group : test::each(golden.root(), "groups")) {
+            SCOPED_TRACE(stringField(group, "name"));
+            const test::EnvironmentScope zone("TZ", std::string(stringField(group, "zone")));
+            const Instant now = numberField(group, "now");
+            for (const json::Value file : test::each(group, "files")) {
+                for (const json::Value call : test::each(group, "calls")) {
+                    for (const json::Value it : test::each(call, "arguments")) {
+                        check(call, it, file, now);
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(Tools, RecordNothingWhereThereIsNoFolder) {
+    const test::DataFile file("{}");
+    const auto one = json::parse(R"({"amount":1})");
+    for (const char* below : {"/data.json", "/\xFF"}) {
+        const test::EnvironmentScope variable("TOVRA_DATA_FILE", file.path().string() + below);
+        const std::string said = answer("add_transaction", one->root(), 0);
+        EXPECT_TRUE(said.ends_with("Nothing was changed.") && isValidUtf8(said)) << said;
+    }
+    const std::filesystem::path missing = file.path().parent_path() / "none/data.json";
+    const test::EnvironmentScope variable("TOVRA_DATA_FILE", missing);
+    EXPECT_TRUE(answer("add_to_goal", one->root(), 0).starts_with("Error: no goal named \"\""));
+    EXPECT_FALSE(std::filesystem::exists(missing.parent_path()));
+    EXPECT_EQ(test::fileBytes(file.path()), "{}");
+}
+
+}  // namespace
+}  // namespace tovra
