@@ -7,7 +7,6 @@
 #include <functional>
 #include <map>
 #include <random>
-#include <regex>
 #include <sstream>
 #include <vector>
 
@@ -35,27 +34,34 @@ class Generator {
     }
 
     std::string text(const std::string& rule) {
-        static const std::regex kSlot(R"(#|<(\w+)([*:]?)(\w*)>)");
         const std::vector<std::string>& alternatives = rules_.at(rule);
-        std::string text, rest = alternatives[random_() % alternatives.size()];
-        for (std::smatch slot; std::regex_search(rest, slot, kSlot); rest = slot.suffix().str()) {
-            text += slot.prefix();
-            if (slot[0] == "#") text += static_cast<char>('0' + random_() % 10);
-            const bool isMember = slot[2] == ":", isElement = slot[2] == "*";
-            int times = slot[1].matched ? 1 : 0;
-            if (isElement) times = std::stoi(slot[3]);
-            if (isMember && random_() % 6 == 0) times = random_() % 2 == 0 ? 0 : 2;
-            for (; times > 0; --times) {
-                const bool isFirst = text.ends_with('[') || text.ends_with('{');
-                if (!isFirst && (isMember || isElement)) text += ',';
-                if (isMember) text += "\"" + slot.str(3) + "\":";
-                text += this->text(slot[1]);
-            }
+        std::istringstream rest(alternatives[below(alternatives.size())]);
+        std::string text;
+        for (std::string plain, slot; std::getline(rest, plain, '<');) {
+            for (const char c : plain) text += c == '#' ? static_cast<char>('0' + below(10)) : c;
+            if (std::getline(rest, slot, '>')) fill(slot, text);
         }
-        return text + rest;
+        return text;
     }
 
   private:
+    unsigned below(std::size_t end) { return static_cast<unsigned>(random_() % end); }
+
+    void fill(const std::string& slot, std::string& text) {
+        const std::size_t sign = slot.find_first_of(":*");
+        const std::string name = sign < slot.size() ? slot.substr(sign + 1) : "1";
+        const bool isMember = slot.find(':') < slot.size();
+        const unsigned dice = below(12);
+        int times = dice < 2 ? static_cast<int>(2 * dice) : 1;
+        if (!isMember) times = std::stoi(name);
+        for (; times > 0; --times) {
+            const bool isFirst = text.empty() || std::string_view("[{:").find(text.back()) < 3;
+            if (!isFirst) text += ',';
+            if (isMember) text += "\"" + name + "\":";
+            text += this->text(slot.substr(0, sign));
+        }
+    }
+
     std::map<std::string, std::vector<std::string>> rules_;
     std::mt19937 random_;
 };

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <regex>
+#include <algorithm>
 
 #include "platform/unicode.h"
 #include "store/fields.h"
@@ -25,12 +25,16 @@ std::string answer(std::string_view tool, json::Value arguments, Instant now) tr
     return std::string("Thrown: ") + error.what();
 }
 
-// The compact text of a JSON file, with UUID for every random one in upper case.
-std::string compactFile(const std::filesystem::path& path) {
-    static const std::regex uuid(
-        "\"[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}\"");
-    const auto document = json::parse(test::fileBytes(path)).value();
-    return std::regex_replace(test::compact(document.root()), uuid, "\"UUID\"");
+// UUID stands for a random one in upper case.
+void expectLeft(const std::string& file, std::string leaves) {
+    static const testing::Matcher<std::string> isUuid = testing::MatchesRegex(
+        "[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}");
+    const std::string found = test::compact(json::parse(file).value().root());
+    if (const auto at = leaves.find("UUID"); at < std::min(leaves.size(), found.size())) {
+        const std::string id = found.substr(at, 36);
+        if (isUuid.Matches(id)) leaves.replace(at, 4, id);
+    }
+    EXPECT_EQ(found, leaves);
 }
 
 void check(json::Value call, json::Value arguments, json::Value content, Instant now) {
@@ -45,7 +49,7 @@ void check(json::Value call, json::Value arguments, json::Value content, Instant
     if (const auto at = said.find(path); at < said.size()) said.replace(at, path.size(), "FILE");
     EXPECT_EQ(said, says);
     if (const json::Value leaves = call.member("leaves"); leaves.exists()) {
-        EXPECT_EQ(compactFile(path), test::compact(leaves));
+        expectLeft(test::fileBytes(path), test::compact(leaves));
     } else {
         EXPECT_EQ(test::fileBytes(path), before);
     }
