@@ -1,63 +1,21 @@
 #include "http/server.h"
 
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <poll.h>
 #include <signal.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <ctime>
 #include <future>
 
+#include "examples/loopback_client.h"
 #include "http/exchange.h"
 
 namespace tovra::http {
 namespace {
 
+using Client = examples::LoopbackClient;
 using namespace std::chrono_literals;
-
-// A client of a server on this machine that can misbehave. Every wait is bounded.
-class Client {
-  public:
-    explicit Client(std::uint16_t port) : socket_(::socket(AF_INET, SOCK_STREAM, 0)) {
-        ::signal(SIGPIPE, SIG_IGN);  // a server that hung up is a failed send here
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(port);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        ::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-    }
-    Client(Client&&) = delete;
-    ~Client() { ::close(socket_); }
-
-    // As much of it as the server takes before it hangs up.
-    const Client& send(std::string_view bytes) const {
-        return ::send(socket_, bytes.data(), bytes.size(), 0), *this;
-    }
-    const Client& endSending() const { return ::shutdown(socket_, SHUT_WR), *this; }
-
-    // All that the server sends until it ends; "(patience is over)" at the end where it does not.
-    [[nodiscard]] std::string receive() const {
-        std::string received;
-        for (char chunk[65536]; answersWithin(30'000);) {
-            const ssize_t size = ::recv(socket_, chunk, sizeof chunk, 0);
-            if (size <= 0) return received;
-            received.append(chunk, static_cast<std::size_t>(size));
-        }
-        return received + "(patience is over)";
-    }
-
-    // Whether bytes or the end of them come within that many milliseconds.
-    [[nodiscard]] bool answersWithin(int milliseconds) const {
-        pollfd waiting{socket_, POLLIN, 0};
-        return ::poll(&waiting, 1, milliseconds) == 1;
-    }
-
-  private:
-    int socket_;
-};
 
 // A call of the method, followed by that many spaces.
 std::string call(const std::string& method, std::size_t spaces = 0) {
@@ -85,7 +43,9 @@ class ServerTest : public testing::Test {
         return TcpServer::listen(0, limits, requestExchanges("", handler, {}, 4'000'000));
     }
     Client connect() const { return Client(server_->port()); }
-    std::string ask(const std::string& request) const { return connect().send(request).receive(); }
+    std::optional<std::string> ask(const std::string& request) const {
+        return connect().send(request).receive();
+    }
 
     std::promise<void> go_;
     const std::shared_future<void> mayGo_ = go_.get_future().share();
@@ -106,7 +66,7 @@ TEST_F(ServerTest, AnswersHoweverTheRequestComesWhileOthersTakeLong) {
     EXPECT_EQ(ask("POST / HTTP/1.1\r\nContent-Length: 16777216\r\n\r\n"), kBadRequest);
     for (const Client& client : slow) EXPECT_FALSE(client.answersWithin(0));
     go_.set_value();
-    for (const Client& client : slow) EXPECT_TRUE(client.receive().ends_with("wait"));
+    for (const Client& client : slow) EXPECT_TRUE(client.receive().value_or("").ends_with("wait"));
 }
 
 TEST_F(ServerTest, BuffersNoMoreThanItMay) {
@@ -115,7 +75,7 @@ TEST_F(ServerTest, BuffersNoMoreThanItMay) {
     EXPECT_TRUE(slow.send(call("much")).answersWithin(30'000));
     EXPECT_EQ(ask(kLargePing), kBadRequest) << "beside an answer that is still being sent";
     EXPECT_EQ(ask(kPing), kPong) << "which hinders no ordinary request";
-    EXPECT_EQ(slow.receive().size(), 8'000'095U);
+    EXPECT_EQ(slow.receive().value().size(), 8'000'095U);
     EXPECT_EQ(ask(kLargePing), kPong) << "when all have given back what they had";
 }
 
@@ -134,9 +94,7 @@ TEST_F(ServerTest, LetsOthersWaitNoLongerThanItMustForMisbehavingClients) {
 
 // The next server raises the limit again.
 TEST_F(ServerTest, OutlivesALackOfDescriptorsAndCausesNone) {
-    rlimit limit{};
-    ::getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = 64;
+    rlimit limit{.rlim_cur = 64, .rlim_max = 256};
     ::setrlimit(RLIMIT_NOFILE, &limit);
     for (int taken = 0; taken != -1;) taken = ::dup(0);
     ::close(63);
@@ -163,7 +121,7 @@ TEST_F(ServerTest, OutlivesALackOfDescriptorsAndCausesNone) {
     if (::fork() == 0) {
         std::string refusal;
         for (int i = 0; i < 3000 && refusal.empty(); ++i, ::usleep(10'000))
-            refusal = Client(port).send("\r\n\r\n").receive();
+            refusal = Client(port).send("\r\n\r\n").receive().value_or("");
         std::fputs(refusal.substr(0, 12).c_str(), stderr);
         Client(port).send("POST\r\nAuthorization: Bearer secret\r\nContent-Length: 2\r\n\r\n{}");
         ::_exit(0);
