@@ -4,21 +4,17 @@ import assert from "node:assert/strict";
 import { readFileSync } from "node:fs";
 import { test } from "node:test";
 
-import * as current from "@modelcontextprotocol/client";
-import * as currentStdio from "@modelcontextprotocol/client/stdio";
-import * as previous from "@modelcontextprotocol/sdk/client/index.js";
-import * as previousStdio from "@modelcontextprotocol/sdk/client/stdio.js";
-import * as previousHttp from "@modelcontextprotocol/sdk/client/streamableHttp.js";
-
 import { dataFile, server, tools, withHttp } from "./support.mjs";
 
-const version1 = { ...previous, ...previousStdio, ...previousHttp };
-const version2 = { ...current, ...currentStdio };
-const clients = [
-    { name: "version 1", sdk: version1 },
-    { name: "version 2", sdk: version2 },
-    { name: "version 2, probing", sdk: version2, options: { versionNegotiation: { mode: "auto" } } },
-];
+// All that these modules export.
+const load = async (...modules) =>
+    Object.assign({}, ...await Promise.all(modules.map((name) => import(`@modelcontextprotocol/${name}`))));
+const version2 = await load("client", "client/stdio");
+const clients = {
+    "version 1": { sdk: await load("sdk/client/index.js", "sdk/client/stdio.js", "sdk/client/streamableHttp.js") },
+    "version 2": { sdk: version2 },
+    "version 2, probing": { sdk: version2, options: { versionNegotiation: { mode: "auto" } } },
+};
 
 // Everything that a host does with a server, and what it has to get.
 async function converse(client, transport, file) {
@@ -41,7 +37,7 @@ async function converse(client, transport, file) {
     assert.deepEqual([transactions[0].payee, goals[0].saved], ["Café", 29]);
 }
 
-for (const { name, sdk, options } of clients) {
+for (const [name, { sdk, options }] of Object.entries(clients)) {
     const newClient = () => new sdk.Client({ name: "test", version: "1" }, options);
 
     test(`${name} over standard input`, async (context) => {
@@ -53,12 +49,10 @@ for (const { name, sdk, options } of clients) {
 
     for (const token of [undefined, "s3cret"]) {
         test(`${name} over HTTP, token: ${token}`, () => withHttp(token, async (url, file) => {
-            const open = (headers) => new sdk.StreamableHTTPClientTransport(url, { requestInit: { headers } });
-            await converse(newClient(), open(token && { Authorization: `Bearer ${token}` }), file);
-            if (token) {
-                const refused = newClient().connect(open({ Authorization: "Bearer wrong" }));
-                await assert.rejects(refused, /401|unauthorized/i);
-            }
+            const open = (bearer) => new sdk.StreamableHTTPClientTransport(url,
+                { requestInit: { headers: bearer && { Authorization: `Bearer ${bearer}` } } });
+            await converse(newClient(), open(token), file);
+            if (token) await assert.rejects(newClient().connect(open("wrong")), /401|unauthorized/i);
         }));
     }
 }

@@ -4,31 +4,19 @@ import { execFile, spawn } from "node:child_process";
 import { once } from "node:events";
 import { mkdtempSync, rmSync, writeFileSync } from "node:fs";
 import { tmpdir } from "node:os";
-import { join } from "node:path";
-import { createInterface } from "node:readline";
 import { after } from "node:test";
 import { promisify } from "node:util";
 
 export const server = process.env.TOVRA_SERVER;
-const folder = mkdtempSync(join(tmpdir(), "tovra-clients-"));
+const folder = mkdtempSync(`${tmpdir()}/tovra-clients-`);
 after(() => rmSync(folder, { recursive: true }));
 
 // The tools in the order of their list, with the text that each answers on such a data file as below.
-export const tools = {
-    get_overview: { text: "Base currency: USD\nNet worth: USD 0.00\n" +
-        "This month — income: USD 0.00, spending: USD 0.00, net: USD 0.00" },
-    list_transactions: { text: "No matching transactions." },
-    spending_by_category: { text: "No spending in the last 30 days." },
-    list_budgets: { text: "No budgets set." },
-    list_goals: { text: "Savings goals:\n  • Trip: EUR 0.00 / EUR 100.00 (0%)" },
-    add_transaction: { text: "Added: −USD 4.50 Café [Food]. Reopen or refresh Tovra to see it.",
-        args: { amount: 4.5, payee: "Café", category: "Food" } },
-    add_to_goal: { text: 'Added EUR 29.00 to "Trip". New total: EUR 29.00.', args: { goal: "trip", amount: 29 } },
-};
+export { default as tools } from "./golden/tools.json" with { type: "json" };
 
 // A data file with one goal and nothing else; gives its path.
 export function dataFile() {
-    const path = join(mkdtempSync(join(folder, "data-")), "data.json");
+    const path = `${mkdtempSync(`${folder}/data-`)}/data.json`;
     writeFileSync(path, JSON.stringify({ goals: [{ name: "Trip", currency: "EUR", target: 100 }] }));
     return path;
 }
@@ -40,7 +28,7 @@ export async function withHttp(token, visit) {
     const child = spawn(server, ["--http", "0"], { env, stdio: ["ignore", "ignore", "pipe"], timeout: 60_000 });
     const exited = once(child, "exit");
     try {
-        const [line] = await Promise.race([once(createInterface(child.stderr), "line"), exited]);
+        const [line] = await Promise.race([once(child.stderr, "data"), exited]);
         const [, port] = /^Tovra MCP HTTP listening on 127\.0\.0\.1:(\d+) /.exec(line);
         await visit(new URL(`http://127.0.0.1:${port}/mcp`), file);
     } finally {
@@ -51,7 +39,5 @@ export async function withHttp(token, visit) {
 
 // Runs a command of an installed package, which npm has put in PATH; gives what it printed in stdout
 // and stderr. Rejects with the same where the command fails or takes longer than 30 s.
-export function run(command, ...args) {
-    const env = { HOME: folder, PATH: process.env.PATH };
-    return promisify(execFile)(command, args, { cwd: folder, env, timeout: 30_000 });
-}
+export const run = (command, ...args) => promisify(execFile)(command, args,
+    { cwd: folder, env: { HOME: folder, PATH: process.env.PATH }, timeout: 30_000 });

@@ -26,6 +26,7 @@ TEST(Request, IsAnsweredWithItsLastByteWhateverFollows) {
         const std::string answer = text(answers.member(text(group.member("answer"))));
         const std::string token = text(group.member("token"));
         const bool limited = group.member("limited").exists();
+        EXPECT_TRUE(group.member("requests").is(json::Kind::array)) << answer;
         for (const json::Value each : group.member("requests").children()) {
             const std::string request = bytes(text(each)), more = request + "\r\n\r\n{}";
             SCOPED_TRACE(testing::PrintToString(request) + " token " + token);

@@ -43,9 +43,7 @@ class ServerTest : public testing::Test {
         return TcpServer::listen(0, limits, requestExchanges("", handler, {}, 4'000'000));
     }
     Client connect() const { return Client(server_->port()); }
-    std::optional<std::string> ask(const std::string& request) const {
-        return connect().send(request).receive();
-    }
+    auto ask(const std::string& request) const { return connect().send(request).receive(); }
 
     std::promise<void> go_;
     const std::shared_future<void> mayGo_ = go_.get_future().share();
@@ -81,9 +79,7 @@ TEST_F(ServerTest, BuffersNoMoreThanItMay) {
 
 TEST_F(ServerTest, LetsOthersWaitNoLongerThanItMustForMisbehavingClients) {
     server_ = listen({.connections = 1, .requestTime = 300ms, .sendTime = 300ms});
-    const Client dripping = connect();
-    const Client takesNothing = connect();
-    const Client stays = connect();
+    const Client dripping = connect(), takesNothing = connect(), stays = connect();
     takesNothing.send(call("much"));
     EXPECT_FALSE(stays.send(kPing).answersWithin(200));
     for (int i = 0; i < 1000 && !dripping.answersWithin(5); ++i) dripping.send("x");
@@ -94,16 +90,15 @@ TEST_F(ServerTest, LetsOthersWaitNoLongerThanItMustForMisbehavingClients) {
 
 // The next server raises the limit again.
 TEST_F(ServerTest, OutlivesALackOfDescriptorsAndCausesNone) {
-    rlimit limit{.rlim_cur = 64, .rlim_max = 256};
-    ::setrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit few{.rlim_cur = 64, .rlim_max = 256}, more{.rlim_cur = 256, .rlim_max = 256};
+    ::setrlimit(RLIMIT_NOFILE, &few);
     for (int taken = 0; taken != -1;) taken = ::dup(0);
     ::close(63);
     const Client client = connect();
     const std::clock_t worked = std::clock();
     EXPECT_FALSE(client.send(kPing).answersWithin(500));
     EXPECT_LT(std::clock() - worked, CLOCKS_PER_SEC / 4) << "spins";
-    limit.rlim_cur = 256;
-    ::setrlimit(RLIMIT_NOFILE, &limit);
+    ::setrlimit(RLIMIT_NOFILE, &more);
     EXPECT_EQ(client.receive(), kPong);
 
     std::future<void> clients[8];

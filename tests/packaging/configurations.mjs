@@ -6,7 +6,6 @@ import assert from "node:assert/strict";
 import { execFileSync } from "node:child_process";
 import { createHash } from "node:crypto";
 import { readFileSync } from "node:fs";
-import { basename } from "node:path";
 
 const [build, root, ...files] = process.argv.slice(2);
 const names = (variable) => process.env[variable].split(/\s+/);
@@ -34,5 +33,5 @@ assert.deepEqual([manifest.version, entry.version], [version, version]);
 assert(entry.description.length <= 100);
 assert.deepEqual(manifest.tools.map(({ name }) => name).sort(), names("TOOLS").sort());
 assert.deepEqual(announced.environmentVariables.map(({ name }) => name), Object.keys(env));
-const bundle = readFileSync(`${build}/${basename(announced.identifier)}`);
+const bundle = readFileSync(build + announced.identifier.slice(announced.identifier.lastIndexOf("/")));
 assert.equal(announced.fileSha256, createHash("sha256").update(bundle).digest("hex"));

@@ -8,11 +8,9 @@
 namespace tovra {
 namespace {
 
-using examples::ChildProcess;
-
 TEST(Stdio, AnswersEachMessageInItsOrderAndPassesOverTheRest) {
     const auto golden = json::parse(test::fileBytes(TOVRA_TESTS "/server/golden/lines.json"));
-    ChildProcess server({TOVRA_SERVER}, {});
+    examples::ChildProcess server({TOVRA_SERVER}, {});
     for (const json::Value each : golden.value().root().children())
         server.sendBytes(each.member("input").string().value());
     server.sendBytes(std::string(5000000, '\xFF') + "\n" + std::string(5000000, ' ') +
@@ -27,7 +25,7 @@ TEST(Stdio, AnswersEachMessageInItsOrderAndPassesOverTheRest) {
 
 TEST(Stdio, AnswersAtOnceFromTheFileAsItIsNowUntilNobodyReads) {
     const test::DataFile data("");
-    ChildProcess server({TOVRA_SERVER, "--read-only"}, {});
+    examples::ChildProcess server({TOVRA_SERVER, "--read-only"}, {});
     const auto goals = [&](const char* content) {
         test::writeFile(data.path(), content);
         server.send(R"({"id":1,"method":"tools/call","params":{"name":"list_goals"}})");
