@@ -145,7 +145,7 @@ class Builder {
         return token.isAtEnd() && !isAtEnd(token) && *token.place() == wanted;
     }
 
-    // Behind the last token.
+    // Whether there is no token any more.
     bool isAtEnd(Window& token) {
         if (token.isAtEnd()) token = tokens_.next();
         return token.isAtEnd();
@@ -164,8 +164,8 @@ class Builder {
         }
     }
 
-    // Reads a value, with its name where the innermost container is an object. Of a container it
-    // reads only what there is as far as its first value, which is no container, or its end.
+    // Reads a value, with its name where the innermost container is an object. A container is only
+    // opened, and then the first value in it is read, if there is one.
     bool value(Window& token) {
         for (;;) {
             std::uint32_t name = 0;
