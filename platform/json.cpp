@@ -1,15 +1,44 @@
 #include "platform/json.h"
 
+#include <array>
 #include <charconv>
 #include <cstdlib>
 #include <string>
 #include <system_error>
 
 namespace tovra::json {
+namespace {
+
+// The value of a number of at most fifteen digits without an exponent. It is exact: its digits and
+// the power of ten are doubles, and their quotient is rounded once (W. D. Clinger, "How to Read
+// Floating Point Numbers Accurately", 1990).
+std::optional<double> shortDecimal(std::string_view text) {
+    static constexpr std::array<double, 16> kPowersOfTen{
+        1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    const bool isNegative = text.front() == '-';
+    if (text.size() > 15) return std::nullopt;
+    std::int64_t digits = 0;
+    std::size_t decimals = 0, perDigit = 0;
+    for (const char c : text.substr(isNegative ? 1 : 0)) {
+        if (c == '.') {
+            perDigit = 1;
+        } else if (c < '0' || c > '9') {
+            return std::nullopt;
+        } else {
+            digits = digits * 10 + (c - '0');
+            decimals += perDigit;
+        }
+    }
+    const double value = static_cast<double>(digits) / kPowersOfTen[decimals];
+    return isNegative ? -value : value;
+}
+
+}  // namespace
 
 std::optional<double> Value::number() const {
     if (!is(Kind::number)) return std::nullopt;
     const std::string_view text = numberText();
+    if (const auto exact = shortDecimal(text)) return exact;
     double value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     // from_chars does not tell too large from too small; this program never leaves the C locale.

@@ -1,16 +1,14 @@
 #include "store/transaction.h"
 
 #include <cstddef>
-#include <cstring>
 
 namespace tovra {
 
 Transaction::Transaction(json::Value record) {
     for (const json::Value member : record.children()) {
         const std::string_view name = member.name();
-        // A comparison of known length is a few instructions where one of unknown length is a call.
         const auto take = [&]<std::size_t size>(const char(&wanted)[size], json::Value& into) {
-            if (std::memcmp(name.data(), wanted, size - 1) == 0) into = member;
+            if (isText(name, wanted)) into = member;
         };
         switch (name.size()) {
             case 4:

@@ -3,6 +3,8 @@
 // occurs more than once the last one wins. Views into the document.
 #pragma once
 
+#include <cstddef>
+#include <cstring>
 #include <string_view>
 
 #include "store/fields.h"
@@ -27,11 +29,17 @@ class Transaction {
     [[nodiscard]] std::string_view subcategory() const { return asString(subcategory_); }
     [[nodiscard]] json::Children splits() const { return asObjectArray(splits_); }
 
-    [[nodiscard]] bool isIncome() const { return type() == "Income"; }
-    [[nodiscard]] bool isExpense() const { return type() == "Expense"; }
-    [[nodiscard]] bool isTransfer() const { return type() == "Transfer"; }
+    [[nodiscard]] bool isIncome() const { return isText(type(), "Income"); }
+    [[nodiscard]] bool isExpense() const { return isText(type(), "Expense"); }
+    [[nodiscard]] bool isTransfer() const { return isText(type(), "Transfer"); }
 
   private:
+    // A comparison of known length is a few instructions where one of unknown length is a call.
+    template <std::size_t size>
+    static bool isText(std::string_view text, const char (&wanted)[size]) {
+        return text.size() == size - 1 && std::memcmp(text.data(), wanted, size - 1) == 0;
+    }
+
     json::Value type_;
     json::Value date_;
     json::Value amount_;
