@@ -82,8 +82,14 @@ class Bytes {
 
     explicit Bytes(std::size_t room) : bytes_(room) { addName({}, false); }
 
+    // Makes room for what is put next, names apart.
+    void expect(std::size_t size) {
+        expected_ = size + kPadding;
+        bytes_.reserve(expected_);
+    }
+
+    // REQUIRES: no more than was expected is put.
     std::uint32_t put(std::string_view text) {
-        bytes_.reserve(text.size() + kPadding);
         const std::size_t offset = bytes_.size();
         // Most texts are short: so many bytes that need neither a loop nor a branch.
         constexpr std::size_t kShort = 48;
@@ -152,7 +158,7 @@ class Bytes {
         const NameHead head = static_cast<NameHead>(name.size()) << 1 | (escaped ? 1 : 0);
         constexpr std::size_t kStep = Node::kNameStep;
         const std::size_t gap = (kStep - bytes_.size() % kStep) % kStep;
-        bytes_.reserve(gap + sizeof head);
+        bytes_.reserve(gap + sizeof head + name.size() + expected_);
         bytes_.extend(gap);
         const std::size_t offset = bytes_.size();
         std::memcpy(bytes_.end(), &head, sizeof head);
@@ -162,6 +168,7 @@ class Bytes {
     }
 
     Growing<char> bytes_;
+    std::size_t expected_ = kPadding;
     std::array<Known, kKnown> known_;
     std::uint32_t latest_ = 0;
 };

@@ -112,7 +112,7 @@ class Builder {
     // Few texts have a value in sixteen bytes, or more in values than in what is around them.
     explicit Builder(const Source& source)
         : tokens_(source),
-          bytes_(source.size / 8 * 5 + 256),
+          bytes_(source.size / 8 * 5 + std::min(source.size, Tokens::kUsualSize) + 256),
           nodes_(source.size / 16 + 64),
           waiting_(source.size / 128 + 64) {
         nodes_.push({});  // the root's place
@@ -147,7 +147,10 @@ class Builder {
 
     // Whether there is no token any more.
     bool isAtEnd(Window& token) {
-        if (token.isAtEnd()) token = tokens_.next();
+        if (token.isAtEnd()) {
+            token = tokens_.next();
+            bytes_.expect(tokens_.size());
+        }
         return token.isAtEnd();
     }
 
@@ -186,18 +189,16 @@ class Builder {
 
     bool readName(Window& token, std::uint32_t& name) {
         if (!is('"', token)) return false;
-        bool escaped = false;
-        const std::string_view text = quoted(token, escaped);
-        name = bytes_.putName(text, escaped);
+        const Quoted text = quoted(token);
+        name = bytes_.putName(text.text, text.escaped);
         if (!is(':', token)) return false;
         token.move();
         return true;
     }
 
     void string(Window& token, std::uint32_t name) {
-        bool escaped = false;
-        const std::string_view text = quoted(token, escaped);
-        push(name, Kind::string, escaped, bytes_.put(text), text.size());
+        const Quoted text = quoted(token);
+        push(name, Kind::string, text.escaped, bytes_.put(text.text), text.text.size());
     }
 
     bool open(Window& token, std::uint32_t name) {
@@ -227,36 +228,42 @@ class Builder {
                        name | static_cast<std::uint32_t>(kind) | (flag ? Node::kFlag : 0)});
     }
 
-    // The text of a string, which stays there until the next window. Between its opening quote and
-    // the next token there is the text, the closing quote and blanks, nothing else.
-    [[gnu::always_inline]] std::string_view quoted(Window& token, bool& escaped) {
+    // The text of a string, which stays there until the next window.
+    struct Quoted {
+        std::string_view text;
+        bool escaped = false;  // it came with escapes, which are resolved
+    };
+
+    // Between a string's opening quote and the next token there is the text, the closing quote and
+    // blanks, nothing else.
+    [[gnu::always_inline]] Quoted quoted(Window& token) {
         const char* begin = token.place() + 1;
         token.move();
         const char* quote = token.place() - 1;
         while (*quote != '"') --quote;
         const std::string_view text(begin, static_cast<std::size_t>(quote - begin));
-        escaped = tokens_.hasBackslash(text);
-        return escaped ? decoded(text) : text;
+        return tokens_.backslash() < quote ? decoded(text) : Quoted{text};
     }
 
-    // With its escapes resolved.
-    [[gnu::noinline]] std::string_view decoded(std::string_view text) {
+    [[gnu::noinline]] Quoted decoded(std::string_view text) {
+        const char* in = text.data();
+        const char* end = in + text.size();
+        const char* escape = tokens_.backslash(in);
+        if (escape >= end) return {text};
         if (decoded_.size() < text.size() + Bytes::kPadding) {
             decoded_.resize(text.size() + Bytes::kPadding);
         }
-        const char* in = text.data();
-        const char* end = in + text.size();
         char* out = decoded_.data();
-        while (tokens_.hasBackslash({in, end})) {
-            out = std::copy(in, tokens_.backslash(), out);
-            in = tokens_.backslash();
+        for (; escape < end; escape = tokens_.backslash(in)) {
+            out = std::copy(in, escape, out);
+            in = escape;
             if (!decodeEscape(in, out)) {
                 badEscape_ = true;
                 break;
             }
         }
         out = std::copy(in, end, out);
-        return {decoded_.data(), static_cast<std::size_t>(out - decoded_.data())};
+        return {{decoded_.data(), static_cast<std::size_t>(out - decoded_.data())}, true};
     }
 
     // A number, true, false or null. It has to reach to the next token or to a blank: what comes

@@ -8,18 +8,12 @@
 #include <utility>
 
 namespace tovra::json {
-namespace {
 
 static_assert(Tokens::kPadding >= simdjson::SIMDJSON_PADDING);
 
-// Small enough for the cache, together with its tokens.
-constexpr std::size_t kWindow = std::size_t{64} << 10;
-
-}  // namespace
-
 Tokens::Tokens(const Source& source) : source_(source) {
     // One byte more than the text, so that the source can tell that there is no more.
-    makeRoom(std::min(source.size + 1, kWindow));
+    makeRoom(std::min(source.size + 1, kUsualSize));
 }
 
 Tokens::~Tokens() = default;
@@ -28,7 +22,7 @@ Tokens::Window Tokens::next() {
     text_[size_] = behind_;
     drop();
     while (fill()) {
-        size_ = windowSize();
+        size_ = usableSize();
         const Scan result = size_ == 0 ? Scan::endsInside : scan();
         if (result == Scan::endsInside && !isLast_) {
             size_ = 0;
@@ -74,7 +68,7 @@ void Tokens::makeRoom(std::size_t room) {
 
 // A window ends where a token does: behind a line feed, which stands in no string, or else behind a
 // comma, where the scan will tell whether it stands in one.
-std::size_t Tokens::windowSize() const {
+std::size_t Tokens::usableSize() const {
     if (isLast_) return filled_;
     const std::string_view text(text_.get(), filled_);
     for (const char end : {'\n', ','}) {

@@ -25,6 +25,9 @@ class Tokens {
     // So many bytes behind any token may be read.
     static constexpr std::size_t kPadding = 64;
 
+    // Windows are not longer, unless a string is. Small enough for the cache, with its tokens.
+    static constexpr std::size_t kUsualSize = std::size_t{64} << 10;
+
     explicit Tokens(const Source& source);
     Tokens(const Tokens&) = delete;
     Tokens& operator=(const Tokens&) = delete;
@@ -58,14 +61,17 @@ class Tokens {
     Window next();
     [[nodiscard]] bool failed() const { return failed_; }
 
-    // Whether there is a backslash in a part of the window, and then the first one. The parts that
-    // are asked for have to be in the order of the text.
-    bool hasBackslash(std::string_view part) {
-        const char* end = part.data() + part.size();
-        if (backslash_ < part.data()) findBackslash(part.data());
-        return backslash_ < end;
+    // The first backslash of the window from some place on, which has to be none before the last
+    // one that was asked for; the window's end where there is none.
+    const char* backslash(const char* place) {
+        if (backslash_ < place) findBackslash(place);
+        return backslash_;
     }
+    // The same, or an earlier one.
     [[nodiscard]] const char* backslash() const { return backslash_; }
+
+    // The length of the window in bytes.
+    [[nodiscard]] std::size_t size() const { return size_; }
 
   private:
     enum class Scan { done, endsInside, failed };  // endsInside: in the middle of a token
@@ -73,7 +79,7 @@ class Tokens {
     void drop();
     bool fill();
     void makeRoom(std::size_t room);
-    [[nodiscard]] std::size_t windowSize() const;
+    [[nodiscard]] std::size_t usableSize() const;
     Scan scan();
     void findBackslash(const char* from);
 
