@@ -7,8 +7,6 @@
 #include <cerrno>
 #include <memory>
 
-#include "platform/memory.h"
-
 namespace tovra {
 namespace {
 
@@ -54,8 +52,7 @@ Descriptor::~Descriptor() {
 std::optional<FileVersion> readFileVersion(const std::filesystem::path& path) {
     auto file = openFile(path);
     if (!file) return std::nullopt;
-    file->bytes = std::make_unique_for_overwrite<char[]>(file->size);
-    preferLargePages(file->bytes.get(), file->size);
+    file->bytes = makeBlock<char>(file->size, Fate::freed);
     std::size_t done = 0;
     while (done < file->size) {
         const ssize_t count =

@@ -6,12 +6,12 @@
 
 #include <cstddef>
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <string_view>
 #include <utility>
 
 #include "platform/json.h"
+#include "platform/memory.h"
 
 namespace tovra {
 
@@ -40,7 +40,7 @@ class Descriptor {
 struct FileVersion {
     Descriptor descriptor;
     struct stat status {};
-    std::unique_ptr<char[]> bytes;
+    Block<char> bytes;
     std::size_t size = 0;
 
     [[nodiscard]] std::string_view text() const { return {bytes.get(), size}; }

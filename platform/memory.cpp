@@ -1,5 +1,7 @@
 #include "platform/memory.h"
 
+#include <algorithm>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <utility>
@@ -8,55 +10,69 @@
 namespace tovra {
 namespace {
 
-// Smaller ones are the C library's business.
+// Smaller ones are the C library's business, larger ones would be too much.
 constexpr std::size_t kSmallestKept = std::size_t{256} << 10;
+constexpr std::size_t kLargestKept = std::size_t{13} << 19;
 
 // How much memory the kept blocks may hold, so that the process keeps no more than 12 MB.
 constexpr std::size_t kMostKept = std::size_t{7} << 20;
 constexpr std::size_t kMostBlocks = 64;
 
+// In steps, so that the blocks of a file that has grown a little are those of the call before.
+constexpr std::size_t rounded(std::size_t size) {
+    constexpr std::size_t kStep = std::size_t{256} << 10;
+    return size < kStep ? size : (size + kStep - 1) / kStep * kStep;
+}
+
+bool isLarge(const KeepOrFree& block) {
+    return block.fate == Fate::freed && block.size >= kLargePage;
+}
+
 // A block begins with a line of the cache; otherwise each of the wide pieces in which its bytes are
 // read and written lies in two lines.
-constexpr std::align_val_t kAlignment{64};
+constexpr std::size_t kCacheLine = 64;
+
+std::align_val_t alignmentOf(const KeepOrFree& block) {
+    return std::align_val_t{isLarge(block) ? kLargePage : kCacheLine};
+}
 
 struct Free {
-    void operator()(char* bytes) const { ::operator delete(bytes, kAlignment); }
+    KeepOrFree block;
+    void operator()(char* bytes) const { ::operator delete(bytes, alignmentOf(block)); }
 };
-
-struct Kept {
-    std::unique_ptr<char[], Free> bytes;
-    KeepOrFree deleter;
-};
+using Bytes = std::unique_ptr<char[], Free>;
 
 class KeptBlocks {
   public:
     KeptBlocks() { blocks_.reserve(kMostBlocks + 1); }  // put() allocates nothing
 
-    Block<char> take(std::size_t size) {
+    // One of that size, or none.
+    Bytes take(std::size_t size) {
         const std::lock_guard lock(mutex_);
-        const auto found = std::find_if(blocks_.begin(), blocks_.end(),
-                                        [&](const Kept& it) { return it.deleter.size == size; });
+        const auto found = std::find_if(blocks_.begin(), blocks_.end(), [&](const Bytes& it) {
+            return it.get_deleter().block.size == size;
+        });
         if (found == blocks_.end()) return {};
-        Block<char> block(found->bytes.release(), found->deleter);
-        total_ -= found->deleter.used;
+        Bytes bytes = std::move(*found);
+        total_ -= bytes.get_deleter().block.used;
         blocks_.erase(found);
-        return block;
+        return bytes;
     }
 
     // Those that have not been needed for longest go.
-    void put(Kept kept) {
+    void put(Bytes bytes) {
         const std::lock_guard lock(mutex_);
-        total_ += kept.deleter.used;
-        blocks_.push_back(std::move(kept));
+        total_ += bytes.get_deleter().block.used;
+        blocks_.push_back(std::move(bytes));
         while (total_ > kMostKept || blocks_.size() > kMostBlocks) {
-            total_ -= blocks_.front().deleter.used;
+            total_ -= blocks_.front().get_deleter().block.used;
             blocks_.erase(blocks_.begin());
         }
     }
 
   private:
     std::mutex mutex_;
-    std::vector<Kept> blocks_;
+    std::vector<Bytes> blocks_;
     std::size_t total_ = 0;
 };
 
@@ -65,24 +81,24 @@ KeptBlocks& keptBlocks() {
     return blocks;
 }
 
-bool mayBeKept(std::size_t size) { return size >= kSmallestKept && size <= kLargeBlock; }
-
 }  // namespace
 
-Block<char> takeBlock(std::size_t size) {
-    const std::size_t rounded = blockSize(size);
-    Block<char> block;
-    if (mayBeKept(rounded)) block = keptBlocks().take(rounded);
-    if (!block) {
-        block = {static_cast<char*>(::operator new(rounded, kAlignment)), KeepOrFree{rounded}};
-        if (rounded > kLargeBlock) preferLargePages(block.get(), rounded);
+Block<char> takeBlock(std::size_t size, Fate fate) {
+    KeepOrFree block{rounded(size), fate};
+    if (block.size < kSmallestKept || block.size > kLargestKept) block.fate = Fate::freed;
+    Bytes bytes;
+    if (block.fate == Fate::kept) bytes = keptBlocks().take(block.size);
+    if (!bytes) {
+        bytes = {static_cast<char*>(::operator new(block.size, alignmentOf(block))), Free{block}};
+        if (isLarge(block)) preferLargePages(bytes.get(), block.size);
     }
-    return block;
+    block = bytes.get_deleter().block;
+    return {bytes.release(), block};
 }
 
 void KeepOrFree::operator()(void* block) const {
-    std::unique_ptr<char[], Free> bytes(static_cast<char*>(block));
-    if (used > 0 && mayBeKept(size)) keptBlocks().put({std::move(bytes), *this});
+    Bytes bytes(static_cast<char*>(block), Free{*this});
+    if (fate == Fate::kept && used > 0) keptBlocks().put(std::move(bytes));
 }
 
 }  // namespace tovra

@@ -8,12 +8,13 @@
 
 namespace tovra {
 
-// Blocks beyond this size in bytes are never kept.
-inline constexpr std::size_t kLargeBlock = std::size_t{13} << 19;
+// Whether a block serves others of its size after its owner, or goes back to the system.
+enum class Fate : bool { freed, kept };
 
-// Keeps a block that was used for the next one that asks for this size, or frees it.
+// What becomes of a block when its owner is done with it.
 struct KeepOrFree {
     std::size_t size = 0;  // in bytes
+    Fate fate = Fate::freed;
     std::size_t used = 0;  // how much of it holds memory; 0 where its owner has not told
 
     // Tells that so many bytes at the beginning have been written.
@@ -21,30 +22,26 @@ struct KeepOrFree {
     void operator()(void* block) const;
 };
 
-// Memory for objects that need no construction, not initialised. Taking fresh pages costs more than
-// parsing what is read into them, so the blocks of a document of ordinary size serve the next one.
+// Memory for objects that need no construction, not initialised.
 template <typename T>
 using Block = std::unique_ptr<T[], KeepOrFree>;
 
-// How many bytes are asked for where `size` are needed: in steps, so that the blocks of a file that
-// has grown a little are those of the call before.
-[[nodiscard]] constexpr std::size_t blockSize(std::size_t size) {
-    constexpr std::size_t kStep = std::size_t{256} << 10;
-    return size < kStep ? size : (size + kStep - 1) / kStep * kStep;
-}
-
-// A block of blockSize(size) bytes.
-[[nodiscard]] Block<char> takeBlock(std::size_t size);
+// A block of at least `size` bytes. Taking fresh pages costs more than parsing what is read into
+// them, so those of a document of ordinary size are kept; larger ones, and those that would not be
+// used again soon, are made of large pages where there are such.
+[[nodiscard]] Block<char> takeBlock(std::size_t size, Fate fate);
 
 template <typename T>
-[[nodiscard]] Block<T> makeBlock(std::size_t count) {
-    Block<char> block = takeBlock(count * sizeof(T));
+[[nodiscard]] Block<T> makeBlock(std::size_t count, Fate fate = Fate::kept) {
+    Block<char> block = takeBlock(count * sizeof(T), fate);
     const KeepOrFree deleter = block.get_deleter();
     return {reinterpret_cast<T*>(block.release()), deleter};
 }
 
-// Asks for large pages behind a whole block of memory from the heap. A hint; nothing is done about
-// one that is smaller than such a page.
+// Of that size, and what a block has to begin with a multiple of to be made of such pages.
+inline constexpr std::size_t kLargePage = std::size_t{2} << 20;
+
+// Asks for large pages behind a block, which begins at a multiple of kLargePage. A hint.
 void preferLargePages(void* begin, std::size_t size);
 
 // Makes blocks from a megabyte on go back to the system as soon as they are freed. Called once, at
