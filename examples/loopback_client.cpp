@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <tuple>
 
 namespace tovra::examples {
 
@@ -20,7 +21,7 @@ LoopbackClient::LoopbackClient(std::uint16_t port) : socket_(::socket(AF_INET, S
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    std::ignore = ::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address);
 }
 
 LoopbackClient::~LoopbackClient() { ::close(socket_); }
