@@ -27,7 +27,8 @@ void printReport(const std::string& what, std::size_t transactions, const Compar
 }  // namespace
 
 void compareReports(const Workplace& workplace) {
-    for (const std::size_t transactions : {kSmall, 10'000UL, 15'000UL, 100'000UL, 200'000UL}) {
+    for (const std::size_t transactions :
+         {kSmall, 10'000UL, 15'000UL, 25'000UL, 100'000UL, 200'000UL}) {
         const auto file = workplace.dataFile({transactions});
         Session session(workplace, file);
         Floor floor(file);

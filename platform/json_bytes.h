@@ -22,8 +22,8 @@ namespace tovra::json {
 template <typename T>
 class Growing {
   public:
-    explicit Growing(std::size_t room)
-        : items_(makeBlock<T>(room)), end_(items_.get()), limit_(end_ + room) {}
+    Growing(std::size_t room, Fate fate)
+        : items_(makeBlock<T>(room, fate)), end_(items_.get()), limit_(end_ + room) {}
 
     [[nodiscard]] std::size_t size() const { return static_cast<std::size_t>(end_ - begin()); }
     [[nodiscard]] T* begin() const { return items_.get(); }
@@ -63,7 +63,7 @@ class Growing {
         constexpr std::size_t kMost = std::numeric_limits<std::uint32_t>::max();
         if (kMost - size() < count) throw std::length_error("too much for one document");
         const std::size_t room = std::min(2 * size() + count, kMost);
-        Block<T> larger = makeBlock<T>(room);
+        Block<T> larger = makeBlock<T>(room, items_.get_deleter().fate);
         end_ = std::copy(begin(), end(), larger.get());
         items_ = std::move(larger);
         limit_ = begin() + room;
@@ -80,7 +80,7 @@ class Bytes {
     // So many bytes behind whatever is put have to be readable.
     static constexpr std::size_t kPadding = 64;
 
-    explicit Bytes(std::size_t room) : bytes_(room) { addName({}, false); }
+    Bytes(std::size_t room, Fate fate) : bytes_(room, fate) { addName({}, false); }
 
     // Makes room for what is put next, names apart.
     void expect(std::size_t size) {

@@ -109,12 +109,15 @@ static_assert(Tokens::kPadding >= Bytes::kPadding);
 // container closes, its children move to their place together.
 class Builder {
   public:
-    // Few texts have a value in sixteen bytes, or more in values than in what is around them.
+    // Few texts have a value in sixteen bytes, or more in values than in what is around them;
+    // mostly the nodes and the bytes take two fifths of the text's size each. Where not both can be
+    // kept it is the bytes.
     explicit Builder(const Source& source)
         : tokens_(source),
-          bytes_(source.size / 8 * 5 + std::min(source.size, Tokens::kUsualSize) + 256),
-          nodes_(source.size / 16 + 64),
-          waiting_(source.size / 128 + 64) {
+          bytes_(source.size / 8 * 5 + std::min(source.size, Tokens::kUsualSize) + 256,
+                 keptUpTo(kMostKept / 4 * 9, source)),
+          nodes_(source.size / 16 + 64, keptUpTo(kMostKept / 4 * 5, source)),
+          waiting_(source.size / 128 + 64, keptUpTo(kMostKept / 4 * 5, source)) {
         nodes_.push({});  // the root's place
         open_.push_back({0, Kind::array, true, 0});
     }
@@ -130,6 +133,10 @@ class Builder {
 
   private:
     using Window = Tokens::Window;
+
+    static Fate keptUpTo(std::size_t size, const Source& source) {
+        return source.size <= size ? Fate::kept : Fate::freed;
+    }
 
     // A container that is not closed yet; the first one stands around the root.
     struct Open {

@@ -10,12 +10,8 @@
 namespace tovra {
 namespace {
 
-// Smaller ones are the C library's business, larger ones would be too much.
+// Smaller ones are the C library's business.
 constexpr std::size_t kSmallestKept = std::size_t{256} << 10;
-constexpr std::size_t kLargestKept = std::size_t{13} << 19;
-
-// How much memory the kept blocks may hold, so that the process keeps no more than 12 MB.
-constexpr std::size_t kMostKept = std::size_t{7} << 20;
 constexpr std::size_t kMostBlocks = 64;
 
 // In steps, so that the blocks of a file that has grown a little are those of the call before.
@@ -85,7 +81,7 @@ KeptBlocks& keptBlocks() {
 
 Block<char> takeBlock(std::size_t size, Fate fate) {
     KeepOrFree block{rounded(size), fate};
-    if (block.size < kSmallestKept || block.size > kLargestKept) block.fate = Fate::freed;
+    if (block.size < kSmallestKept) block.fate = Fate::freed;
     Bytes bytes;
     if (block.fate == Fate::kept) bytes = keptBlocks().take(block.size);
     if (!bytes) {

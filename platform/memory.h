@@ -8,6 +8,9 @@
 
 namespace tovra {
 
+// How many bytes kept blocks may hold together, so that the process keeps no more than 12 MB.
+inline constexpr std::size_t kMostKept = std::size_t{29} << 18;
+
 // Whether a block serves others of its size after its owner, or goes back to the system.
 enum class Fate : bool { freed, kept };
 
@@ -27,12 +30,12 @@ template <typename T>
 using Block = std::unique_ptr<T[], KeepOrFree>;
 
 // A block of at least `size` bytes. Taking fresh pages costs more than parsing what is read into
-// them, so those of a document of ordinary size are kept; larger ones, and those that would not be
-// used again soon, are made of large pages where there are such.
+// them, so those of a document of ordinary size are kept; the others are made of large pages where
+// there are such.
 [[nodiscard]] Block<char> takeBlock(std::size_t size, Fate fate);
 
 template <typename T>
-[[nodiscard]] Block<T> makeBlock(std::size_t count, Fate fate = Fate::kept) {
+[[nodiscard]] Block<T> makeBlock(std::size_t count, Fate fate) {
     Block<char> block = takeBlock(count * sizeof(T), fate);
     const KeepOrFree deleter = block.get_deleter();
     return {reinterpret_cast<T*>(block.release()), deleter};
