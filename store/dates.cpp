@@ -120,15 +120,24 @@ std::string IsoFormatter::format(Instant instant) const {
     return text += 'Z';
 }
 
-DayFormatter::DayFormatter() { readTimeZone(); }
+DayFormatter::DayFormatter() : starts_(kDays) { readTimeZone(); }
 
 std::optional<Instant> DayFormatter::parse(std::string_view text) {
     if (text.size() != 10) return std::nullopt;
     const auto date = parseDay(text);
     if (!date) return std::nullopt;
-    const auto [entry, isNew] = starts_.try_emplace(*date, 0);
-    if (isNew) entry->second = static_cast<Instant>(startOfLocalDay(*date));
-    return inYears1To9999(wholeSeconds(entry->second));
+    Start& start = startAt(*date);
+    if (start.day != *date) start = {*date, startOf(*date)};
+    return inYears1To9999(start.instant);
+}
+
+// Mostly 24 hours after the start of the day before, where that is known.
+std::int64_t DayFormatter::startOf(std::int64_t day) {
+    if (const Start& dayBefore = startAt(day - 1); dayBefore.day == day - 1) {
+        const std::int64_t start = dayBefore.instant + kSecondsPerDay;
+        if (start + utcOffset(start).value_or(1) == day * kSecondsPerDay) return start;
+    }
+    return startOfLocalDay(day);
 }
 
 std::string DayFormatter::format(Instant instant) const {

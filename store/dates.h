@@ -5,11 +5,13 @@
 // is read at each use, never kept. May be called from several threads.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 namespace tovra {
 
@@ -38,7 +40,17 @@ class DayFormatter {
     [[nodiscard]] std::string format(Instant instant) const;
 
   private:
-    std::unordered_map<std::int64_t, Instant> starts_;  // first instants by day
+    // The first instant of a day.
+    struct Start {
+        std::int64_t day = std::numeric_limits<std::int64_t>::min();
+        std::int64_t instant = 0;
+    };
+    static constexpr std::size_t kDays = 1024;  // as many in a row are remembered
+
+    Start& startAt(std::int64_t day) { return starts_[static_cast<std::uint64_t>(day) % kDays]; }
+    [[nodiscard]] std::int64_t startOf(std::int64_t day);
+
+    std::vector<Start> starts_;
 };
 
 // The instant that a date text names: date-time first, then day; nothing when it has neither form.
