@@ -1,10 +1,8 @@
 #include "platform/json.h"
 
 #include <array>
-#include <charconv>
 #include <cstdlib>
 #include <string>
-#include <system_error>
 
 namespace tovra::json {
 namespace {
@@ -37,13 +35,9 @@ std::optional<double> shortDecimal(std::string_view text) {
 
 std::optional<double> Value::number() const {
     if (!is(Kind::number)) return std::nullopt;
-    const std::string_view text = numberText();
-    if (const auto exact = shortDecimal(text)) return exact;
-    double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    // from_chars does not tell too large from too small; this program never leaves the C locale.
-    if (error != std::errc()) return std::strtod(std::string(text).c_str(), nullptr);
-    return value;
+    if (const auto exact = shortDecimal(numberText())) return exact;
+    // Rare enough for the copy that strtod needs; this program never leaves the C locale.
+    return std::strtod(std::string(numberText()).c_str(), nullptr);
 }
 
 std::optional<bool> Value::boolean() const {

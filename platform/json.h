@@ -27,12 +27,12 @@ class Document;
 // The deepest nesting of arrays and objects that is accepted; what is deeper is no JSON to us.
 inline constexpr std::size_t kMaxDepth = 512;
 
-// The longest text in bytes.
+// The longest text in bytes; its positions and lengths fit into 31 bits.
 inline constexpr std::size_t kMaxSize = (std::size_t{1} << 31) - 4096;
 
 // A text that is to be parsed, given piece by piece.
 struct Source {
-    std::size_t size;  // in bytes, at most kMaxSize
+    std::size_t size;  // how much it gives at most, in bytes; at most kMaxSize
     // Copies the next bytes, at most `room`, and tells how many: 0 behind the last one or where the
     // text ends early, negative where it cannot be read.
     std::function<std::ptrdiff_t(char* into, std::size_t room)> read;
@@ -178,9 +178,9 @@ class Document {
 };
 
 // Parses a JSON text (RFC 8259) whose top level is an array or an object. Nothing comes back for
-// anything else: other text around it, invalid UTF-8, a byte order mark, a lone surrogate, nesting
-// beyond kMaxDepth, more than kMaxSize bytes or more than 4 GiB of names. The time is linear in the
-// size and no input drives a recursion.
+// anything else, nor where the source cannot be read: other text around it, invalid UTF-8, a byte
+// order mark, a lone surrogate, nesting beyond kMaxDepth, more than kMaxSize bytes or more than
+// 4 GiB of names. The time is linear in the size and no input drives a recursion.
 [[nodiscard]] std::optional<Document> parse(const Source& source);
 [[nodiscard]] std::optional<Document> parse(std::string_view text);
 

@@ -18,12 +18,18 @@
 
 namespace tovra::json {
 
-// An array that grows. What is never used of its room costs no memory.
+// An array that grows. What is never used of its room costs no memory, but for the rest of a page.
 template <typename T>
 class Growing {
   public:
     Growing(std::size_t room, Fate fate)
         : items_(makeBlock<T>(room, fate)), end_(items_.get()), limit_(end_ + room) {}
+
+    Growing(const Growing&) = delete;
+    Growing& operator=(const Growing&) = delete;
+    ~Growing() {
+        if (items_) noteUse();
+    }
 
     [[nodiscard]] std::size_t size() const { return static_cast<std::size_t>(end_ - begin()); }
     [[nodiscard]] T* begin() const { return items_.get(); }
@@ -65,6 +71,7 @@ class Growing {
         const std::size_t room = std::min(2 * size() + count, kMost);
         Block<T> larger = makeBlock<T>(room, items_.get_deleter().fate);
         end_ = std::copy(begin(), end(), larger.get());
+        items_.get_deleter().used = 0;  // outgrown once, it would be outgrown again: it is freed
         items_ = std::move(larger);
         limit_ = begin() + room;
     }
@@ -77,7 +84,7 @@ class Growing {
 // Gathers the bytes of strings, numbers and names and tells at which offset they are.
 class Bytes {
   public:
-    // So many bytes behind whatever is put have to be readable.
+    // So many bytes behind whatever is put may be read.
     static constexpr std::size_t kPadding = 64;
 
     Bytes(std::size_t room, Fate fate) : bytes_(room, fate) { addName({}, false); }
@@ -93,6 +100,7 @@ class Bytes {
         const std::size_t offset = bytes_.size();
         // Most texts are short: so many bytes that need neither a loop nor a branch.
         constexpr std::size_t kShort = 48;
+        static_assert(kShort <= kPadding);
         std::memcpy(bytes_.end(), text.data(), kShort);
         if (text.size() > kShort) std::memcpy(bytes_.end(), text.data(), text.size());
         bytes_.extend(text.size());

@@ -109,9 +109,9 @@ static_assert(Tokens::kPadding >= Bytes::kPadding);
 // container closes, its children move to their place together.
 class Builder {
   public:
-    // Few texts have a value in sixteen bytes, or more in values than in what is around them;
-    // mostly the nodes and the bytes take two fifths of the text's size each. Where not both can be
-    // kept it is the bytes.
+    // Rooms that few texts outgrow: a value in sixteen bytes, five eighths of the text in strings,
+    // numbers and names. Mostly the nodes and the bytes take two fifths of the text's size each;
+    // where not both can be kept it is the bytes.
     explicit Builder(const Source& source)
         : tokens_(source),
           bytes_(source.size / 8 * 5 + std::min(source.size, Tokens::kUsualSize) + 256,

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -19,6 +20,7 @@ Tokens::Tokens(const Source& source) : source_(source) {
 Tokens::~Tokens() = default;
 
 Tokens::Window Tokens::next() {
+    // Before the first window and behind the last one this changes nothing that is looked at.
     text_[size_] = behind_;
     drop();
     while (fill()) {
@@ -67,13 +69,17 @@ void Tokens::makeRoom(std::size_t room) {
 }
 
 // A window ends where a token does: behind a line feed, which stands in no string, or else behind a
-// comma, where the scan will tell whether it stands in one.
+// comma, where the scan will tell whether it stands in one. Either is mostly near the end of what
+// has been read; only where it is not, all of that is searched.
 std::size_t Tokens::usableSize() const {
     if (isLast_) return filled_;
+    constexpr std::size_t kNear = 4096;
     const std::string_view text(text_.get(), filled_);
-    for (const char end : {'\n', ','}) {
-        const std::size_t last = text.rfind(end);
-        if (last != std::string_view::npos) return last + 1;
+    for (const std::size_t from : {filled_ - std::min(filled_, kNear), std::size_t{0}}) {
+        for (const char end : {'\n', ','}) {
+            const std::size_t last = text.substr(from).rfind(end);
+            if (last != std::string_view::npos) return from + last + 1;
+        }
     }
     return 0;
 }
@@ -84,12 +90,11 @@ Tokens::Scan Tokens::scan() {
         const auto* implementation = &*simdjson::get_active_implementation();
         if (implementation->create_dom_parser_implementation(room_, 1, scanner_) !=
             simdjson::SUCCESS) {
-            return Scan::failed;
+            throw std::bad_alloc();
         }
     }
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(text_.get());
     const auto error = scanner_->stage1(bytes, size_, simdjson::stage1_mode::regular);
-    // On any error the number still is that of the window before.
     if (error != simdjson::SUCCESS) scanner_->n_structural_indexes = 0;
     scanner_->structural_indexes[scanner_->n_structural_indexes] =
         static_cast<std::uint32_t>(size_);

@@ -25,7 +25,8 @@ class Tokens {
     // So many bytes behind any token may be read.
     static constexpr std::size_t kPadding = 64;
 
-    // Windows are not longer, unless a string is. Small enough for the cache, with its tokens.
+    // Windows are not longer, unless so many bytes have no place to end one, as within a long
+    // string. Small enough for the cache, with its tokens.
     static constexpr std::size_t kUsualSize = std::size_t{64} << 10;
 
     explicit Tokens(const Source& source);
@@ -74,7 +75,7 @@ class Tokens {
     [[nodiscard]] std::size_t size() const { return size_; }
 
   private:
-    enum class Scan { done, endsInside, failed };  // endsInside: in the middle of a token
+    enum class Scan { done, endsInside, failed };  // endsInside: a string
 
     void drop();
     bool fill();

@@ -11,14 +11,14 @@ namespace tovra {
 // How many bytes kept blocks may hold together, so that the process keeps no more than 12 MB.
 inline constexpr std::size_t kMostKept = std::size_t{29} << 18;
 
-// Whether a block serves others of its size after its owner, or goes back to the system.
+// Whether a block may serve others of its size after its owner, or goes back to the system.
 enum class Fate : bool { freed, kept };
 
 // What becomes of a block when its owner is done with it.
 struct KeepOrFree {
-    std::size_t size = 0;  // in bytes
-    Fate fate = Fate::freed;
-    std::size_t used = 0;  // how much of it holds memory; 0 where its owner has not told
+    std::size_t size = 0;     // in bytes
+    Fate fate = Fate::freed;  // never changes: it decides how the block is aligned
+    std::size_t used = 0;     // how much of it holds memory; where it is 0 the block is freed
 
     // Tells that so many bytes at the beginning have been written.
     void use(std::size_t bytes) { used = std::max(used, bytes); }
@@ -41,7 +41,7 @@ template <typename T>
     return {reinterpret_cast<T*>(block.release()), deleter};
 }
 
-// Of that size, and what a block has to begin with a multiple of to be made of such pages.
+// The size of a large page; a block made of them begins at a multiple of it.
 inline constexpr std::size_t kLargePage = std::size_t{2} << 20;
 
 // Asks for large pages behind a block, which begins at a multiple of kLargePage. A hint.
