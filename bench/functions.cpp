@@ -6,12 +6,12 @@
 #include <string>
 #include <string_view>
 
-#include "examples/sample_data.h"
-#include "platform/json.h"
-#include "platform/json_write.h"
+#include "json/json.h"
+#include "json/write.h"
 #include "platform/unicode.h"
 #include "store/dates.h"
 #include "store/money.h"
+#include "support/sample_data.h"
 
 namespace {
 
@@ -19,10 +19,10 @@ using namespace std::string_view_literals;
 namespace json = tovra::json;
 
 std::string textOf(std::int64_t transactions) {
-    tovra::examples::SampleOptions options;
+    tovra::support::SampleOptions options;
     options.transactions = static_cast<std::size_t>(transactions);
-    options.today = tovra::examples::today();
-    return tovra::examples::sampleData(options);
+    options.today = tovra::support::today();
+    return tovra::support::sampleData(options);
 }
 
 void countBytes(benchmark::State& state, std::size_t size) {

@@ -13,7 +13,7 @@ constexpr std::size_t kClients = 8;
 constexpr std::size_t kBlocks = 15;
 constexpr std::size_t kRequestsInBlock = 500;
 
-using examples::ChildProcess;
+using support::ChildProcess;
 
 // The port that a server names in the first line that it writes to standard error.
 std::uint16_t portOf(ChildProcess& server) {

@@ -4,13 +4,13 @@
 #include <stdexcept>
 #include <thread>
 
-#include "examples/loopback_client.h"
+#include "support/loopback_client.h"
 
 namespace tovra::bench {
 namespace {
 
 bool isAnswered(std::uint16_t port, std::string_view request) {
-    const examples::LoopbackClient client(port);
+    const support::LoopbackClient client(port);
     return client.send(request).receive().value_or("").starts_with("HTTP/1.1 200 ");
 }
 

@@ -66,13 +66,13 @@ void compareStart(const Workplace& workplace) {
     std::vector<Seconds> trues;
     for (int i = 0; i < 300; ++i) {
         const auto begin = Clock::now();
-        examples::ChildProcess server({workplace.server()}, {file});
+        support::ChildProcess server({workplace.server()}, {file});
         if (!server.send(kInitialize) || !server.receive()) {
             throw std::runtime_error("the server does not start");
         }
         starts.push_back(Clock::now() - begin);
         server.finish();
-        trues.push_back(timed([] { examples::ChildProcess({"/bin/true"}, {}).finish(); }));
+        trues.push_back(timed([] { support::ChildProcess({"/bin/true"}, {}).finish(); }));
     }
     const Comparison compared = compareTimes(starts, trues);
     printRow("start to the first answer", compared.ratio, "x /bin/true", atMost(2.5),

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "bench/table.h"
-#include "examples/sample_data.h"
+#include "support/sample_data.h"
 
 namespace tovra::bench {
 namespace fs = std::filesystem;
@@ -22,13 +22,13 @@ fs::path Workplace::dataFile(const Size& size) const {
                    std::to_string(size.budgets) + ".json");
     if (fs::exists(file)) return file;
     std::cerr << "(making a file of " << grouped(size.transactions) << " transactions)\n";
-    examples::SampleOptions options;
+    support::SampleOptions options;
     options.transactions = size.transactions;
     options.accounts = size.accounts;
     options.budgets = size.budgets;
-    options.today = examples::today();
+    options.today = support::today();
     std::ofstream out(file, std::ios::binary);
-    out << examples::sampleData(options) << '\n' << std::flush;
+    out << support::sampleData(options) << '\n' << std::flush;
     if (!out) throw std::runtime_error("cannot write " + file.string());
     return file;
 }

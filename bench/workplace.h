@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "examples/child_process.h"
+#include "support/child_process.h"
 
 namespace tovra::bench {
 
@@ -51,7 +51,7 @@ class Session {
   private:
     [[nodiscard]] double statusValue(std::string_view name) const;
 
-    examples::ChildProcess server_;
+    support::ChildProcess server_;
 };
 
 // The message that opens every session, and the message that calls a tool.

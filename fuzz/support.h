@@ -12,8 +12,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/json.h"
-#include "platform/json_write.h"
+#include "json/json.h"
+#include "json/write.h"
 #include "tests/support/scopes.h"
 
 // The entry point of every target; the name is libFuzzer's.

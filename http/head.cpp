@@ -5,7 +5,7 @@
 #include <charconv>
 #include <system_error>
 
-#include "platform/unicode.h"
+#include "json/utf8.h"
 
 namespace tovra::http {
 namespace {
@@ -79,7 +79,7 @@ void readField(std::string_view line, Head& head) {
 }  // namespace
 
 std::optional<Head> parseHead(std::string_view block) {
-    if (!isValidUtf8(block)) return std::nullopt;
+    if (!json::isValidUtf8(block)) return std::nullopt;
     Head head;
     std::size_t end = block.find(kLineEnd);
     head.method = firstWord(block.substr(0, end));

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/json.h"
+#include "json/json.h"
 
 namespace tovra::http {
 

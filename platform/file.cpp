@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <memory>
@@ -11,35 +10,14 @@
 namespace tovra {
 namespace {
 
-ssize_t readAt(int descriptor, char* into, std::size_t count, std::size_t offset) {
-    ssize_t result = 0;
-    do {
-        result = ::pread(descriptor, into, count, static_cast<off_t>(offset));
-    } while (result < 0 && errno == EINTR);
-    return result;
-}
+std::error_code systemError(int reason) { return {reason, std::generic_category()}; }
 
-bool isReadable(const struct stat& status) {
-    if (!S_ISREG(status.st_mode)) {
-        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-        return false;
-    }
-    if (static_cast<std::uintmax_t>(status.st_size) > json::kMaxSize) {
-        errno = EFBIG;
-        return false;
-    }
-    return true;
-}
-
-// Without bytes.
-std::optional<FileVersion> openFile(const std::filesystem::path& path) {
-    // O_NONBLOCK: opening a named pipe must not wait for a writer.
-    Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    struct stat status {};
-    if (!file.isOpen() || ::fstat(file.get(), &status) != 0 || !isReadable(status)) {
-        return std::nullopt;
-    }
-    return FileVersion{std::move(file), status, {}, static_cast<std::size_t>(status.st_size)};
+// Why the file is not one to be read; no error where it is.
+std::error_code problemWith(const struct stat& status, std::size_t longest) {
+    if (S_ISDIR(status.st_mode)) return systemError(EISDIR);
+    if (!S_ISREG(status.st_mode)) return systemError(EINVAL);
+    if (static_cast<std::uintmax_t>(status.st_size) > longest) return systemError(EFBIG);
+    return {};
 }
 
 }  // namespace
@@ -48,35 +26,46 @@ Descriptor::~Descriptor() {
     if (isOpen()) ::close(descriptor_);
 }
 
-// A file that shrinks meanwhile is taken as long as it still is, one that grows as long as it was:
-// either is somebody's half-done write, which does not parse or is read anew.
-std::optional<FileVersion> readFileVersion(const std::filesystem::path& path) {
-    auto file = openFile(path);
-    if (!file) return std::nullopt;
-    file->bytes = makeBlock<char>(file->size, Fate::freed);
-    std::size_t done = 0;
-    while (done < file->size) {
-        const ssize_t count =
-            readAt(file->descriptor.get(), file->bytes.get() + done, file->size - done, done);
-        if (count < 0) return std::nullopt;
-        if (count == 0) break;
-        done += static_cast<std::size_t>(count);
+std::optional<OpenFile> openFile(const std::filesystem::path& path, std::size_t longest,
+                                 std::error_code& error) {
+    // O_NONBLOCK: opening a named pipe must not wait for a writer.
+    OpenFile file{Descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK))};
+    if (!file.descriptor.isOpen() || ::fstat(file.descriptor.get(), &file.status) != 0) {
+        error = systemError(errno);
+        return std::nullopt;
     }
-    file->size = done;
+    error = problemWith(file.status, longest);
+    if (error) return std::nullopt;
     return file;
 }
 
-std::optional<json::Document> parseFile(const std::filesystem::path& path) {
-    const auto file = openFile(path);
+std::size_t readAt(const Descriptor& file, char* into, std::size_t room, std::size_t offset,
+                   std::error_code& error) {
+    ssize_t count = 0;
+    do {
+        count = ::pread(file.get(), into, room, static_cast<off_t>(offset));
+    } while (count < 0 && errno == EINTR);
+    error = count < 0 ? systemError(errno) : std::error_code();
+    return count < 0 ? 0 : static_cast<std::size_t>(count);
+}
+
+// A file that shrinks meanwhile is taken as long as it still is, one that grows as long as it was:
+// either is somebody's half-done write, which does not parse or is read anew.
+std::optional<FileVersion> readFileVersion(const std::filesystem::path& path, std::size_t longest,
+                                           std::error_code& error) {
+    auto file = openFile(path, longest, error);
     if (!file) return std::nullopt;
-    std::size_t done = 0;
-    const auto read = [&](char* into, std::size_t room) {
-        const std::size_t size = std::min(room, file->size - done);
-        const ssize_t count = readAt(file->descriptor.get(), into, size, done);
-        if (count > 0) done += static_cast<std::size_t>(count);
-        return count;
-    };
-    return json::parse(json::Source{file->size, read});
+    const std::size_t size = file->size();
+    FileVersion version{std::move(*file), json::makeBlock<char>(size, json::Fate::freed)};
+    while (version.size < size) {
+        const std::size_t count =
+            readAt(version.file.descriptor, version.bytes.get() + version.size, size - version.size,
+                   version.size, error);
+        if (error) return std::nullopt;
+        if (count == 0) break;
+        version.size += count;
+    }
+    return version;
 }
 
 bool isAsRead(const FileVersion& version) {
@@ -84,13 +73,13 @@ bool isAsRead(const FileVersion& version) {
     const auto chunk = std::make_unique_for_overwrite<char[]>(kChunk);
     std::string_view rest = version.text();
     for (std::size_t done = 0;;) {
-        const ssize_t count = readAt(version.descriptor.get(), chunk.get(), kChunk, done);
-        if (count < 0) return false;
+        std::error_code error;
+        const std::size_t count = readAt(version.file.descriptor, chunk.get(), kChunk, done, error);
+        if (error) return false;
         if (count == 0) return rest.empty();
-        const std::string_view read(chunk.get(), static_cast<std::size_t>(count));
-        if (!rest.starts_with(read)) return false;
-        rest.remove_prefix(read.size());
-        done += read.size();
+        if (!rest.starts_with(std::string_view(chunk.get(), count))) return false;
+        rest.remove_prefix(count);
+        done += count;
     }
 }
 

@@ -1,5 +1,7 @@
-// Reading a file, and telling one version of it from another. May be called from several
-// threads.
+// Reading a file, and telling one version of it from another. May be called from several threads.
+//
+// Where a function takes an error code, it clears the code on success and gives the system's reason
+// on failure.
 #pragma once
 
 #include <sys/stat.h>
@@ -8,10 +10,10 @@
 #include <filesystem>
 #include <optional>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
-#include "platform/json.h"
-#include "platform/memory.h"
+#include "json/memory.h"
 
 namespace tovra {
 
@@ -35,25 +37,39 @@ class Descriptor {
     int descriptor_;
 };
 
+// A regular file that is open for reading.
+struct OpenFile {
+    Descriptor descriptor;
+    struct stat status {};
+
+    [[nodiscard]] std::size_t size() const { return static_cast<std::size_t>(status.st_size); }
+};
+
+// Opens the regular file at `path`. Nothing comes back when it does not exist, cannot be opened, is
+// something else than a regular file (EISDIR, EINVAL), or is longer than `longest` bytes (EFBIG).
+[[nodiscard]] std::optional<OpenFile> openFile(const std::filesystem::path& path,
+                                               std::size_t longest, std::error_code& error);
+
+// Reads at most `room` bytes from that offset on and returns their number: 0 at the file's end and
+// where reading fails.
+[[nodiscard]] std::size_t readAt(const Descriptor& file, char* into, std::size_t room,
+                                 std::size_t offset, std::error_code& error);
+
 // A file as it was read once. The file stays open: as long as it does, no other file can take its
 // inode, so the inode tells whether a path still leads to it.
 struct FileVersion {
-    Descriptor descriptor;
-    struct stat status {};
-    Block<char> bytes;
+    OpenFile file;
+    json::Block<char> bytes;
     std::size_t size = 0;
 
     [[nodiscard]] std::string_view text() const { return {bytes.get(), size}; }
 };
 
-// Reads the regular file at `path` as it is at this moment. Nothing comes back, with the reason in
-// errno, when it does not exist, cannot be read, is something else than a regular file (EISDIR,
-// EINVAL), or is longer than json::kMaxSize (EFBIG).
-[[nodiscard]] std::optional<FileVersion> readFileVersion(const std::filesystem::path& path);
-
-// The JSON text in the file, parsed while it is read, so that its bytes need no memory. Nothing
-// comes back in the same cases and where the file holds no JSON.
-[[nodiscard]] std::optional<json::Document> parseFile(const std::filesystem::path& path);
+// Reads the regular file at `path` as it is at this moment. Nothing comes back where it cannot be
+// opened, as by openFile, or read.
+[[nodiscard]] std::optional<FileVersion> readFileVersion(const std::filesystem::path& path,
+                                                         std::size_t longest,
+                                                         std::error_code& error);
 
 // Whether the open file holds at this moment exactly what was read.
 [[nodiscard]] bool isAsRead(const FileVersion& version);

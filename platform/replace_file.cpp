@@ -43,8 +43,9 @@ bool isSameFile(const fs::path& path, const struct stat& file) {
 // far as a look from outside tells.
 bool isUnchanged(const fs::path& path, const FileVersion& version) {
     struct stat found {};
-    return ::lstat(path.c_str(), &found) == 0 && isSameFile(found, version.status) &&
-           found.st_size == version.status.st_size && found.st_mtime == version.status.st_mtime;
+    return ::lstat(path.c_str(), &found) == 0 && isSameFile(found, version.file.status) &&
+           found.st_size == version.file.status.st_size &&
+           found.st_mtime == version.file.status.st_mtime;
 }
 
 // The new bytes in a hidden file beside the target, gone when this is destroyed.
@@ -137,7 +138,7 @@ Replacement createFile(FileSystem& system, const fs::path& target, const Directo
 // that cannot be synchronised is no failure.
 Replacement renameOver(FileSystem& system, const fs::path& target, const DirectoryLock& lock,
                        const FileVersion& before, TemporaryFile& fresh) {
-    if (!isSameFile(target, before.status) || !isAsRead(before)) {
+    if (!isSameFile(target, before.file.status) || !isAsRead(before)) {
         return Replacement::changed;
     }
     check(system.rename(fresh.path(), target));
@@ -177,7 +178,7 @@ Replacement exchangeFiles(FileSystem& system, const fs::path& target, const Dire
         if (!isUnsupported(errno)) fail(errno);
         return renameOver(system, target, lock, before, fresh);
     }
-    if (!isSameFile(fresh.path(), before.status) || !isAsRead(before)) {
+    if (!isSameFile(fresh.path(), before.file.status) || !isAsRead(before)) {
         putBack(system, target, fresh);
         return Replacement::changed;
     }
@@ -206,7 +207,7 @@ Replacement replaceFile(FileSystem& system, const fs::path& target, const Direct
                         const FileVersion* before, const WriteBytes& writeBytes) {
     TemporaryFile fresh(system, target);
     writeBytes([&](std::string_view bytes) { fresh.write(bytes); });
-    if (before != nullptr) fresh.takeModeAndOwner(before->status);
+    if (before != nullptr) fresh.takeModeAndOwner(before->file.status);
     fresh.finish();
     if (before == nullptr) return createFile(system, target, lock, fresh);
     return exchangeFiles(system, target, lock, *before, fresh);

@@ -1,6 +1,5 @@
 #include "platform/unicode.h"
 
-#include <simdjson.h>
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
 #include <unicode/stringpiece.h>
@@ -42,10 +41,6 @@ std::string caseFolded(std::string_view text) {
 }
 
 }  // namespace
-
-bool isValidUtf8(std::string_view text) {
-    return simdjson::validate_utf8(text.data(), text.size());
-}
 
 std::string lowerCased(std::string_view text) {
     if (isAscii(text)) return mapAscii(text, asciiLower);

@@ -1,4 +1,4 @@
-// Unicode text in UTF-8: validity, letter case.
+// The letter case of Unicode text in UTF-8.
 //
 // Every mapping is the full one of the Unicode Character Database for the root locale: it may
 // change a text's length, and no setting of the user's changes it. All functions may be called from
@@ -9,8 +9,6 @@
 #include <string_view>
 
 namespace tovra {
-
-[[nodiscard]] bool isValidUtf8(std::string_view text);
 
 // The text in lower case or upper case. REQUIRES: text is valid UTF-8.
 [[nodiscard]] std::string lowerCased(std::string_view text);

@@ -5,15 +5,10 @@
 #include <unistd.h>
 
 #include <array>
-#include <cstdlib>
+
+#include "platform/environment.h"
 
 namespace tovra {
-
-std::optional<std::string> environmentVariable(const char* name) {
-    const char* value = std::getenv(name);
-    if (value == nullptr) return std::nullopt;
-    return value;
-}
 
 std::filesystem::path homeDirectory() {
     if (const auto home = environmentVariable("HOME"); home && !home->empty()) return *home;

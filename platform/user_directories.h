@@ -21,9 +21,6 @@ namespace tovra {
 [[nodiscard]] std::optional<std::string> preference(const std::string& domain,
                                                     const std::string& key);
 
-// The value of an environment variable; nothing when it is not set.
-[[nodiscard]] std::optional<std::string> environmentVariable(const char* name);
-
 // The user's home directory: $HOME, or what the password database says where that is unset or
 // empty.
 [[nodiscard]] std::filesystem::path homeDirectory();

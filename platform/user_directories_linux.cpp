@@ -1,7 +1,7 @@
 // Linux and other systems that follow the XDG base directory rules: a variable counts only when it
 // holds an absolute path.
-#include "platform/file.h"
-#include "platform/json.h"
+#include "platform/environment.h"
+#include "platform/json_file.h"
 #include "platform/user_directories.h"
 
 namespace tovra {

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/json.h"
+#include "json/json.h"
 
 namespace tovra {
 

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "platform/json_write.h"
+#include "json/write.h"
 #include "server/call_tool.h"
 #include "server/catalogue.h"
 #include "store/fields.h"

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/json.h"
+#include "json/json.h"
 
 namespace tovra {
 

@@ -2,13 +2,13 @@
 #include <string_view>
 #include <vector>
 
-#include "http/server.h"
-#include "platform/memory.h"
-#include "platform/user_directories.h"
+#include "json/memory.h"
+#include "platform/environment.h"
+#include "platform/local_clock.h"
 #include "server/handle.h"
+#include "server/http_mode.h"
 #include "server/settings.h"
 #include "server/stdio.h"
-#include "store/local_time.h"
 #include "store/recording.h"
 
 int main(int argc, char** argv) {
@@ -16,7 +16,7 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 
-    tovra::returnFreedMemory();
+    tovra::json::returnFreedMemory();
     tovra::readTimeZone();
 
     const std::vector<std::string_view> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
@@ -26,8 +26,8 @@ int main(int argc, char** argv) {
         const auto handle = [readOnly = settings.readOnly](tovra::json::Value message) {
             return tovra::handle(message, readOnly);
         };
-        return tovra::http::runHTTP(*settings.httpPort, settings.authToken, handle,
-                                    tovra::finishRecordings);
+        return tovra::runHTTP(*settings.httpPort, settings.authToken, handle,
+                              tovra::finishRecordings);
     }
     tovra::runStdio(settings.readOnly);
     return 0;

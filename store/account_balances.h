@@ -6,7 +6,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/json.h"
+#include "json/json.h"
 #include "store/currencies.h"
 #include "store/transaction.h"
 

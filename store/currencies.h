@@ -4,7 +4,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "platform/json.h"
+#include "json/json.h"
 
 namespace tovra {
 

@@ -2,7 +2,8 @@
 
 #include <utility>
 
-#include "platform/file.h"
+#include "platform/environment.h"
+#include "platform/json_file.h"
 #include "platform/user_directories.h"
 
 namespace tovra {

@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "platform/json.h"
+#include "json/json.h"
 
 namespace tovra {
 

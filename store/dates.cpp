@@ -3,7 +3,7 @@
 #include <chrono>
 #include <cmath>
 
-#include "store/local_time.h"
+#include "platform/local_clock.h"
 
 namespace tovra {
 namespace {

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string_view>
 
-#include "platform/json.h"
+#include "json/json.h"
 
 namespace tovra {
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <exception>
 #include <mutex>
@@ -10,9 +9,9 @@
 #include <thread>
 #include <utility>
 
+#include "json/utf8.h"
 #include "platform/replace_file.h"
-#include "platform/signal_hold.h"
-#include "platform/unicode.h"
+#include "platform/signals.h"
 #include "store/data_file.h"
 
 namespace tovra {
@@ -30,8 +29,6 @@ Turnstile& turnstile() {
     static Turnstile turnstile;
     return turnstile;
 }
-
-std::string reasonText(int reason) { return std::generic_category().message(reason); }
 
 // The file that a path leads to, so that a link stays a link when that file is replaced. Where it
 // leads nowhere, the path of the file that is missing.
@@ -61,12 +58,12 @@ json::Document emptyObject() { return std::move(*json::parse("{}")); }
 
 // Reads the file once. A file that is missing is no problem.
 Loaded loadOnce(const fs::path& path) {
-    auto version = readFileVersion(path);
-    const int reason = errno;
+    std::error_code error;
+    auto version = readFileVersion(path, json::kMaxSize, error);
     Loaded loaded{std::move(version), {path, emptyObject(), {}}};
     if (!loaded.version) {
-        if (reason != ENOENT) {
-            loaded.file.problem = "The data file could not be read: " + reasonText(reason);
+        if (error != std::errc::no_such_file_or_directory) {
+            loaded.file.problem = "The data file could not be read: " + error.message();
         }
         return loaded;
     }
@@ -137,7 +134,7 @@ std::optional<std::string> attempt(const std::function<Change(const DataFile&)>&
 // A message has to be valid UTF-8, a path need not be.
 std::string readable(const fs::path& path) {
     std::string text = path.string();
-    if (!isValidUtf8(text)) {
+    if (!json::isValidUtf8(text)) {
         std::replace_if(
             text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; }, '?');
     }
@@ -167,8 +164,7 @@ std::string record(const std::function<Change(const DataFile&)>& change, FileSys
             path = resolved(dataFileURL());
         }
     } catch (const std::system_error& error) {
-        throw RecordingError(
-            "The data file could not be saved: " + reasonText(error.code().value()), path);
+        throw RecordingError("The data file could not be saved: " + error.code().message(), path);
     }
     throw RecordingError("The data file could not be saved: other programs keep changing it", path);
 }

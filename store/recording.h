@@ -11,9 +11,9 @@
 #include <stdexcept>
 #include <string>
 
+#include "json/json.h"
+#include "json/write.h"
 #include "platform/file_system.h"
-#include "platform/json.h"
-#include "platform/json_write.h"
 
 namespace tovra {
 

@@ -1,6 +1,6 @@
 #include <cmath>
 
-#include "platform/json_write.h"
+#include "json/write.h"
 #include "platform/unicode.h"
 #include "store/fields.h"
 #include "store/money.h"

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <utility>
 
-#include "platform/json_write.h"
+#include "json/write.h"
 #include "platform/unicode.h"
 #include "platform/uuid.h"
 #include "store/currencies.h"

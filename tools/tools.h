@@ -8,7 +8,7 @@
 
 #include <string>
 
-#include "platform/json.h"
+#include "json/json.h"
 #include "store/dates.h"
 
 namespace tovra {

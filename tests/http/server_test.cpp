@@ -1,20 +1,18 @@
-#include "http/server.h"
+#include "http/exchange.h"
 
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <ctime>
 #include <future>
 
-#include "examples/loopback_client.h"
-#include "http/exchange.h"
+#include "support/loopback_client.h"
 
 namespace tovra::http {
 namespace {
 
-using Client = examples::LoopbackClient;
+using Client = support::LoopbackClient;
 using namespace std::chrono_literals;
 
 // A call of the method, followed by that many spaces.
@@ -107,41 +105,6 @@ TEST_F(ServerTest, OutlivesALackOfDescriptorsAndCausesNone) {
             for (int i = 0; i < 50; ++i) EXPECT_EQ(ask(kPing), kPong);
         });
     for (int i = 0; i < 300; ++i) EXPECT_EQ(connect().send("POST").endSending().receive(), "");
-}
-
-// Serves one client, a process of its own, which tells how it is refused and makes a call. That
-// call sends this process the signal and takes for ever.
-[[noreturn]] void serve(std::uint16_t port, const std::string& token, int signal) {
-    ::alarm(60);
-    if (::fork() == 0) {
-        std::string refusal;
-        for (int i = 0; i < 3000 && refusal.empty(); ++i, ::usleep(10'000))
-            refusal = Client(port).send("\r\n\r\n").receive().value_or("");
-        std::fputs(refusal.substr(0, 12).c_str(), stderr);
-        Client(port).send("POST\r\nAuthorization: Bearer secret\r\nContent-Length: 2\r\n\r\n{}");
-        ::_exit(0);
-    }
-    const Handler handle = [signal](json::Value) -> std::optional<std::string> {
-        ::kill(::getpid(), signal);
-        while (true) ::pause();
-    };
-    ::_exit(runHTTP(port, token, handle, [] { std::fputs(", before exit\n", stderr); }));
-}
-
-TEST(RunHTTP, SaysWhereItListensAndEndsOnASignalWhateverItIsDoing) {
-    const std::uint16_t port = TcpServer::listen(0, {}, {})->port();  // free again
-    const std::string number = std::to_string(port);
-    EXPECT_EXIT(const auto taken = TcpServer::listen(port, {}, {});
-                ::_exit(runHTTP(port, "", {})), testing::ExitedWithCode(1),
-                testing::Eq("Tovra MCP: could not listen on port " + number + "\n"));
-
-    // From the second one on, the system remembers connections of the port.
-    const std::tuple<int, const char*, const char*> cases[] = {
-        {SIGTERM, "", " (no token \u2014 keep on a private network!)\nHTTP/1.1 405, before exit\n"},
-        {SIGINT, "secret", " (token required)\nHTTP/1.1 401, before exit\n"}};
-    for (const auto& [signal, token, ending] : cases)
-        EXPECT_EXIT(serve(port, token, signal), testing::ExitedWithCode(0),
-                    testing::Eq("Tovra MCP HTTP listening on 127.0.0.1:" + number + ending));
 }
 
 }  // namespace

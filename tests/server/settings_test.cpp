@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/json.h"
+#include "json/json.h"
 #include "tests/support/scopes.h"
 
 namespace tovra {

@@ -1,8 +1,8 @@
 // The built server, driven over its standard streams.
 #include <gtest/gtest.h>
 
-#include "examples/child_process.h"
-#include "platform/json.h"
+#include "json/json.h"
+#include "support/child_process.h"
 #include "tests/support/scopes.h"
 
 namespace tovra {
@@ -10,7 +10,7 @@ namespace {
 
 TEST(Stdio, AnswersEachMessageInItsOrderAndPassesOverTheRest) {
     const auto golden = json::parse(test::fileBytes(TOVRA_TESTS "/server/golden/lines.json"));
-    examples::ChildProcess server({TOVRA_SERVER}, {});
+    support::ChildProcess server({TOVRA_SERVER}, {});
     for (const json::Value each : golden.value().root().children())
         server.sendBytes(each.member("input").string().value());
     server.sendBytes(std::string(5000000, '\xFF') + "\n" + std::string(5000000, ' ') +
@@ -25,7 +25,7 @@ TEST(Stdio, AnswersEachMessageInItsOrderAndPassesOverTheRest) {
 
 TEST(Stdio, AnswersAtOnceFromTheFileAsItIsNowUntilNobodyReads) {
     const test::DataFile data("");
-    examples::ChildProcess server({TOVRA_SERVER, "--read-only"}, {});
+    support::ChildProcess server({TOVRA_SERVER, "--read-only"}, {});
     const auto goals = [&](const char* content) {
         test::writeFile(data.path(), content);
         server.send(R"({"id":1,"method":"tools/call","params":{"name":"list_goals"}})");

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "platform/user_directories.h"
 #include "tests/support/scopes.h"
 
 namespace tovra {

@@ -8,16 +8,16 @@
 #include <thread>
 #include <tuple>
 
-#include "examples/child_process.h"
 #include "platform/replace_file.h"
 #include "store/data_file.h"
+#include "support/child_process.h"
 #include "tests/support/scopes.h"
 
 namespace tovra {
 namespace {
 
 namespace fs = std::filesystem;
-using examples::ChildProcess;
+using support::ChildProcess;
 
 // Everything that has to come out of a save as it went in.
 const std::string kOddities = test::fileBytes(TOVRA_TESTS "/store/golden/oddities.json");

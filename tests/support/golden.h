@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/json_write.h"
+#include "json/write.h"
 #include "tests/support/scopes.h"
 
 namespace tovra::test {

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/user_directories.h"
+#include "platform/environment.h"
 
 namespace tovra::test {
 

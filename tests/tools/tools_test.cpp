@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "platform/unicode.h"
+#include "json/utf8.h"
 #include "store/fields.h"
 #include "store/recording.h"
 #include "tests/support/golden.h"
@@ -79,7 +79,7 @@ TEST(Tools, RecordNothingWhereThereIsNoFolder) {
     for (const char* below : {"/data.json", "/\xFF"}) {
         const test::EnvironmentScope variable("TOVRA_DATA_FILE", file.path().string() + below);
         const std::string said = answer("add_transaction", one->root(), 0);
-        EXPECT_TRUE(said.ends_with("Nothing was changed.") && isValidUtf8(said)) << said;
+        EXPECT_TRUE(said.ends_with("Nothing was changed.") && json::isValidUtf8(said)) << said;
     }
     const std::filesystem::path missing = file.path().parent_path() / "none/data.json";
     const test::EnvironmentScope variable("TOVRA_DATA_FILE", missing);

@@ -1,0 +1,18 @@
+#include <malloc.h>
+#include <sys/mman.h>
+
+#include "json/memory.h"
+
+namespace tovra::json {
+
+void preferLargePages(void* begin, std::size_t size) { ::madvise(begin, size, MADV_HUGEPAGE); }
+
+void returnFreedMemory() {
+#ifdef M_MMAP_THRESHOLD
+    // Set, they do not grow with the blocks that are freed.
+    ::mallopt(M_MMAP_THRESHOLD, 1 << 20);
+    ::mallopt(M_TRIM_THRESHOLD, 1 << 19);
+#endif
+}
+
+}  // namespace tovra::json

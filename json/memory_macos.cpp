@@ -1,0 +1,10 @@
+// macOS has no such hints; its allocator gives large blocks back by itself.
+#include "json/memory.h"
+
+namespace tovra::json {
+
+void preferLargePages(void*, std::size_t) {}
+
+void returnFreedMemory() {}
+
+}  // namespace tovra::json

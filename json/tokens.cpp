@@ -1,0 +1,112 @@
+#include "json/tokens.h"
+
+#include <simdjson.h>
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <string_view>
+#include <utility>
+
+namespace tovra::json {
+
+static_assert(Tokens::kPadding >= simdjson::SIMDJSON_PADDING);
+
+Tokens::Tokens(const Source& source) : source_(source) {
+    // One byte more than the text, so that the source can tell that there is no more.
+    makeRoom(std::min(source.size + 1, kUsualSize));
+}
+
+Tokens::~Tokens() = default;
+
+Tokens::Window Tokens::next() {
+    // Before the first window and behind the last one this changes nothing that is looked at.
+    text_[size_] = behind_;
+    drop();
+    while (fill()) {
+        size_ = usableSize();
+        const Scan result = size_ == 0 ? Scan::endsInside : scan();
+        if (result == Scan::endsInside && !isLast_) {
+            size_ = 0;
+            makeRoom(2 * room_);
+        } else if (result != Scan::done) {
+            failed_ = true;
+        } else if (scanner_->n_structural_indexes == 0) {
+            drop();
+        } else {
+            behind_ = std::exchange(text_[size_], '\0');
+            return {text_.get(), scanner_->structural_indexes.get(),
+                    scanner_->n_structural_indexes};
+        }
+    }
+    return {};
+}
+
+// Lets the window go; what has been read behind it stays.
+void Tokens::drop() {
+    filled_ -= size_;
+    std::memmove(text_.get(), text_.get() + size_, filled_);
+    size_ = 0;
+}
+
+// Reads as much as there is room for; false when there is nothing more to look at.
+bool Tokens::fill() {
+    while (filled_ < room_ && !isLast_ && !failed_) {
+        const auto count = source_.read(text_.get() + filled_, room_ - filled_);
+        const auto size = static_cast<std::size_t>(std::max<std::ptrdiff_t>(count, 0));
+        failed_ = count < 0;
+        isLast_ = size == 0;
+        filled_ += size;
+    }
+    return filled_ > 0 && !failed_;
+}
+
+void Tokens::makeRoom(std::size_t room) {
+    auto window = std::make_unique_for_overwrite<char[]>(room + kPadding);
+    if (filled_ > 0) std::memcpy(window.get(), text_.get(), filled_);
+    text_ = std::move(window);
+    room_ = room;
+}
+
+// A window ends where a token does: behind a line feed, which stands in no string, or else behind a
+// comma, where the scan will tell whether it stands in one. Either is mostly near the end of what
+// has been read; only where it is not, all of that is searched.
+std::size_t Tokens::usableSize() const {
+    if (isLast_) return filled_;
+    constexpr std::size_t kNear = 4096;
+    const std::string_view text(text_.get(), filled_);
+    for (const std::size_t from : {filled_ - std::min(filled_, kNear), std::size_t{0}}) {
+        for (const char end : {'\n', ','}) {
+            const std::size_t last = text.substr(from).rfind(end);
+            if (last != std::string_view::npos) return from + last + 1;
+        }
+    }
+    return 0;
+}
+
+Tokens::Scan Tokens::scan() {
+    if (!scanner_ || scanner_->capacity() < size_) {
+        scanner_.reset();
+        const auto* implementation = &*simdjson::get_active_implementation();
+        if (implementation->create_dom_parser_implementation(room_, 1, scanner_) !=
+            simdjson::SUCCESS) {
+            throw std::bad_alloc();
+        }
+    }
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(text_.get());
+    const auto error = scanner_->stage1(bytes, size_, simdjson::stage1_mode::regular);
+    if (error != simdjson::SUCCESS) scanner_->n_structural_indexes = 0;
+    scanner_->structural_indexes[scanner_->n_structural_indexes] =
+        static_cast<std::uint32_t>(size_);
+    findBackslash(text_.get());
+    if (error == simdjson::UNCLOSED_STRING) return Scan::endsInside;
+    return error == simdjson::SUCCESS || error == simdjson::EMPTY ? Scan::done : Scan::failed;
+}
+
+void Tokens::findBackslash(const char* from) {
+    const char* end = text_.get() + size_;
+    const void* found = std::memchr(from, '\\', static_cast<std::size_t>(end - from));
+    backslash_ = found == nullptr ? end : static_cast<const char*>(found);
+}
+
+}  // namespace tovra::json

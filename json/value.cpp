@@ -1,0 +1,64 @@
+#include "json/json.h"
+
+#include <array>
+#include <cstdlib>
+#include <string>
+
+namespace tovra::json {
+namespace {
+
+// The value of a number of at most fifteen digits without an exponent. It is exact: its digits and
+// the power of ten are doubles, and their quotient is rounded once (W. D. Clinger, "How to Read
+// Floating Point Numbers Accurately", 1990).
+std::optional<double> shortDecimal(std::string_view text) {
+    static constexpr std::array<double, 16> kPowersOfTen{
+        1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    const bool isNegative = text.front() == '-';
+    if (text.size() > 15) return std::nullopt;
+    std::int64_t digits = 0;
+    std::size_t decimals = 0, perDigit = 0;
+    for (const char c : text.substr(isNegative ? 1 : 0)) {
+        if (c == '.') {
+            perDigit = 1;
+        } else if (c < '0' || c > '9') {
+            return std::nullopt;
+        } else {
+            digits = digits * 10 + (c - '0');
+            decimals += perDigit;
+        }
+    }
+    const double value = static_cast<double>(digits) / kPowersOfTen[decimals];
+    return isNegative ? -value : value;
+}
+
+}  // namespace
+
+std::optional<double> Value::number() const {
+    if (!is(Kind::number)) return std::nullopt;
+    if (const auto exact = shortDecimal(numberText())) return exact;
+    // Rare enough for the copy that strtod needs; this program never leaves the C locale.
+    return std::strtod(std::string(numberText()).c_str(), nullptr);
+}
+
+std::optional<bool> Value::boolean() const {
+    if (is(Kind::trueValue)) return true;
+    if (is(Kind::falseValue)) return false;
+    return std::nullopt;
+}
+
+Value Value::member(std::string_view name) const {
+    const Children members = is(Kind::object) ? children() : Children();
+    for (std::size_t i = members.size(); i > 0; --i) {
+        if (members[i - 1].name() == name) return members[i - 1];
+    }
+    return {};
+}
+
+Children Value::children() const {
+    if (!is(Kind::array) && !is(Kind::object)) return {};
+    return {storage_->nodes.get() + node_->start, node_->extent, storage_};
+}
+
+Value Document::root() const { return storage_ ? Value(storage_->nodes[0], *storage_) : Value(); }
+
+}  // namespace tovra::json

@@ -1,0 +1,42 @@
+// JSON text from values: compact for the wire, indented for the data file.
+//
+// All functions may be called from several threads.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "json/json.h"
+
+namespace tovra::json {
+
+// Appends `text` as a JSON string, quoted, with the escapes that JSON demands and no others.
+// REQUIRES: text is valid UTF-8.
+void appendString(std::string& out, std::string_view text);
+
+// The shortest JSON number that reads back as the same double. REQUIRES: value is finite.
+[[nodiscard]] std::string numberText(double value);
+
+// Appends `value` without blanks. Numbers keep their text; of members with the same name only the
+// last is written; the members of an object are in ascending order of their names' bytes.
+// REQUIRES: value.exists().
+void appendCompact(std::string& out, Value value);
+
+// One change to a document, made while it is written.
+struct Edit {
+    // An array, to which `value` is appended, or an object, in which it becomes the member of that
+    // name in place of any there was.
+    Value target;
+    std::string name;   // of the member; without meaning for an array
+    std::string value;  // JSON text of any kind of value
+};
+
+// Takes a text piece by piece.
+using Sink = std::function<void(std::string_view)>;
+
+// Writes the whole document with `edit` made, pretty-printed: one element or member a line, two
+// blanks for each level, otherwise like appendCompact; a line feed ends it. The sink may throw.
+void writePretty(const Document& document, const Edit& edit, const Sink& sink);
+
+}  // namespace tovra::json

@@ -1,0 +1,42 @@
+#include "platform/signals.h"
+
+#include <initializer_list>
+
+namespace tovra {
+namespace {
+
+sigset_t endSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    for (const int signal : {SIGINT, SIGHUP}) {
+        struct sigaction action {};
+        if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
+            sigaddset(&signals, signal);
+        }
+    }
+    return signals;
+}
+
+}  // namespace
+
+void holdEndSignals() {
+    const sigset_t signals = endSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
+void awaitEndSignal() {
+    const sigset_t signals = endSignals();
+    int signal = 0;
+    while (sigwait(&signals, &signal) != 0) {
+    }
+}
+
+SignalHold::SignalHold() {
+    const sigset_t signals = endSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, &before_);
+}
+
+SignalHold::~SignalHold() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+
+}  // namespace tovra

@@ -1,0 +1,55 @@
+#include "support/loopback_client.h"
+
+#include <netinet/in.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <array>
+#include <tuple>
+
+namespace tovra::support {
+
+LoopbackClient::LoopbackClient(std::uint16_t port) : socket_(::socket(AF_INET, SOCK_STREAM, 0)) {
+    ::signal(SIGPIPE, SIG_IGN);
+    const timeval patience{30, 0};
+    ::setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    ::setsockopt(socket_, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    std::ignore = ::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+}
+
+LoopbackClient::~LoopbackClient() { ::close(socket_); }
+
+const LoopbackClient& LoopbackClient::send(std::string_view bytes) const {
+    ::send(socket_, bytes.data(), bytes.size(), 0);
+    return *this;
+}
+
+const LoopbackClient& LoopbackClient::endSending() const {
+    ::shutdown(socket_, SHUT_WR);
+    return *this;
+}
+
+std::optional<std::string> LoopbackClient::receive() const {
+    std::string received;
+    std::array<char, 16384> chunk{};
+    while (true) {
+        const ssize_t size = ::recv(socket_, chunk.data(), chunk.size(), 0);
+        if (size == 0) return received;
+        if (size < 0) return std::nullopt;
+        received.append(chunk.data(), static_cast<std::size_t>(size));
+    }
+}
+
+bool LoopbackClient::answersWithin(int milliseconds) const {
+    pollfd waiting{socket_, POLLIN, 0};
+    return ::poll(&waiting, 1, milliseconds) == 1;
+}
+
+}  // namespace tovra::support

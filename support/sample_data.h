@@ -1,0 +1,28 @@
+// A data file as a person could have it after some years: accounts in several currencies, everyday
+// expenses, salaries, transfers and splits, budgets and goals, and members that only the finance
+// application knows. Its dates end today, and the current month is well filled.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace tovra::support {
+
+struct SampleOptions {
+    std::size_t transactions = 5000;
+    std::size_t accounts = 8;
+    std::size_t budgets = 12;
+    std::chrono::sys_days today;
+    std::uint64_t seed = 1;
+};
+
+// The day that the local clock shows now.
+[[nodiscard]] std::chrono::sys_days today();
+
+// The bytes of the file, about 460 for each transaction: JSON, indented, with the keys of every
+// object sorted. Equal options give equal bytes.
+[[nodiscard]] std::string sampleData(const SampleOptions& options);
+
+}  // namespace tovra::support

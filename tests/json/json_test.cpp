@@ -1,0 +1,52 @@
+#include "json/json.h"
+
+#include "json/write.h"
+#include "tests/support/table.h"
+
+namespace tovra::json {
+namespace {
+
+using test::Row;
+
+// The text parsed and written again; "refused" when it is no JSON.
+std::string rewritten(std::string_view text) {
+    const auto document = parse(text);
+    if (!document) return "refused";
+    std::string written;
+    appendCompact(written, document->root());
+    return written;
+}
+
+std::string written(const Row& row) {
+    const std::string& text = row[1];
+    const std::string result = rewritten(text);
+    EXPECT_EQ(rewritten(result), result);
+    for (std::size_t size = 0; result != "refused" && size < text.size(); ++size) {
+        EXPECT_EQ(rewritten(text.substr(0, size)), "refused") << size << " bytes";
+    }
+    return result;
+}
+
+std::string repeated(const Row& row) {
+    std::string text;
+    for (std::size_t i = 1; i + 2 < row.size(); i += 2) {
+        for (int times = std::stoi(row[i]); times > 0; --times) text += row[i + 1];
+    }
+    const std::string result = rewritten(text);
+    std::erase_if(text, [](char c) { return c == ' ' || ('\t' <= c && c <= '\r'); });
+    return result == text ? "kept" : result.substr(0, 60);
+}
+
+std::string number(const Row& row) {
+    const Document document = *parse(row[1]);
+    EXPECT_EQ(document.root().member(row[2]).number(), std::strtod(row.at(3).c_str(), nullptr));
+    return row.at(3);
+}
+
+TEST(Json, IsReadAndWrittenAsTheTableSays) {
+    test::expectTable("json/golden/json.txt",
+                      {{"written", written}, {"repeated", repeated}, {"number", number}});
+}
+
+}  // namespace
+}  // namespace tovra::json
