@@ -38,8 +38,9 @@ void parseIntoNewMemory(benchmark::State& state) {
 void parseByLibraryIntoKeptMemory(benchmark::State& state) {
     const simdjson::padded_string text(textOf(state.range(0)));
     simdjson::dom::parser parser;
-    for ([[maybe_unused]] const auto _ : state)
+    for ([[maybe_unused]] const auto _ : state) {
         benchmark::DoNotOptimize(parser.parse(text).error());
+    }
     countBytes(state, text.size());
 }
 

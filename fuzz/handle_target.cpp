@@ -36,7 +36,7 @@ void checkResponse(json::Value message, const std::optional<std::string>& respon
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const tovra::fuzz::DataFile file(kData);
+    static const tovra::fuzz::FuzzedFile file(kData);
     const auto message = json::parse(tovra::fuzz::textOf(data, size));
     if (!message || !message->root().is(json::Kind::object)) return 0;
     checkResponse(message->root(), tovra::handle(message->root(), true));

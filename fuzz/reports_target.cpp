@@ -16,8 +16,8 @@ using tovra::Instant;
 
 constexpr Instant kNow = 1791200000;  // in October 2026
 
-const tovra::fuzz::DataFile& file() {
-    static const tovra::fuzz::DataFile file("{}");
+const tovra::fuzz::FuzzedFile& file() {
+    static const tovra::fuzz::FuzzedFile file("{}");
     return file;
 }
 

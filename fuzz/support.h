@@ -74,9 +74,9 @@ inline bool same(json::Value a, json::Value b) {
 }
 
 // The data file that a target works on: in a temporary folder, named by TOVRA_DATA_FILE.
-class DataFile {
+class FuzzedFile {
   public:
-    explicit DataFile(std::string_view bytes) : file_(bytes) {}
+    explicit FuzzedFile(std::string_view bytes) : file_(bytes) {}
 
     void write(std::string_view bytes) const { test::writeFile(file_.path(), bytes); }
     [[nodiscard]] std::string bytes() const { return test::fileBytes(file_.path()); }
@@ -99,7 +99,7 @@ class DataFile {
 
   private:
     test::EnvironmentScope timeZone_{"TZ", "Europe/Berlin"};
-    test::DataFile file_;
+    test::DataFileScope file_;
 };
 
 }  // namespace tovra::fuzz

@@ -62,8 +62,9 @@ class Budget {
   private:
     bool take(std::int64_t size) {
         std::int64_t left = left_.load();
-        while (left >= size)
+        while (left >= size) {
             if (left_.compare_exchange_weak(left, left - size)) return true;
+        }
         return false;
     }
 
@@ -104,7 +105,7 @@ class RequestExchange : public Exchange {
         std::unique_lock<std::mutex> turn;
         if (buffer_.size() > kLargeMessage) turn = std::unique_lock(service_->largeMessages);
         std::string response = refused_ ? httpResponse("400 Bad Request", std::nullopt, "")
-                                        : reader_.answer(received(), service_->handle);
+                                        : reader_.processRequest(received(), service_->handle);
         std::vector<char>().swap(buffer_);
         // A client that is slow to take it must not make the server hold more than it may.
         share_.changeTo(beyondAllowance(response.size()));

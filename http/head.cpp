@@ -21,14 +21,16 @@ constexpr std::array<std::string_view, 18> kBlanks = {
 // The number of bytes of the blank at the start or end of a text, 0 where there is none. In valid
 // UTF-8 the bytes of a blank are never a part of another character.
 std::size_t leadingBlank(std::string_view text) {
-    for (const std::string_view blank : kBlanks)
+    for (const std::string_view blank : kBlanks) {
         if (text.starts_with(blank)) return blank.size();
+    }
     return 0;
 }
 
 std::size_t trailingBlank(std::string_view text) {
-    for (const std::string_view blank : kBlanks)
+    for (const std::string_view blank : kBlanks) {
         if (text.ends_with(blank)) return blank.size();
+    }
     return 0;
 }
 
@@ -68,12 +70,13 @@ void readField(std::string_view line, Head& head) {
     if (colon == std::string_view::npos) return;
     const std::string_view name = trimmed(line.substr(0, colon));
     const std::string_view value = line.substr(colon + 1);
-    if (equalsIgnoringCase(name, "content-length"))
+    if (equalsIgnoringCase(name, "content-length")) {
         head.contentLength = parseLength(trimmed(value));
-    else if (equalsIgnoringCase(name, "authorization"))
+    } else if (equalsIgnoringCase(name, "authorization")) {
         head.authorization = trimmed(value);
-    else if (equalsIgnoringCase(name, "origin"))
+    } else if (equalsIgnoringCase(name, "origin")) {
         head.origin = trimmed(value);
+    }
 }
 
 }  // namespace

@@ -33,8 +33,9 @@ bool isAuthorized(const std::optional<std::string_view>& authorization, std::str
 
 std::string respondToMessage(std::string_view body, const Handler& handle) {
     const std::optional<json::Document> message = json::parse(body);
-    if (!message || !message->root().is(json::Kind::object))
+    if (!message || !message->root().is(json::Kind::object)) {
         return httpResponse("400 Bad Request", kJson, R"({"error":"invalid json"})");
+    }
     const std::optional<std::string> response = handle(message->root());
     if (!response) return httpResponse("202 Accepted", std::nullopt, "");
     return httpResponse("200 OK", kJson, *response);
@@ -85,7 +86,7 @@ RequestReader::Verdict RequestReader::verdictOnMethod(std::string_view method) {
     return Verdict::otherMethod;
 }
 
-std::string RequestReader::answer(std::string_view received, const Handler& handle) const {
+std::string RequestReader::processRequest(std::string_view received, const Handler& handle) const {
     switch (*verdict_) {
         case Verdict::post:
             return respondToMessage(received.substr(bodyStart_, size_ - bodyStart_), handle);
@@ -104,14 +105,6 @@ std::string RequestReader::answer(std::string_view received, const Handler& hand
             break;
     }
     return httpResponse("400 Bad Request", std::nullopt, "");
-}
-
-std::optional<std::string> processRequest(std::string_view received,
-                                          const std::optional<std::string>& token,
-                                          const Handler& handle) {
-    RequestReader reader(token ? std::string_view(*token) : std::string_view());
-    if (!reader.examine(received)) return std::nullopt;
-    return reader.answer(received, handle);
 }
 
 std::string httpResponse(std::string_view status, std::optional<std::string_view> contentType,

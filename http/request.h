@@ -44,7 +44,8 @@ class RequestReader {
 
     // The response, whole. Calls `handle` where the request carries a message.
     // REQUIRES: examine(received) has returned true.
-    [[nodiscard]] std::string answer(std::string_view received, const Handler& handle) const;
+    [[nodiscard]] std::string processRequest(std::string_view received,
+                                             const Handler& handle) const;
 
   private:
     // Which answer it will be; settled by the head.
@@ -61,11 +62,6 @@ class RequestReader {
     std::size_t bodyStart_ = 0;
     std::size_t size_ = 0;  // bytes that must be there before the answer is given
 };
-
-// The response to the request that `received` begins with; nothing while that is incomplete.
-[[nodiscard]] std::optional<std::string> processRequest(std::string_view received,
-                                                        const std::optional<std::string>& token,
-                                                        const Handler& handle);
 
 // A whole response that closes the connection; `status` is like "200 OK".
 [[nodiscard]] std::string httpResponse(std::string_view status,

@@ -177,8 +177,9 @@ class Connection : public std::enable_shared_from_this<Connection> {
     }
 
     void received(std::size_t size) {
-        if (exchange_->receive({chunk_.data(), size}) == Exchange::Progress::needMore)
+        if (exchange_->receive({chunk_.data(), size}) == Exchange::Progress::needMore) {
             return readMore();
+        }
         deadline_ = Clock::time_point::max();
         if (Threads::Turn turn = threads_.takeTurn()) {
             call();

@@ -1,6 +1,5 @@
 #include "server/catalogue.h"
 
-#include <algorithm>
 #include <array>
 
 #include "tools/tools.h"
@@ -8,14 +7,12 @@
 namespace tovra {
 namespace {
 
-constexpr std::array<std::string_view, 2> writeTools = {"add_transaction", "add_to_goal"};
-
 constexpr std::string_view kNoArguments =
     R"json({"type":"object","properties":{},"additionalProperties":false})json";
 
 constexpr std::array<ToolDefinition, 7> kTools = {{
     {"get_overview", "Net worth, account balances, and this month's income/spending/net.",
-     kNoArguments, [](json::Value) { return toolOverview(); }},
+     kNoArguments, Access::reads, [](json::Value) { return toolOverview(); }},
 
     {"list_transactions", "Recent transactions, newest first. Optional filters.",
      R"json({"type":"object","properties":{)json"
@@ -24,16 +21,16 @@ constexpr std::array<ToolDefinition, 7> kTools = {{
      R"json("search":{"type":"string","description":"match payee or category"},)json"
      R"json("days":{"type":"number","description":"only the last N days"}},)json"
      R"json("additionalProperties":false})json",
-     [](json::Value arguments) { return toolListTransactions(arguments); }},
+     Access::reads, [](json::Value arguments) { return toolListTransactions(arguments); }},
 
     {"spending_by_category", "Total expense per category over the last N days (default 30).",
      R"json({"type":"object","properties":{"days":{"type":"number"}},"additionalProperties":false})json",
-     [](json::Value arguments) { return toolSpendingByCategory(arguments); }},
+     Access::reads, [](json::Value arguments) { return toolSpendingByCategory(arguments); }},
 
     {"list_budgets", "This month's budgets with amount spent and remaining.", kNoArguments,
-     [](json::Value) { return toolListBudgets(); }},
+     Access::reads, [](json::Value) { return toolListBudgets(); }},
 
-    {"list_goals", "Savings goals with progress.", kNoArguments,
+    {"list_goals", "Savings goals with progress.", kNoArguments, Access::reads,
      [](json::Value) { return toolListGoals(); }},
 
     {"add_transaction", "Log a new transaction into Tovra.",
@@ -47,20 +44,16 @@ constexpr std::array<ToolDefinition, 7> kTools = {{
      R"json("note":{"type":"string"},)json"
      R"json("account":{"type":"string","description":"wallet name to attach to (optional)"}},)json"
      R"json("required":["amount"],"additionalProperties":false})json",
-     [](json::Value arguments) { return toolAddTransaction(arguments); }},
+     Access::writes, [](json::Value arguments) { return toolAddTransaction(arguments); }},
 
     {"add_to_goal", "Add money to a savings goal by name.",
      R"json({"type":"object","properties":{"goal":{"type":"string"},"amount":{"type":"number"}},)json"
      R"json("required":["goal","amount"],"additionalProperties":false})json",
-     [](json::Value arguments) { return toolAddToGoal(arguments); }},
+     Access::writes, [](json::Value arguments) { return toolAddToGoal(arguments); }},
 }};
 
 }  // namespace
 
 std::span<const ToolDefinition> tools() { return kTools; }
-
-bool isWriteTool(std::string_view name) {
-    return std::find(writeTools.begin(), writeTools.end(), name) != writeTools.end();
-}
 
 }  // namespace tovra

@@ -9,10 +9,14 @@
 
 namespace tovra {
 
+// What a tool does to the data file. Read-only mode offers and runs those alone that only read it.
+enum class Access : bool { writes, reads };
+
 struct ToolDefinition {
     std::string_view name;
     std::string_view description;
     std::string_view inputSchema;  // JSON text; advertised only, nothing enforces it
+    Access access;
     // Takes the call's arguments (an object, or absent for an empty one) and returns the text to
     // show. The recording tools throw RecordingError when nothing could be recorded.
     std::string (*operation)(json::Value arguments);
@@ -21,7 +25,9 @@ struct ToolDefinition {
 // The seven definitions, in the order in which they are listed.
 [[nodiscard]] std::span<const ToolDefinition> tools();
 
-// Whether the name is one of those that read-only mode refuses.
-[[nodiscard]] bool isWriteTool(std::string_view name);
+// Whether a server in that mode offers the tool.
+[[nodiscard]] inline bool isOffered(const ToolDefinition& tool, bool readOnly) {
+    return !readOnly || tool.access == Access::reads;
+}
 
 }  // namespace tovra

@@ -23,7 +23,7 @@ std::string initializeResult(json::Value params) {
 std::string toolsListResult(bool readOnly) {
     std::string result = R"({"tools":[)";
     for (const ToolDefinition& tool : tools()) {
-        if (readOnly && isWriteTool(tool.name)) continue;
+        if (!isOffered(tool, readOnly)) continue;
         if (!result.ends_with('[')) result += ',';
         result += R"({"name":)";
         json::appendString(result, tool.name);

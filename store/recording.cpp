@@ -51,7 +51,7 @@ fs::path directoryOf(const fs::path& file) {
 // The file as it was read, and what a recording makes of it.
 struct Loaded {
     std::optional<FileVersion> version;
-    DataFile file;
+    DataSnapshot data;
 };
 
 json::Document emptyObject() { return std::move(*json::parse("{}")); }
@@ -63,15 +63,15 @@ Loaded loadOnce(const fs::path& path) {
     Loaded loaded{std::move(version), {path, emptyObject(), {}}};
     if (!loaded.version) {
         if (error != std::errc::no_such_file_or_directory) {
-            loaded.file.problem = "The data file could not be read: " + error.message();
+            loaded.data.problem = "The data file could not be read: " + error.message();
         }
         return loaded;
     }
     auto document = json::parse(loaded.version->text());
     if (document && document->root().is(json::Kind::object)) {
-        loaded.file.document = std::move(*document);
+        loaded.data.document = std::move(*document);
     } else {
-        loaded.file.problem = "The data file does not hold a JSON object";
+        loaded.data.problem = "The data file does not hold a JSON object";
     }
     return loaded;
 }
@@ -83,7 +83,7 @@ Loaded load(const fs::path& path) {
     constexpr std::chrono::milliseconds kPause(50);
     for (int i = 1; i < kTries; ++i) {
         Loaded loaded = loadOnce(path);
-        if (!loaded.file.problem) return loaded;
+        if (!loaded.data.problem) return loaded;
         std::this_thread::sleep_for(kPause);
     }
     return loadOnce(path);
@@ -98,7 +98,7 @@ std::optional<DirectoryLock> lockDirectory(const fs::path& directory,
 }
 
 // One attempt, under the lock: nothing comes back when another writer was quicker.
-std::optional<std::string> attempt(const std::function<Change(const DataFile&)>& change,
+std::optional<std::string> attempt(const std::function<Change(const DataSnapshot&)>& change,
                                    const fs::path& path, const std::function<bool()>& mayWait,
                                    FileSystem& system) {
     std::optional<DirectoryLock> lock;
@@ -109,7 +109,7 @@ std::optional<std::string> attempt(const std::function<Change(const DataFile&)>&
         noLock = std::current_exception();
     }
     const Loaded loaded = load(path);
-    const Change made = change(loaded.file);
+    const Change made = change(loaded.data);
     if (!made.edit) return made.text;
     if (noLock) std::rethrow_exception(noLock);
     if (!lock) {
@@ -119,9 +119,9 @@ std::optional<std::string> attempt(const std::function<Change(const DataFile&)>&
     const FileVersion* before = loaded.version ? &*loaded.version : nullptr;
     const auto writeBytes = [&](const json::Sink& sink) {
         std::size_t size = 0;
-        json::writePretty(loaded.file.document, *made.edit, [&](std::string_view bytes) {
+        json::writePretty(loaded.data.document, *made.edit, [&](std::string_view bytes) {
             size += bytes.size();
-            if (size > json::kMaxSize) loaded.file.refuse("The data file would be too large");
+            if (size > json::kMaxSize) loaded.data.refuse("The data file would be too large");
             sink(bytes);
         });
     };
@@ -146,7 +146,8 @@ std::string readable(const fs::path& path) {
 RecordingError::RecordingError(const std::string& problem, const fs::path& file)
     : std::runtime_error(problem + " (" + readable(file) + "). Nothing was changed.") {}
 
-std::string record(const std::function<Change(const DataFile&)>& change, FileSystem& system) {
+std::string changeDataFile(const std::function<Change(const DataSnapshot&)>& change,
+                           FileSystem& system) {
     constexpr int kMostTries = 16;
     constexpr std::chrono::seconds kLongestWait(10);
     // Counted from here, so that those in line behind one that waits in vain do not each wait as

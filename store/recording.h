@@ -25,14 +25,14 @@ class RecordingError : public std::runtime_error {
 };
 
 // The data file as a recording finds it.
-struct DataFile {
+struct DataSnapshot {
     std::filesystem::path path;
     // An object, empty where there is no file or the file is unusable.
     json::Document document;
     // What is wrong with a file that exists and cannot be read, or holds no JSON object.
     std::optional<std::string> problem;
 
-    [[nodiscard]] json::Value data() const { return document.root(); }
+    [[nodiscard]] json::Value root() const { return document.root(); }
     // Throws RecordingError.
     [[noreturn]] void refuse(const std::string& reason) const {
         throw RecordingError(reason, path);
@@ -52,8 +52,8 @@ struct Change {
 // Throws RecordingError when the file cannot be saved, when another program locks its folder for
 // ten seconds, or when other writers were quicker sixteen times in a row. While a save is under way
 // SIGTERM, SIGINT and SIGHUP wait for it, where they would end the calling thread's process.
-[[nodiscard]] std::string record(const std::function<Change(const DataFile&)>& change,
-                                 FileSystem& system = FileSystem::system());
+[[nodiscard]] std::string changeDataFile(const std::function<Change(const DataSnapshot&)>& change,
+                                         FileSystem& system = FileSystem::system());
 
 // Returns when no recording is under way in this process, and lets none begin any more: for a
 // process that is about to end.

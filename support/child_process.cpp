@@ -47,8 +47,9 @@ pid_t start(const std::vector<std::string>& command, const std::vector<std::stri
     arguments.push_back(nullptr);
     // Of two variables with the same name the first one counts.
     auto variables = pointers(environment);
-    for (char** variable = environ; *variable != nullptr; ++variable)
+    for (char** variable = environ; *variable != nullptr; ++variable) {
         variables.push_back(*variable);
+    }
     variables.push_back(nullptr);
 
     pid_t id = -1;

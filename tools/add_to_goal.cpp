@@ -25,13 +25,13 @@ std::string toolAddToGoal(json::Value arguments) {
     const double amount = numberField(arguments, "amount");
     if (!(amount > 0)) return "Error: amount must be greater than zero.";
 
-    return record([&](const DataFile& file) -> Change {
-        const json::Value goal = findGoal(file.data(), name);
+    return changeDataFile([&](const DataSnapshot& snapshot) -> Change {
+        const json::Value goal = findGoal(snapshot.root(), name);
         if (!goal.exists()) {
             return {{}, "Error: no goal named \"" + name + "\". Use list_goals to see goals."};
         }
         const double total = numberField(goal, "saved") + amount;
-        if (!std::isfinite(total)) file.refuse("The new total is too large to be recorded");
+        if (!std::isfinite(total)) snapshot.refuse("The new total is too large to be recorded");
 
         const std::string_view currency = stringField(goal, "currency");
         std::string text = "Added " + moneyText(currency, amount) + " to \"";

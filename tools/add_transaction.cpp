@@ -77,11 +77,11 @@ std::string recordText(const NewTransaction& transaction, std::string_view curre
     return text + ",\"amount\":" + json::numberText(transaction.amount) + "}";
 }
 
-json::Edit appendRecord(const DataFile& file, const std::string& record) {
-    const json::Value transactions = file.data().member("transactions");
-    if (!transactions.exists()) return {file.data(), "transactions", "[" + record + "]"};
+json::Edit appendRecord(const DataSnapshot& snapshot, const std::string& record) {
+    const json::Value transactions = snapshot.root().member("transactions");
+    if (!transactions.exists()) return {snapshot.root(), "transactions", "[" + record + "]"};
     if (!transactions.isArrayOfObjects()) {
-        file.refuse("The member \"transactions\" of the data file is not a list of objects");
+        snapshot.refuse("The member \"transactions\" of the data file is not a list of objects");
     }
     return {transactions, "", record};
 }
@@ -92,12 +92,14 @@ std::string toolAddTransaction(json::Value arguments, Instant now) {
     const NewTransaction transaction = readArguments(arguments, now);
     if (!(transaction.amount > 0)) return "Error: amount must be greater than zero.";
 
-    return record([&](const DataFile& file) -> Change {
-        if (file.problem) file.refuse(*file.problem);
-        if (std::isinf(transaction.amount)) file.refuse("The amount is too large to be recorded");
+    return changeDataFile([&](const DataSnapshot& snapshot) -> Change {
+        if (snapshot.problem) snapshot.refuse(*snapshot.problem);
+        if (std::isinf(transaction.amount)) {
+            snapshot.refuse("The amount is too large to be recorded");
+        }
         const std::string_view currency =
-            transaction.currency.empty() ? baseCurrency(file.data()) : transaction.currency;
-        const json::Value account = findAccount(file.data(), transaction.account);
+            transaction.currency.empty() ? baseCurrency(snapshot.root()) : transaction.currency;
+        const json::Value account = findAccount(snapshot.root(), transaction.account);
 
         std::string text = "Added: ";
         text += transaction.type == "Expense" ? "−" : "+";
@@ -106,7 +108,8 @@ std::string toolAddTransaction(json::Value arguments, Instant now) {
         text += " [";
         text += transaction.category;
         text += "]. Reopen or refresh Tovra to see it.";
-        return {appendRecord(file, recordText(transaction, currency, account)), std::move(text)};
+        return {appendRecord(snapshot, recordText(transaction, currency, account)),
+                std::move(text)};
     });
 }
 

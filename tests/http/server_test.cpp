@@ -51,8 +51,9 @@ class ServerTest : public testing::Test {
 TEST_F(ServerTest, AnswersHoweverTheRequestComesWhileOthersTakeLong) {
     const Client slow[] = {connect(), connect()};
     for (const Client& client : slow) client.send(call("wait"));
-    for (const std::string& request : {kPing, kLargePing, kPing + kLargePing})
+    for (const std::string& request : {kPing, kLargePing, kPing + kLargePing}) {
         EXPECT_EQ(ask(request), kPong) << request.size() << " bytes";
+    }
     const Client bytewise = connect();
     for (const char& byte : kPing) bytewise.send({&byte, 1});
     EXPECT_EQ(bytewise.endSending().receive(), kPong);
@@ -100,10 +101,11 @@ TEST_F(ServerTest, OutlivesALackOfDescriptorsAndCausesNone) {
     EXPECT_EQ(client.receive(), kPong);
 
     std::future<void> clients[8];
-    for (std::future<void>& each : clients)
+    for (std::future<void>& each : clients) {
         each = std::async(std::launch::async, [this] {
             for (int i = 0; i < 50; ++i) EXPECT_EQ(ask(kPing), kPong);
         });
+    }
     for (int i = 0; i < 300; ++i) EXPECT_EQ(connect().send("POST").endSending().receive(), "");
 }
 

@@ -15,7 +15,7 @@ std::string answer(json::Value message, bool readOnly) {
 
 TEST(Handle, AnswersMessagesAsWritten) {
     const json::Document golden = test::golden("server/golden/messages.json");
-    const test::DataFile data(R"({"goals":[{}]})");
+    const test::DataFileScope data(R"({"goals":[{}]})");
     for (const std::string mode : {"recording", "read-only"}) {
         for (const json::Value exchange : test::each(golden.root(), mode)) {
             const json::Children both = exchange.children();

@@ -16,8 +16,9 @@ namespace {
     ::alarm(60);
     if (::fork() == 0) {
         std::string refusal;
-        for (int i = 0; i < 3000 && refusal.empty(); ++i, ::usleep(10'000))
+        for (int i = 0; i < 3000 && refusal.empty(); ++i, ::usleep(10'000)) {
             refusal = support::LoopbackClient(port).send("\r\n\r\n").receive().value_or("");
+        }
         std::fputs(refusal.substr(0, 12).c_str(), stderr);
         support::LoopbackClient(port).send(
             "POST\r\nAuthorization: Bearer secret\r\nContent-Length: 2\r\n\r\n{}");
@@ -41,9 +42,10 @@ TEST(RunHTTP, SaysWhereItListensAndEndsOnASignalWhateverItIsDoing) {
     const std::tuple<int, const char*, const char*> cases[] = {
         {SIGTERM, "", " (no token \u2014 keep on a private network!)\nHTTP/1.1 405, before exit\n"},
         {SIGINT, "secret", " (token required)\nHTTP/1.1 401, before exit\n"}};
-    for (const auto& [signal, token, ending] : cases)
+    for (const auto& [signal, token, ending] : cases) {
         EXPECT_EXIT(serve(port, token, signal), testing::ExitedWithCode(0),
                     testing::Eq("Tovra MCP HTTP listening on 127.0.0.1:" + number + ending));
+    }
 }
 
 }  // namespace

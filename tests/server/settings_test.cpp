@@ -19,8 +19,9 @@ TEST(Settings, ComeFromTheCommandLineAndTheEnvironment) {
     const auto golden = json::parse(test::fileBytes(TOVRA_TESTS "/server/golden/settings.json"));
     for (const json::Value each : golden.value().root().children()) {
         std::vector<std::string_view> arguments;
-        for (const json::Value argument : each.member("arguments").children())
+        for (const json::Value argument : each.member("arguments").children()) {
             arguments.push_back(argument.string().value());
+        }
         const std::optional<std::string> token(each.member("token").string());
         EXPECT_EQ(meaning(readSettings(arguments, token)), each.member("means").string())
             << testing::PrintToString(arguments);

@@ -11,20 +11,22 @@ namespace {
 TEST(Stdio, AnswersEachMessageInItsOrderAndPassesOverTheRest) {
     const auto golden = json::parse(test::fileBytes(TOVRA_TESTS "/server/golden/lines.json"));
     support::ChildProcess server({TOVRA_SERVER}, {});
-    for (const json::Value each : golden.value().root().children())
+    for (const json::Value each : golden.value().root().children()) {
         server.sendBytes(each.member("input").string().value());
+    }
     server.sendBytes(std::string(5000000, '\xFF') + "\n" + std::string(5000000, ' ') +
                      R"({"method":"ping","id":"x"})");
     EXPECT_EQ(server.finish(), 0);
-    for (const json::Value each : golden->root().children())
+    for (const json::Value each : golden->root().children()) {
         EXPECT_EQ(server.receive(), each.member("answer").string())
             << testing::PrintToString(*each.member("input").string());
+    }
     EXPECT_EQ(server.receive(), R"({"jsonrpc":"2.0","id":"x","result":{}})");
     EXPECT_EQ(server.receive(), std::nullopt);
 }
 
 TEST(Stdio, AnswersAtOnceFromTheFileAsItIsNowUntilNobodyReads) {
-    const test::DataFile data("");
+    const test::DataFileScope data("");
     support::ChildProcess server({TOVRA_SERVER, "--read-only"}, {});
     const auto goals = [&](const char* content) {
         test::writeFile(data.path(), content);

@@ -63,19 +63,21 @@ Hook before(std::string_view name, const std::function<void()>& action) {
     };
 }
 
-Change setMember(const DataFile& file) { return {json::Edit{file.data(), "mine", "7"}, "done"}; }
+Change setMember(const DataSnapshot& snapshot) {
+    return {json::Edit{snapshot.root(), "mine", "7"}, "done"};
+}
 
 // Why nothing was recorded; "done" when it was.
 std::string outcome(const Hook& hook = [](auto) { return 0; }) {
     HookedSystem system(hook);
     try {
-        return record(setMember, system);
+        return changeDataFile(setMember, system);
     } catch (const RecordingError& error) {
         return error.what();
     }
 }
 
-std::string failure(const std::string& reason, const test::DataFile& file) {
+std::string failure(const std::string& reason, const test::DataFileScope& file) {
     return "The data file could not be saved: " + reason + " (" + file.path().string() +
            "). Nothing was changed.";
 }
@@ -93,7 +95,7 @@ void expectContent(const fs::path& path, const std::string& content) {
 }
 
 TEST(Recording, KeepsEveryByteThatItDoesNotChange) {
-    const test::DataFile file(kOddities);
+    const test::DataFileScope file(kOddities);
     EXPECT_EQ(outcome(), "done");
     expectContent(file.path(), test::fileBytes(TOVRA_TESTS "/store/golden/oddities_saved.json"));
 }
@@ -121,7 +123,7 @@ TEST(Recording, ChangesNothingWhateverCallOfASaveFails) {
         const std::string content = exists ? kOddities : "";
         int failures = 0;
         for (; failures < 100; ++failures) {
-            const test::DataFile file(content);
+            const test::DataFileScope file(content);
             if (!exists) fs::remove(file.path());
             const auto hook = [left = failures, can = canExchange](std::string_view call) mutable {
                 if (call == "exchange" && !can) return ENOTSUP;
@@ -145,7 +147,7 @@ void intrude(const fs::path& target, const std::string& content) {
 TEST(Recording, NeverUndoesAVersionThatSlipsInAtTheLastMoment) {
     for (int left : {1, 2, 3, 7}) {
         SCOPED_TRACE(left);
-        const test::DataFile file(kOddities);
+        const test::DataFileScope file(kOddities);
         const auto slipIn = [&] {
             // Whoever asks for the lock has to wait.
             EXPECT_ANY_THROW(DirectoryLock(file.path().parent_path(), [] { return false; }));
@@ -157,7 +159,7 @@ TEST(Recording, NeverUndoesAVersionThatSlipsInAtTheLastMoment) {
 }
 
 TEST(Recording, IsRefusedWhenTheFileChangesAtEveryTryOrItsFolderVanishes) {
-    const test::DataFile file(kOddities);
+    const test::DataFileScope file(kOddities);
     const fs::path home = file.path().parent_path(), moved = home.string() + "-moved";
     EXPECT_EQ(outcome(before("create", [&] { intrude(file.path(), R"({"theirs":1})"); })),
               failure("other programs keep changing it", file));
@@ -175,7 +177,7 @@ constexpr const char* kAddToGoal =
 
 TEST(Recording, IsRefusedWhereTheSystemRefuses) {
     const std::string content = "{\"name\":\"" + std::string(2000, 'x') + "\"}";
-    const test::DataFile file(content);
+    const test::DataFileScope file(content);
     // With room for 512 or 1024 bytes in every file.
     ChildProcess server({"/bin/sh", "-c", "ulimit -f 1; exec \"$0\"", TOVRA_SERVER}, {});
     server.send(kAddTransaction);
@@ -209,7 +211,7 @@ std::size_t transactionsIn(const fs::path& path) {
 
 TEST(Recording, LosesNothingBetweenSeveralServers) {
     constexpr int kRecords = 40;
-    const test::DataFile file(R"({"goals":[{}]})");
+    const test::DataFileScope file(R"({"goals":[{}]})");
     ChildProcess servers[] = {{{TOVRA_SERVER}, {}}, {{TOVRA_SERVER}, {}}, {{TOVRA_SERVER}, {}}};
     for (ChildProcess& server : servers) {
         for (int n = 0; n < kRecords; ++n) server.send(kAddTransaction), server.send(kAddToGoal);
@@ -229,7 +231,7 @@ TEST(Recording, LosesNothingBetweenSeveralServers) {
 // A program that knows no locks saves a counter by renaming, as fast as it can.
 TEST(Recording, UndoesNoChangeOfAnOutsideWriter) {
     constexpr int kSaves = 400;
-    const test::DataFile file(R"({"counter":0})");
+    const test::DataFileScope file(R"({"counter":0})");
     const auto counter = [&] { return mustParse(file.path()).root().member("counter").number(); };
     std::atomic<bool> done = false;
     // What it records is refused where the other one is quicker each time.
@@ -248,7 +250,7 @@ TEST(Recording, UndoesNoChangeOfAnOutsideWriter) {
 }
 
 TEST(Recording, SurvivesBeingKilledAtAnyMoment) {
-    const test::DataFile file("{}");
+    const test::DataFileScope file("{}");
     std::size_t confirmed = 0;
     for (int round = 0; round < 12; ++round) {
         ChildProcess server({TOVRA_SERVER}, {});

@@ -65,9 +65,9 @@ inline std::string fileBytes(const std::filesystem::path& path) {
 }
 
 // A data file with that content, which TOVRA_DATA_FILE names meanwhile.
-class DataFile {
+class DataFileScope {
   public:
-    explicit DataFile(std::string_view content) { writeFile(path(), content); }
+    explicit DataFileScope(std::string_view content) { writeFile(path(), content); }
     [[nodiscard]] std::filesystem::path path() const { return folder_ / "data.json"; }
 
   private:

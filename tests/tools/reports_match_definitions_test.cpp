@@ -88,8 +88,9 @@ struct Entry {
 class Definitions {
   public:
     explicit Definitions(json::Value data) : data_(data) {
-        for (const json::Value it : objectArrayField(data, "transactions"))
+        for (const json::Value it : objectArrayField(data, "transactions")) {
             entries_.push_back({it});
+        }
     }
 
     std::string overview() const {
@@ -218,7 +219,7 @@ class Definitions {
 TEST(Reports, MatchTheirDefinitionsOnGeneratedDocuments) {
     const auto days = json::parse(R"({"days":40})"), limit = json::parse(R"({"limit":500})");
     for (unsigned seed = 1; seed <= 4; ++seed) {
-        const test::DataFile file(Generator(seed).text("document"));
+        const test::DataFileScope file(Generator(seed).text("document"));
         const json::Document data = json::parse(test::fileBytes(file.path())).value();
         for (const char* zone : {"UTC", "America/Sao_Paulo", "Pacific/Auckland"}) {
             SCOPED_TRACE(zone + (", seed " + std::to_string(seed)));

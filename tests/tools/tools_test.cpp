@@ -42,7 +42,7 @@ void check(json::Value call, json::Value arguments, json::Value content, Instant
     const bool isText = content.is(json::Kind::string);
     const std::string before = isText ? std::string(asString(content)) : test::compact(content);
     SCOPED_TRACE(testing::Message() << tool << test::compact(arguments) << " on " << before);
-    const test::DataFile file(before);
+    const test::DataFileScope file(before);
     std::string says, said = answer(tool, arguments, now) + "\n";
     for (const json::Value line : test::each(call, "says")) says.append(asString(line)) += '\n';
     const std::string path = file.path().string();
@@ -74,7 +74,7 @@ TEST(Tools, AnswerAndRecordAsWritten) {
 }
 
 TEST(Tools, RecordNothingWhereThereIsNoFolder) {
-    const test::DataFile file("{}");
+    const test::DataFileScope file("{}");
     const auto one = json::parse(R"({"amount":1})");
     for (const char* below : {"/data.json", "/\xFF"}) {
         const test::EnvironmentScope variable("TOVRA_DATA_FILE", file.path().string() + below);
