@@ -166,13 +166,15 @@ class Builder {
         token = tokens_.next();
         texts_.reserve(tokens_.size());
     }
-    void takeWindowAtEnd(Window& token) {
-        if (token.isAtEnd()) takeWindow(token);
+    // The same, where the current window has no token left. A token that begins as it is likely to
+    // begin spares the look at the window's end.
+    void takeWindowAtEnd(Window& token, char likely) {
+        if (!token.is(likely) && token.isAtEnd()) takeWindow(token);
     }
     // Leaves the current token, whose bytes are not needed any more.
-    void moveOn(Window& token) {
+    void moveOn(Window& token, char likely) {
         token.move();
-        takeWindowAtEnd(token);
+        takeWindowAtEnd(token, likely);
     }
 
     bool walk() {
@@ -185,7 +187,7 @@ class Builder {
                 if (!close(token)) return false;
                 if (open_.size() == 1) return token.isAtEnd();
             }
-            moveOn(token);
+            moveOn(token, '"');
         }
     }
 
@@ -210,9 +212,9 @@ class Builder {
         Text text;
         if (!token.is('"') || !readText(token, text)) return false;
         name = texts_.intern(text.bytes, text.escaped);
-        takeWindowAtEnd(token);
+        takeWindowAtEnd(token, ':');
         if (!token.is(':')) return false;
-        moveOn(token);
+        moveOn(token, '"');
         return true;
     }
 
@@ -220,21 +222,21 @@ class Builder {
         Text text;
         if (!readText(token, text)) return false;
         push(name, Kind::string, text.escaped, texts_.put(text.bytes), text.bytes.size());
-        takeWindowAtEnd(token);
+        takeWindowAtEnd(token, ',');
         return true;
     }
 
     bool open(Window& token, std::uint32_t name) {
         if (open_.size() > kMaxDepth) return false;
         inObject_ = token.is('{');
-        moveOn(token);
+        moveOn(token, '"');
         open_.push_back({name, inObject_ ? Kind::object : Kind::array, true, waiting_.size()});
         return true;
     }
 
     bool close(Window& token) {
         if (!token.is(inObject_ ? '}' : ']')) return false;
-        moveOn(token);
+        moveOn(token, ',');
         const Open closing = open_.back();
         const std::size_t count = waiting_.size() - closing.waitingBelow;
         const auto firstChild = static_cast<std::uint32_t>(nodes_.size());
@@ -267,27 +269,29 @@ class Builder {
         const char* quote = token.place() - 1;
         while (*quote != '"') --quote;
         text.bytes = {begin, static_cast<std::size_t>(quote - begin)};
-        return tokens_.foundBackslash() >= quote || resolveEscapes(text);
+        if (tokens_.foundBackslash() >= quote) return true;
+        const std::optional<Text> resolved = resolveEscapes(text.bytes);
+        if (resolved) text = *resolved;
+        return resolved.has_value();
     }
 
-    [[gnu::noinline]] bool resolveEscapes(Text& text) {
-        const char* in = text.bytes.data();
-        const char* end = in + text.bytes.size();
+    [[gnu::noinline]] std::optional<Text> resolveEscapes(std::string_view text) {
+        const char* in = text.data();
+        const char* end = in + text.size();
         const char* escape = tokens_.backslash(in);
-        if (escape >= end) return true;
+        if (escape >= end) return Text{text};
         // Resolved, a text is never longer.
-        if (resolved_.size() < text.bytes.size() + TextStore::kPadding) {
-            resolved_.resize(text.bytes.size() + TextStore::kPadding);
+        if (resolved_.size() < text.size() + TextStore::kPadding) {
+            resolved_.resize(text.size() + TextStore::kPadding);
         }
         char* out = resolved_.data();
         for (; escape < end; escape = tokens_.backslash(in)) {
             out = std::copy(in, escape, out);
             in = escape;
-            if (!decodeEscape(in, out)) return false;
+            if (!decodeEscape(in, out)) return std::nullopt;
         }
         out = std::copy(in, end, out);
-        text = {{resolved_.data(), static_cast<std::size_t>(out - resolved_.data())}, true};
-        return true;
+        return Text{{resolved_.data(), static_cast<std::size_t>(out - resolved_.data())}, true};
     }
 
     // A number, true, false or null. It has to reach to the next token or to a blank: what comes
@@ -319,7 +323,7 @@ class Builder {
         if (end != token.place() && !isBlank(*end)) return false;
         const std::string_view text(begin, static_cast<std::size_t>(end - begin));
         push(name, kind, false, kind == Kind::number ? texts_.put(text) : 0, text.size());
-        takeWindowAtEnd(token);
+        takeWindowAtEnd(token, ',');
         return true;
     }
 
