@@ -5,6 +5,7 @@
 #include <time.h>
 
 #include <algorithm>
+#include <cassert>
 
 namespace tovra {
 namespace {
@@ -55,6 +56,7 @@ std::optional<std::int64_t> utcOffset(std::int64_t instant) {
 }
 
 std::int64_t startOfLocalDay(std::int64_t day) {
+    assert(kFirstDay <= day && day <= kLastDay);
     const std::int64_t midnight = day * kSecondsPerDay;
     const auto offsets = offsetsNear(midnight).value_or(NearbyOffsets{0, 0});
     const std::int64_t first = midnight - std::max(offsets.before, offsets.after);

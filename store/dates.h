@@ -36,7 +36,7 @@ class DayFormatter {
     DayFormatter();
     // The first instant of that local day.
     [[nodiscard]] std::optional<Instant> parse(std::string_view text);
-    // The local day in which the instant falls. REQUIRES: an instant that came out of a text.
+    // The local day in which the instant falls. REQUIRES: a year from 1 to 9999 in UTC.
     [[nodiscard]] std::string format(Instant instant) const;
 
   private:
