@@ -1,5 +1,5 @@
-// Built on localtime_r alone. mktime is no help: its answer -1 is also an instant, and it has to
-// guess whether daylight-saving time is in force, wrongly so where midnight happens twice.
+// Built on localtime_r alone. mktime is no help: its failure, -1, is also an instant. And it
+// guesses whether daylight-saving time is in force, wrongly where midnight happens twice.
 #include "platform/local_clock.h"
 
 #include <time.h>
@@ -18,8 +18,8 @@ bool shows(std::int64_t instant, std::int64_t localTime) {
     return offset && instant + *offset == localTime;
 }
 
-// The offsets before and after a change of clocks that may lie near a local time, which are the
-// same on nearly every day of the year.
+// The offsets before and after a change of clocks near a local time. On nearly every day of the
+// year there is no such change, and they are the same.
 struct NearbyOffsets {
     std::int64_t before;
     std::int64_t after;

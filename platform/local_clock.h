@@ -26,8 +26,9 @@ void readTimeZone();
 // the C library can express.
 [[nodiscard]] std::optional<std::int64_t> utcOffset(std::int64_t instant);
 
-// The first instant of a local day. Where clocks go back over midnight that is the first of the
-// two midnights, where they skip it the end of the gap. REQUIRES: kFirstDay <= day <= kLastDay.
+// The first instant of a local day. Where clocks go back over midnight, that is the first of
+// the two midnights. Where they skip midnight, it is the end of the gap. REQUIRES: kFirstDay <= day
+// <= kLastDay.
 [[nodiscard]] std::int64_t startOfLocalDay(std::int64_t day);
 
 // An instant at which the local clock shows `localTime`. Of two such instants it is the one with

@@ -1,7 +1,7 @@
 // Dates: the two forms in which they are written, and the periods of the reports.
 //
 // An Instant is a point in time, in seconds since 1970-01-01T00:00:00Z. Every instant that comes
-// out of a text lies in the years 1 to 9999 (UTC), so it can be written again. The local time zone
+// out of a text can be written again: it lies in the years 1 to 9999 (UTC). The local time zone
 // is read at each use, never kept. May be called from several threads.
 #pragma once
 
