@@ -30,12 +30,12 @@ TEST(BlockPool, HoldsWhatWasTouchedUpToItsCapacity) {
     useBlocks(100, Reuse::pooled, kMegabyte);
     const std::size_t full = pooledBytes();
     EXPECT_LE(full, kPoolCapacity);
-    EXPECT_GT(full, kPoolCapacity - (kMegabyte));
+    EXPECT_GT(full, kPoolCapacity - kMegabyte);
 
     const auto larger = makeBlock<char>(2 * kMegabyte, Reuse::pooled);
     EXPECT_EQ(pooledBytes(), full) << "only a block of the same size serves again";
-    const auto same = makeBlock<char>(1 << 20, Reuse::pooled);
-    EXPECT_EQ(pooledBytes(), full - (kMegabyte));
+    const auto same = makeBlock<char>(kMegabyte, Reuse::pooled);
+    EXPECT_EQ(pooledBytes(), full - kMegabyte);
 }
 
 }  // namespace
