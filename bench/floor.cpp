@@ -54,7 +54,7 @@ void Floor::readAndReplace() {
     const std::filesystem::path fresh = file_.string() + ".floor";
     {
         const Descriptor target = opened(fresh, O_WRONLY | O_CREAT | O_TRUNC);
-        require(writeAll(target.get(), {buffer_.get(), size_}), fresh);
+        require(!writeAll(target.get(), {buffer_.get(), size_}), fresh);
         require(::fsync(target.get()) == 0, fresh);
     }
     require(std::rename(fresh.c_str(), file_.c_str()) == 0, file_);

@@ -16,7 +16,8 @@
 namespace tovra::http {
 
 // Answers one message, a JSON object: the response as compact JSON, or nothing where the message
-// gets none. May be called from several threads at once, and never throws for any message.
+// gets none. May be called from several threads at once, and throws for no message, but where
+// memory runs out.
 using Handler = std::function<std::optional<std::string>(json::Value message)>;
 
 // How large a request may be, in bytes. What is larger is answered "400 Bad Request" as soon as

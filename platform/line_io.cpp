@@ -5,11 +5,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <exception>
+#include <utility>
 
 namespace tovra {
 namespace {
 
-constexpr std::size_t kReadSize = 16 * 1024;
 // A buffer that a long line has left larger than this is given back.
 constexpr std::size_t kKeptSize = 1024 * 1024;
 
@@ -29,48 +30,60 @@ bool mayGoOn(int descriptor, short event) {
 }  // namespace
 
 std::optional<std::string_view> LineReader::next() {
-    for (std::size_t searched = begin_;;) {
-        const std::size_t feed = buffer_.find('\n', searched);
-        if (feed != std::string::npos) {
-            std::string_view line = std::string_view(buffer_).substr(begin_, feed - begin_);
-            if (line.ends_with('\r')) line.remove_suffix(1);
-            begin_ = feed + 1;
-            return line;
+    line_.clear();
+    if (line_.capacity() > kKeptSize) line_.shrink_to_fit();
+    while (!hasEnded_) {
+        const std::string_view unread(read_.data() + begin_, end_ - begin_);
+        const std::size_t feed = unread.find('\n');
+        if (feed == std::string_view::npos) {
+            keep(unread);
+            hasEnded_ = !readMore();
+            continue;
         }
-        dropLinesBefore();
-        searched = buffer_.size();
-        if (!readMore()) {
-            begin_ = buffer_.size();
-            if (buffer_.empty()) return std::nullopt;
-            return buffer_;
-        }
+        begin_ += feed + 1;
+        const std::string_view line = lineEndingWith(unread.substr(0, feed));
+        if (!std::exchange(isTooLong_, false)) return line;
+    }
+    if (line_.empty()) return std::nullopt;
+    return line_;
+}
+
+// Where there is no memory for it, nothing of the line is kept: the next one needs the room.
+void LineReader::keep(std::string_view piece) {
+    try {
+        if (!isTooLong_) line_ += piece;
+    } catch (const std::exception&) {
+        isTooLong_ = true;
+        std::string().swap(line_);
     }
 }
 
-void LineReader::dropLinesBefore() {
-    buffer_.erase(0, begin_);
-    begin_ = 0;
-    if (buffer_.capacity() > kKeptSize && buffer_.size() < kReadSize) buffer_.shrink_to_fit();
+std::string_view LineReader::lineEndingWith(std::string_view piece) {
+    if (!line_.empty()) {
+        keep(piece);
+        piece = line_;
+    }
+    if (piece.ends_with('\r')) piece.remove_suffix(1);
+    return piece;
 }
 
 bool LineReader::readMore() {
-    const std::size_t size = buffer_.size();
-    buffer_.resize(size + kReadSize);
     ssize_t count = 0;
     do {
-        count = ::read(descriptor_, buffer_.data() + size, kReadSize);
+        count = ::read(descriptor_, read_.data(), read_.size());
     } while (count < 0 && mayGoOn(descriptor_, POLLIN));
-    buffer_.resize(size + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    begin_ = 0;
+    end_ = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
     return count > 0;
 }
 
-bool writeAll(int descriptor, std::string_view bytes) {
+std::error_code writeAll(int descriptor, std::string_view bytes) {
     while (!bytes.empty()) {
         const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
-        if (count < 0 && !mayGoOn(descriptor, POLLOUT)) return false;
+        if (count < 0 && !mayGoOn(descriptor, POLLOUT)) return {errno, std::generic_category()};
         if (count > 0) bytes.remove_prefix(static_cast<std::size_t>(count));
     }
-    return true;
+    return {};
 }
 
 }  // namespace tovra

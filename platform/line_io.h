@@ -1,10 +1,12 @@
 // Lines in, bytes out: the two standard streams of a process that talks line by line.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace tovra {
 
@@ -14,20 +16,27 @@ class LineReader {
     explicit LineReader(int descriptor) : descriptor_(descriptor) {}
 
     // The next line without its line feed and without a carriage return directly before that; also
-    // the last one that no line feed ends. Nothing at the end of the input or when reading fails.
-    // The view is valid until the next call.
+    // the last one that no line feed ends. A line that there is no memory for is passed over.
+    // Nothing at the end of the input or when reading fails, and ever after. The view is valid
+    // until the next call.
     std::optional<std::string_view> next();
 
   private:
-    void dropLinesBefore();
+    void keep(std::string_view piece);
+    std::string_view lineEndingWith(std::string_view piece);
     bool readMore();
 
     int descriptor_;
-    std::string buffer_;
-    std::size_t begin_ = 0;  // of the line that comes next
+    bool hasEnded_ = false;
+    bool isTooLong_ = false;  // the current line, for the memory that there is
+    std::string line_;        // what was read of the current line before what `read_` holds
+    std::size_t begin_ = 0;   // where in `read_` the next line begins
+    std::size_t end_ = 0;     // how much `read_` holds
+    std::array<char, std::size_t{16} * 1024> read_{};
 };
 
-// Writes all of `bytes`, however the system cuts it up. False when it cannot be written.
-[[nodiscard]] bool writeAll(int descriptor, std::string_view bytes);
+// Writes all of `bytes`, however the system cuts it up. Gives the system's reason where it cannot
+// be written.
+[[nodiscard]] std::error_code writeAll(int descriptor, std::string_view bytes);
 
 }  // namespace tovra

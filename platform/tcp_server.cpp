@@ -1,262 +1,63 @@
 #include "platform/tcp_server.h"
 
+#include <fcntl.h>
+#include <netinet/in.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <asio/basic_socket_acceptor.hpp>
-#include <asio/basic_stream_socket.hpp>
-#include <asio/basic_waitable_timer.hpp>
-#include <asio/buffer.hpp>
-#include <asio/dispatch.hpp>
-#include <asio/error.hpp>
-#include <asio/executor_work_guard.hpp>
-#include <asio/io_context.hpp>
-#include <asio/ip/tcp.hpp>
-#include <asio/post.hpp>
-#include <asio/strand.hpp>
-#include <asio/thread_pool.hpp>
-#include <asio/write.hpp>
 #include <atomic>
-#include <deque>
+#include <cassert>
+#include <cerrno>
 #include <exception>
-#include <mutex>
+#include <limits>
 #include <system_error>
-#include <thread>
+#include <tuple>
 #include <utility>
-#include <vector>
+
+#include "platform/connections.h"
+#include "platform/event_queue.h"
+#include "platform/file.h"
+#include "platform/serving_threads.h"
 
 namespace tovra {
 namespace {
 
-using Tcp = asio::ip::tcp;
 using Clock = std::chrono::steady_clock;
-// The callbacks of one strand run one after another, on whatever threads.
-using Strand = asio::strand<asio::io_context::executor_type>;
-using Socket = asio::basic_stream_socket<Tcp, Strand>;
-using Acceptor = asio::basic_socket_acceptor<Tcp, Strand>;
-using Timer = asio::basic_waitable_timer<Clock, asio::wait_traits<Clock>, Strand>;
+using Direction = EventQueue::Direction;
+using Phase = Connection::Phase;
 
-constexpr std::size_t kChunkSize = std::size_t{16} * 1024;
+constexpr std::size_t kChunkSize = std::size_t{64} * 1024;
+constexpr std::size_t kSmallRequest = std::size_t{4} * 1024;
 
-// A bounded number of seats, for several threads.
-class Seats {
-  public:
-    struct Leave {
-        void operator()(Seats* seats) const { seats->leave(); }
-    };
-    // Held by a connection; the seat is free again when the object goes.
-    using Seat = std::unique_ptr<Seats, Leave>;
+// Events that are no connection's.
+constexpr std::uint64_t kTick = std::numeric_limits<std::uint64_t>::max();
+constexpr std::uint64_t kAccept = kTick - 1;
+constexpr std::uint64_t kStop = kTick - 2;
 
-    // `onFree` is called when a seat has become free that somebody was refused before, by whoever
-    // leaves it.
-    Seats(std::size_t count, std::function<void()> onFree)
-        : free_(count), onFree_(std::move(onFree)) {}
+[[noreturn]] void fail(const char* what) {
+    throw std::system_error(errno, std::generic_category(), what);
+}
 
-    // Nothing while all are taken.
-    Seat take() {
-        const std::lock_guard lock(mutex_);
-        awaited_ = free_ == 0;
-        if (awaited_) return nullptr;
-        --free_;
-        return Seat(this);
+// A socket that listens on 127.0.0.1:`port`.
+Descriptor listenOn(std::uint16_t port) {
+    Descriptor listener(::socket(AF_INET, SOCK_STREAM, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    // The address may be in use by connections that are still fading away, not by a listener.
+    const int reuse = 1;
+    const int socket = listener.get();
+    if (::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse) != 0 ||
+        ::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+        ::listen(socket, SOMAXCONN) != 0 || ::fcntl(socket, F_SETFL, O_NONBLOCK) != 0) {
+        fail("listen");
     }
-
-    // From now on nobody is called.
-    void retire() { onFree_ = nullptr; }
-
-  private:
-    void leave() {
-        {
-            const std::lock_guard lock(mutex_);
-            ++free_;
-            if (!std::exchange(awaited_, false)) return;
-        }
-        if (onFree_) onFree_();
-    }
-
-    std::mutex mutex_;
-    std::size_t free_;
-    bool awaited_ = false;
-    std::function<void()> onFree_;
-};
-
-// The threads of one server. Two of them serve the sockets. A call is made by the one that read the
-// request, which is the quickest way for the usual, short one; while it lasts the other one serves
-// on, and hands further calls to the callers, which do nothing else.
-class Threads {
-  public:
-    struct End {
-        void operator()(std::atomic_flag* calling) const { calling->clear(); }
-    };
-    // The permission to make a call on a serving thread.
-    using Turn = std::unique_ptr<std::atomic_flag, End>;
-
-    explicit Threads(std::size_t callers) : callers_(callers) {}
-    Threads(const Threads&) = delete;
-    Threads& operator=(const Threads&) = delete;
-    ~Threads() { join(); }
-
-    void start() {
-        try {
-            while (serving_.size() < 2) serving_.emplace_back([this] { serve(); });
-        } catch (const std::system_error&) {
-            join();
-            throw;
-        }
-    }
-
-    void stop() {
-        io_.stop();
-        callers_.stop();
-    }
-
-    // Stops, and waits for the calls that are running.
-    void join() {
-        stop();
-        for (std::thread& thread : serving_) thread.join();
-        serving_.clear();
-        callers_.join();
-    }
-
-    asio::io_context& io() { return io_; }
-    asio::thread_pool& callers() { return callers_; }
-
-    // Nothing while another serving thread is making a call.
-    Turn takeTurn() { return Turn(calling_.test_and_set() ? nullptr : &calling_); }
-
-  private:
-    void serve() {
-        while (!io_.stopped()) {
-            try {
-                io_.run();
-            } catch (const std::exception&) {
-                // Whatever the callback held is gone, its connection too; the others go on.
-            }
-        }
-    }
-
-    asio::io_context io_{2};
-    // Not to return from run() when for once there is nothing to wait for.
-    asio::executor_work_guard<asio::io_context::executor_type> work_{io_.get_executor()};
-    asio::thread_pool callers_;
-    std::atomic_flag calling_ = ATOMIC_FLAG_INIT;
-    std::vector<std::thread> serving_;
-};
-
-// One accepted connection. It lives as long as it has something to wait for: a read, a call, a
-// write. Its timer alone does not keep it. All of it but the call runs in the strand of its socket.
-class Connection : public std::enable_shared_from_this<Connection> {
-  public:
-    Connection(Socket socket, Seats::Seat seat, std::unique_ptr<Exchange> exchange,
-               const TcpLimits& limits, Threads& threads)
-        : seat_(std::move(seat)),
-          limits_(limits),
-          threads_(threads),
-          socket_(std::move(socket)),
-          timer_(socket_.get_executor()),
-          exchange_(std::move(exchange)) {}
-
-    void start() {
-        asio::dispatch(socket_.get_executor(), [self = shared_from_this()] {
-            std::error_code failed;
-            if (self->socket_.non_blocking(true, failed)) return;
-            self->closeAfter(self->limits_.requestTime);
-            self->watchDeadline();
-            self->readMore();
-        });
-    }
-
-  private:
-    void readMore() {
-        socket_.async_read_some(
-            asio::buffer(chunk_),
-            [self = shared_from_this()](const std::error_code& error, std::size_t size) {
-                if (!error) self->received(size);
-            });
-    }
-
-    void received(std::size_t size) {
-        if (exchange_->receive({chunk_.data(), size}) == Exchange::Progress::needMore) {
-            return readMore();
-        }
-        deadline_ = Clock::time_point::max();
-        if (Threads::Turn turn = threads_.takeTurn()) {
-            call();
-            turn.reset();
-            return send();
-        }
-        asio::post(threads_.callers(), [self = shared_from_this()] {
-            self->call();
-            asio::post(self->socket_.get_executor(), [self] { self->send(); });
-        });
-    }
-
-    void call() {
-        try {
-            answer_ = exchange_->answer();
-        } catch (const std::exception&) {
-            answer_.clear();
-        }
-    }
-
-    // An answer is usually gone at once; a long one waits for its client to take the rest.
-    void send() {
-        if (answer_.empty()) return;
-        std::error_code failed;
-        const std::size_t size = socket_.write_some(asio::buffer(answer_), failed);
-        if (failed && failed != asio::error::would_block) return;
-        if (size == answer_.size()) return sent();
-        closeAfter(limits_.sendTime);
-        asio::async_write(socket_, asio::buffer(answer_) + size,
-                          [self = shared_from_this()](const std::error_code& error, std::size_t) {
-                              if (!error) self->sent();
-                          });
-    }
-
-    // Closing now would cut the answer off where bytes of the client are still unread.
-    void sent() {
-        std::string().swap(answer_);
-        exchange_.reset();
-        std::error_code failed;
-        if (socket_.shutdown(Socket::shutdown_send, failed)) return;
-        closeAfter(limits_.drainTime);
-        drain();
-    }
-
-    void drain() {
-        socket_.async_read_some(
-            asio::buffer(chunk_),
-            [self = shared_from_this()](const std::error_code& error, std::size_t) {
-                if (!error) self->drain();
-            });
-    }
-
-    void closeAfter(std::chrono::milliseconds time) { deadline_ = Clock::now() + time; }
-
-    // Looks at the deadline now and then: to move the timer with it would cost more than all the
-    // rest of a short request. Closing ends whatever the connection waits for.
-    void watchDeadline() {
-        timer_.expires_after(limits_.tick);
-        timer_.async_wait([weak = weak_from_this()](const std::error_code& error) {
-            const std::shared_ptr<Connection> self = weak.lock();
-            if (error || !self) return;
-            if (Clock::now() < self->deadline_) return self->watchDeadline();
-            std::error_code ignored;
-            self->socket_.close(ignored);
-        });
-    }
-
-    Seats::Seat seat_;
-    const TcpLimits& limits_;
-    Threads& threads_;
-    Socket socket_;
-    Timer timer_;
-    Clock::time_point deadline_;
-    std::unique_ptr<Exchange> exchange_;
-    std::string answer_;
-    std::array<char, kChunkSize> chunk_;
-};
+    return listener;
+}
 
 // How many connections may be open at once, so that there are always descriptors left for what the
 // answers need: files, locks, the time zone. A low limit of the process is raised first.
@@ -274,70 +75,215 @@ std::size_t seatsFor(std::size_t wanted) {
     return static_cast<std::size_t>(std::min<rlim_t>(wanted, room));
 }
 
+// Whether a call that failed may go on later.
+bool wouldWait() { return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR; }
+
 }  // namespace
 
-// The listening side.
 class TcpServer::Implementation {
   public:
     Implementation(std::uint16_t port, const TcpLimits& limits, ExchangeFactory newExchange)
         : limits_(limits),
           newExchange_(std::move(newExchange)),
-          seats_(seatsFor(limits.connections), [this] { resume(); }),
-          threads_(limits.callers),
-          // The address may be in use by connections that are still fading away, not by a listener.
-          acceptor_(asio::make_strand(threads_.io()),
-                    Tcp::endpoint(asio::ip::address_v4::loopback(), port), /*reuse_addr=*/true),
-          pause_(acceptor_.get_executor()) {
-        acceptNext();
-        threads_.start();
+          listener_(listenOn(port)),
+          connections_(seatsFor(limits.connections), limits.bytes, events_),
+          threads_([this] { return serveOnce(); }) {
+        std::array<int, 2> ends{};
+        if (::pipe(ends.data()) != 0) fail("pipe");
+        stopOut_ = Descriptor(ends[0]);
+        stopIn_ = Descriptor(ends[1]);
+        if (!events_.tellWhen(stopOut_, Direction::in, kStop) ||
+            !events_.tellWhen(listener_, Direction::in, kAccept) || !threads_.start()) {
+            fail("serve");
+        }
     }
 
     ~Implementation() {
+        stop();
         threads_.join();
-        seats_.retire();
     }
 
-    [[nodiscard]] std::uint16_t port() const { return acceptor_.local_endpoint().port(); }
-    void stop() { threads_.stop(); }
+    [[nodiscard]] std::uint16_t port() const {
+        sockaddr_in address{};
+        socklen_t size = sizeof address;
+        ::getsockname(listener_.get(), reinterpret_cast<sockaddr*>(&address), &size);
+        return ntohs(address.sin_port);
+    }
+
+    void stop() {
+        if (!stopped_.exchange(true)) std::ignore = ::write(stopIn_.get(), "", 1);
+    }
 
   private:
-    // Does nothing while there is no seat; goes on when one becomes free.
-    void acceptNext() {
-        Seats::Seat seat = seats_.take();
-        if (!seat) return;
-        acceptor_.async_accept(
-            asio::make_strand(threads_.io()),
-            [this, seat = std::move(seat)](const std::error_code& error, Socket socket) mutable {
-                if (error) return acceptLater();
-                acceptNext();
-                handleConnection(std::move(socket), std::move(seat));
-            });
+    bool serveOnce() {
+        const std::uint64_t event = events_.next();
+        if (stopped_) {
+            // For the next thread that waits.
+            std::ignore = events_.tellWhen(stopOut_, Direction::in, kStop);
+            return false;
+        }
+        if (event == kTick) {
+            tick();
+        } else if (event == kAccept) {
+            accept();
+        } else if (Connection* connection = connections_.claim(event)) {
+            goOn(*connection);
+        }
+        return true;
     }
 
-    void resume() {
-        asio::post(acceptor_.get_executor(), [this] { acceptNext(); });
+    // Time is looked at now and then: to keep a clock for each connection would cost more than all
+    // the rest of a short request.
+    void startTicking() {
+        if (!ticking_.exchange(true)) events_.tellAfter(limits_.tick, kTick);
     }
 
-    // What keeps a connection from being accepted, like a lack of descriptors, needs time to pass.
-    void acceptLater() {
-        pause_.expires_after(limits_.acceptPause);
-        pause_.async_wait([this](const std::error_code& error) {
-            if (!error) acceptNext();
-        });
+    void tick() {
+        ticking_ = false;
+        if (acceptPaused_.exchange(false)) acceptNext();
+        if (connections_.tick()) startTicking();
     }
 
-    void handleConnection(Socket socket, Seats::Seat seat) {
-        std::make_shared<Connection>(std::move(socket), std::move(seat), newExchange_(), limits_,
-                                     threads_)
-            ->start();
+    void acceptNext() { std::ignore = events_.tellWhen(listener_, Direction::in, kAccept); }
+
+    // What keeps a connection from being accepted needs time to pass: others work on all seats, or
+    // descriptors have run out.
+    void pauseAccepting() {
+        acceptPaused_ = true;
+        startTicking();
+    }
+
+    void accept() {
+        Connection* connection = connections_.take();
+        if (connection == nullptr) return pauseAccepting();
+        const int socket = ::accept(listener_.get(), nullptr, nullptr);
+        // The client may also have gone already.
+        socket >= 0 || wouldWait() || errno == ECONNABORTED ? acceptNext() : pauseAccepting();
+        if (socket < 0) return connections_.close(*connection);
+        startTicking();
+        connection->socket = Descriptor(socket);
+        connection->deadline = Clock::now() + limits_.requestTime;
+        goOn(*connection);
+    }
+
+    void goOn(Connection& connection) {
+        try {
+            switch (connection.phase) {
+                case Phase::receiving:
+                    return receive(connection);
+                case Phase::sending:
+                    return send(connection);
+                case Phase::draining:
+                    return drain(connection);
+            }
+        } catch (const std::exception&) {
+            connections_.close(connection);
+        }
+    }
+
+    void receive(Connection& connection) {
+        if (!connection.exchange) connection.exchange = newExchange_();
+        std::vector<char>& request = connection.request;
+        std::array<char, kChunkSize> chunk;
+        do {
+            const std::size_t room = roomToReceive(connection);
+            if (room == 0) return;
+            const ssize_t count = ::recv(connection.socket.get(), chunk.data(),
+                                         std::min(room, chunk.size()), MSG_DONTWAIT);
+            if (count < 0 && wouldWait()) return connections_.wait(connection, Direction::in);
+            if (count <= 0) return connections_.close(connection);
+            request.insert(request.end(), chunk.data(), chunk.data() + count);
+        } while (!connection.exchange->isWhole(received(connection)));
+        answer(connection);
+    }
+
+    static std::string_view received(const Connection& connection) {
+        return {connection.request.data(), connection.request.size()};
+    }
+
+    // How many bytes of the request there is room for, taken in doubling steps up to its size and
+    // never at once for what is only announced. Zero where the connection goes on later or not at
+    // all.
+    std::size_t roomToReceive(Connection& connection) {
+        std::vector<char>& request = connection.request;
+        if (request.size() == request.capacity()) {
+            const std::size_t room = std::min(std::max(kSmallRequest, 2 * request.size()),
+                                              connection.exchange->expectedSize());
+            assert(room > request.size());
+            if (room > limits_.bytes) return connections_.close(connection), 0;
+            if (!connections_.holdRequest(connection, room)) return 0;
+            request.reserve(room);
+        }
+        return request.capacity() - request.size();
+    }
+
+    void answer(Connection& connection) {
+        std::string answer;
+        {
+            const ServingThreads::LongWork work(threads_);
+            if (stopped_) return connections_.close(connection);
+            answer = connection.exchange->answer(received(connection));
+        }
+        startSending(connection, std::move(answer));
+    }
+
+    void startSending(Connection& connection, std::string answer) {
+        if (stopped_ || answer.empty()) return connections_.close(connection);
+        connection.answer = std::move(answer);
+        connection.exchange.reset();
+        std::vector<char>().swap(connection.request);
+        connection.phase = Phase::sending;
+        connection.deadline = Clock::now() + limits_.sendTime;
+        send(connection);
+    }
+
+    // An answer is usually gone at once; a long one waits for its client to take the rest.
+    void send(Connection& connection) {
+        const std::string& answer = connection.answer;
+        while (connection.sent < answer.size()) {
+            const ssize_t count = ::send(connection.socket.get(), answer.data() + connection.sent,
+                                         answer.size() - connection.sent, MSG_DONTWAIT);
+            if (count < 0 && wouldWait()) {
+                connections_.holdAnswer(connection, answer.size());
+                return connections_.wait(connection, Direction::out);
+            }
+            if (count < 0) return connections_.close(connection);
+            connection.sent += static_cast<std::size_t>(count);
+        }
+        finish(connection);
+    }
+
+    // Closing now would cut the answer off where bytes of the client are still unread.
+    void finish(Connection& connection) {
+        std::string().swap(connection.answer);
+        connections_.holdAnswer(connection, 0);
+        if (::shutdown(connection.socket.get(), SHUT_WR) != 0) {
+            return connections_.close(connection);
+        }
+        connection.phase = Phase::draining;
+        connection.deadline = Clock::now() + limits_.drainTime;
+        connections_.wait(connection, Direction::in);
+    }
+
+    void drain(Connection& connection) {
+        std::array<char, kChunkSize> chunk;
+        const ssize_t count =
+            ::recv(connection.socket.get(), chunk.data(), chunk.size(), MSG_DONTWAIT);
+        if (count == 0 || (count < 0 && !wouldWait())) return connections_.close(connection);
+        connections_.wait(connection, Direction::in);
     }
 
     const TcpLimits limits_;
     const ExchangeFactory newExchange_;
-    Seats seats_;
-    Threads threads_;
-    Acceptor acceptor_;
-    Timer pause_;
+    std::atomic<bool> stopped_ = false;
+    std::atomic<bool> ticking_ = false;
+    std::atomic<bool> acceptPaused_ = false;
+    Descriptor stopOut_;  // what is read from and written to when the server stops
+    Descriptor stopIn_;
+    EventQueue events_;
+    Descriptor listener_;
+    Connections connections_;
+    ServingThreads threads_;
 };
 
 TcpServer::TcpServer(std::unique_ptr<Implementation> implementation)
@@ -350,7 +296,7 @@ std::unique_ptr<TcpServer> TcpServer::listen(std::uint16_t port, const TcpLimits
     try {
         return std::make_unique<TcpServer>(
             std::make_unique<Implementation>(port, limits, std::move(newExchange)));
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         return nullptr;
     }
 }

@@ -16,45 +16,52 @@
 
 namespace tovra {
 
-// One request and its answer, kept until the answer was sent or given up. The calls come one after
+// One request and its answer, kept until the answer was made or given up. The calls come one after
 // another, though from different threads. One that throws a std::exception, as it may when memory
 // runs out, ends its connection unanswered.
 class Exchange {
   public:
-    enum class Progress { needMore, complete };
-
     Exchange() = default;
     Exchange(const Exchange&) = delete;
     Exchange& operator=(const Exchange&) = delete;
     virtual ~Exchange() = default;
 
-    // Takes the next bytes received, at least one. Must be quick. Once it has returned `complete`
-    // it is not called again, and what else the client sends is thrown away.
-    virtual Progress receive(std::string_view bytes) = 0;
-    // The answer, called once after `complete`; nothing is sent where it is empty. May take long:
-    // it keeps no other connection waiting, unless TcpLimits::callers others take long as well.
-    virtual std::string answer() = 0;
+    // Takes all bytes received so far, each time from the first one. True once they hold the whole
+    // request; what else the client sends is thrown away. Must be quick.
+    virtual bool isWhole(std::string_view received) = 0;
+    // The most bytes that the request can have, as far as it is known yet: more than were received
+    // until it is whole.
+    [[nodiscard]] virtual std::size_t expectedSize() const = 0;
+    // The answer, called once, when the request is whole; nothing is sent where it is empty. May
+    // take long: it keeps no other connection waiting.
+    virtual std::string answer(std::string_view received) = 0;
 };
 
 using ExchangeFactory = std::function<std::unique_ptr<Exchange>()>;
 
+// Where connections or bytes run out, the connection that has kept the server waiting longest is
+// closed. While all others are being worked on, what needs room waits for them.
 struct TcpLimits {
-    std::size_t connections = 256;  // open at once, descriptors allowing; further ones wait
-    std::size_t callers = 8;        // threads for answers while another one is being worked on
+    std::size_t connections = 256;  // open at once, descriptors allowing
+    // What requests and unread answers of more than 16 KiB may take together. A request that needs
+    // more by itself ends its connection unanswered.
+    std::size_t bytes = std::size_t{64} * 1024 * 1024;
     // A connection is closed up to a tick later than these three say.
     std::chrono::milliseconds requestTime{30'000};  // from the acceptance to the whole request
     std::chrono::milliseconds sendTime{30'000};     // for the client to take the answer
     std::chrono::milliseconds drainTime{750};       // for the client to end its side after that
+    // Accepting also pauses for at most so long after a failure, as when descriptors run out.
     std::chrono::milliseconds tick{250};
-    std::chrono::milliseconds acceptPause{100};  // after a failure, as when descriptors run out
 };
 
 // A running server. Its functions may be called from any thread but its own.
 class TcpServer {
   public:
     // Listens on 127.0.0.1:`port` (0: a port that the system picks) and serves until it is stopped.
-    // Nothing comes back where that is not possible, for instance because the port is taken.
-    // `newExchange` may be called from several threads.
+    // Nothing comes back where that is not possible, for instance because the port is taken or not
+    // one thread can be started. `newExchange` may be called from several threads.
+    //
+    // REQUIRES: the process ignores SIGPIPE.
     [[nodiscard]] static std::unique_ptr<TcpServer> listen(std::uint16_t port,
                                                            const TcpLimits& limits,
                                                            ExchangeFactory newExchange);

@@ -1,11 +1,68 @@
 #include "server/call_tool.h"
 
 #include <algorithm>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <new>
 
 #include "server/catalogue.h"
 #include "store/recording.h"
 
 namespace tovra {
+namespace {
+
+// A place among the reports that run at once. More of them would not be done sooner, and each holds
+// a whole document. Recordings stand in a line of their own.
+class Place {
+  public:
+    explicit Place(Access access) : isTaken_(access == Access::reads) {
+        if (!isTaken_) return;
+        std::unique_lock lock(places().mutex);
+        places().freed.wait(lock, [] { return places().free > 0; });
+        --places().free;
+    }
+    Place(const Place&) = delete;
+    Place& operator=(const Place&) = delete;
+    ~Place() {
+        if (!isTaken_) return;
+        const std::lock_guard lock(places().mutex);
+        ++places().free;
+        places().freed.notify_one();
+    }
+
+  private:
+    struct Places {
+        std::mutex mutex;
+        std::condition_variable freed;
+        int free = 4;
+    };
+    static Places& places() {
+        static Places places;
+        return places;
+    }
+
+    bool isTaken_;
+};
+
+// Memory that is set aside during a call, so that what it comes to can be said even where the call
+// has used up all the rest.
+std::unique_ptr<char[]> setMemoryAside() {
+    constexpr std::size_t kSize = std::size_t{64} * 1024;
+    return std::make_unique_for_overwrite<char[]>(kSize);
+}
+
+ToolResult run(const ToolDefinition& tool, json::Value arguments) {
+    const Place place(tool.access);
+    const auto aside = setMemoryAside();
+    try {
+        return {tool.operation(arguments), false};
+    } catch (const RecordingError& error) {
+        return {std::string("Error: ") + error.what(), true};
+    }
+}
+
+}  // namespace
 
 ToolResult callTool(std::string_view name, json::Value arguments, bool readOnly) {
     const auto catalogue = tools();
@@ -18,9 +75,9 @@ ToolResult callTool(std::string_view name, json::Value arguments, bool readOnly)
         return {"This Tovra connector is read-only; " + std::string(name) + " is disabled.", true};
     }
     try {
-        return {tool->operation(arguments), false};
-    } catch (const RecordingError& error) {
-        return {std::string("Error: ") + error.what(), true};
+        return run(*tool, arguments);
+    } catch (const std::bad_alloc&) {
+        return {"Error: There is not enough memory for this call. Nothing was changed.", true};
     }
 }
 

@@ -10,12 +10,13 @@ namespace tovra {
 
 struct ToolResult {
     std::string text;
-    bool isError = false;  // a refusal, an unknown name, or a recording that failed
+    bool isError = false;  // a refusal, an unknown name, a failed recording, too little memory
 };
 
 // Runs the tool of that name, compared exactly. In read-only mode the recording tools are refused
-// before anything is touched. `arguments` is an object, or absent for an empty one. Never throws;
-// may be called from several threads.
+// before anything is touched. `arguments` is an object, or absent for an empty one. Throws nothing
+// but std::bad_alloc, where there is not even memory for the result. May be called from several
+// threads: few reports run at once, the others wait.
 [[nodiscard]] ToolResult callTool(std::string_view name, json::Value arguments, bool readOnly);
 
 }  // namespace tovra

@@ -1,5 +1,6 @@
 #include "server/handle.h"
 
+#include <new>
 #include <string_view>
 
 #include "json/write.h"
@@ -36,9 +37,7 @@ std::string toolsListResult(bool readOnly) {
     return result += "]}";
 }
 
-std::string toolsCallResult(json::Value params, bool readOnly) {
-    const ToolResult called =
-        callTool(stringField(params, "name"), objectField(params, "arguments"), readOnly);
+std::string toolResult(const ToolResult& called) {
     std::string result = R"({"content":[{"type":"text","text":)";
     json::appendString(result, called.text);
     result += called.isError ? R"(}],"isError":true})" : R"(}],"isError":false})";
@@ -55,13 +54,28 @@ std::string methodNotFoundError(std::string_view method) {
 std::optional<std::string> envelope(json::Value id, std::string_view outcome,
                                     std::string_view content) {
     if (!id.exists()) return std::nullopt;
-    std::string response = R"({"jsonrpc":"2.0","id":)";
+    std::string response;
+    response.reserve(content.size() + 256);
+    response += R"({"jsonrpc":"2.0","id":)";
     json::appendCompact(response, id);
     response += ",\"";
     response += outcome;
     response += "\":";
     response += content;
     return response += '}';
+}
+
+// The response to a call. Where the tool has run and there is no memory for what it said, it says
+// that.
+std::optional<std::string> toolsCallResponse(json::Value id, json::Value params, bool readOnly) {
+    try {
+        return envelope(id, "result",
+                        toolResult(callTool(stringField(params, "name"),
+                                            objectField(params, "arguments"), readOnly)));
+    } catch (const std::bad_alloc&) {
+        constexpr const char* kText = "Error: There is not enough memory for the answer.";
+        return envelope(id, "result", toolResult({kText, true}));
+    }
 }
 
 }  // namespace
@@ -76,7 +90,7 @@ std::optional<std::string> handle(json::Value message, bool readOnly) {
     if (*method == "initialize") return ok(initializeResult(params));
     if (*method == "ping") return ok("{}");
     if (*method == "tools/list") return ok(toolsListResult(readOnly));
-    if (*method == "tools/call") return ok(toolsCallResult(params, readOnly));
+    if (*method == "tools/call") return toolsCallResponse(id, params, readOnly);
     return envelope(id, "error", methodNotFoundError(*method));
 }
 

@@ -29,6 +29,5 @@ int main(int argc, char** argv) {
         return tovra::runHTTP(*settings.httpPort, settings.authToken, handle,
                               tovra::finishRecordings);
     }
-    tovra::runStdio(settings.readOnly);
-    return 0;
+    return tovra::runStdio(settings.readOnly);
 }

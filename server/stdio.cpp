@@ -1,8 +1,10 @@
 #include "server/stdio.h"
 
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "json/json.h"
 #include "platform/line_io.h"
@@ -14,23 +16,33 @@ namespace {
 constexpr int kStandardInput = 0;
 constexpr int kStandardOutput = 1;
 
-// The whole document of a message goes away before the next line is read.
+// The line that answers this one. The whole document of a message goes away before the next line is
+// read. A message that there is no memory for is dropped.
 std::optional<std::string> answer(std::string_view line, bool readOnly) {
-    const auto message = json::parse(line);
-    if (!message || !message->root().is(json::Kind::object)) return std::nullopt;
-    return handle(message->root(), readOnly);
+    try {
+        const auto message = json::parse(line);
+        if (!message || !message->root().is(json::Kind::object)) return std::nullopt;
+        auto response = handle(message->root(), readOnly);
+        if (response) *response += '\n';
+        return response;
+    } catch (const std::bad_alloc&) {
+        return std::nullopt;
+    }
 }
 
 }  // namespace
 
-void runStdio(bool readOnly) {
+int runStdio(bool readOnly) {
     LineReader input(kStandardInput);
     while (const auto line = input.next()) {
-        auto response = answer(*line, readOnly);
+        const auto response = answer(*line, readOnly);
         if (!response) continue;
-        *response += '\n';
-        if (!writeAll(kStandardOutput, *response)) return;
+        if (const std::error_code error = writeAll(kStandardOutput, *response)) {
+            // A host that reads no more has ended the session; everything else is a failure.
+            return error == std::errc::broken_pipe ? 0 : 1;
+        }
     }
+    return 0;
 }
 
 }  // namespace tovra

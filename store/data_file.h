@@ -15,7 +15,8 @@ namespace tovra {
 [[nodiscard]] std::filesystem::path dataFileURL();
 
 // The data document as the file holds it now. A file that is missing, cannot be read or does not
-// hold a JSON object gives the empty document, whose root is absent.
+// hold a JSON object gives the empty document, whose root is absent. Throws std::bad_alloc where
+// there is too little memory for the file: an empty document would be a false statement about it.
 [[nodiscard]] json::Document loadData();
 
 }  // namespace tovra

@@ -29,7 +29,7 @@ class ChildProcess {
 
     // Sends the line and a line feed. False when the program does not read any more.
     bool send(std::string_view line) { return sendBytes(std::string(line) + '\n'); }
-    bool sendBytes(std::string_view bytes) { return writeAll(input_, bytes); }
+    bool sendBytes(std::string_view bytes) { return !writeAll(input_, bytes); }
     // The next line from the program; nothing when it will send no more. Valid until the next call.
     std::optional<std::string_view> receive() { return reader_.next(); }
     // Receives no more.

@@ -4,7 +4,9 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <ctime>
+#include <deque>
 #include <future>
 
 #include "support/loopback_client.h"
@@ -27,30 +29,32 @@ const std::string kPong = httpResponse("200 OK", "application/json", "ping");
 const std::string kBadRequest = httpResponse("400 Bad Request", std::nullopt, "");
 
 // A server that answers with the message's "method", to "much" at length; for "wait" it waits for
-// the test to let it go on, for "exhaust" it finds no memory. It buffers 4 MB.
+// the test to let it go on, for "exhaust" it finds no memory. It holds 4 MB.
 class ServerTest : public testing::Test {
   protected:
-    std::unique_ptr<TcpServer> listen(const TcpLimits& limits) {
+    std::unique_ptr<TcpServer> listen(TcpLimits limits) {
         const Handler handler = [this](json::Value message) {
             std::string method(message.member("method").string().value_or(""));
-            if (method == "wait") mayGo_.wait_for(1min);
+            if (method == "wait") ++waiting_, mayGo_.wait_for(1min);
             if (method == "exhaust") throw std::bad_alloc();
             if (method == "much") method.resize(8'000'000, 'm');
             return std::optional(method);
         };
-        return TcpServer::listen(0, limits, requestExchanges("", handler, {}, 4'000'000));
+        limits.bytes = 4'000'000;
+        return TcpServer::listen(0, limits, requestExchanges("", handler));
     }
     Client connect() const { return Client(server_->port()); }
     auto ask(const std::string& request) const { return connect().send(request).receive(); }
 
+    std::atomic<int> waiting_ = 0;
     std::promise<void> go_;
     const std::shared_future<void> mayGo_ = go_.get_future().share();
-    std::unique_ptr<TcpServer> server_ = listen({.callers = 2});
+    std::unique_ptr<TcpServer> server_ = listen({});
 };
 
 TEST_F(ServerTest, AnswersHoweverTheRequestComesWhileOthersTakeLong) {
-    const Client slow[] = {connect(), connect()};
-    for (const Client& client : slow) client.send(call("wait"));
+    std::deque<Client> slow;
+    for (int i = 0; i < 40; ++i) slow.emplace_back(server_->port()).send(call("wait"));
     for (const std::string& request : {kPing, kLargePing, kPing + kLargePing}) {
         EXPECT_EQ(ask(request), kPong) << request.size() << " bytes";
     }
@@ -66,25 +70,81 @@ TEST_F(ServerTest, AnswersHoweverTheRequestComesWhileOthersTakeLong) {
     for (const Client& client : slow) EXPECT_TRUE(client.receive().value_or("").ends_with("wait"));
 }
 
-TEST_F(ServerTest, BuffersNoMoreThanItMay) {
-    EXPECT_EQ(ask(call("ping", 5'000'000)), kBadRequest);
-    const Client slow = connect();  // which sends more than anybody reads
-    EXPECT_TRUE(slow.send(call("much") + std::string(60'000, ' ')).answersWithin(30'000));
-    EXPECT_EQ(ask(kLargePing), kBadRequest) << "beside an answer that is still being sent";
-    EXPECT_EQ(ask(kPing), kPong) << "which hinders no ordinary request";
-    EXPECT_EQ(slow.receive().value().size(), 8'000'095U);
-    EXPECT_EQ(ask(kLargePing), kPong) << "when all have given back what they had";
+TEST_F(ServerTest, AnswersLargeMessagesOneAtATimeAndOthersMeanwhile) {
+    const Client large[] = {connect(), connect(), connect()};
+    for (const Client& client : large) client.send(call("wait", 100'000));
+    for (int i = 0; i < 3000 && waiting_ == 0; ++i) ::usleep(10'000);
+    ::usleep(100'000);
+    EXPECT_EQ(waiting_, 1);
+    EXPECT_EQ(ask(kPing), kPong);
+    go_.set_value();
+    for (const Client& client : large) EXPECT_TRUE(client.receive().value_or("").ends_with("wait"));
 }
 
-TEST_F(ServerTest, LetsOthersWaitNoLongerThanItMustForMisbehavingClients) {
-    server_ = listen({.connections = 1, .requestTime = 300ms, .sendTime = 300ms});
-    const Client dripping = connect(), takesNothing = connect(), stays = connect();
+TEST_F(ServerTest, ClosesTheOneThatHoldsBytesForLongestWhenBytesRunOut) {
+    EXPECT_EQ(ask(call("ping", 5'000'000)).value_or(""), "") << "alone too large";
+    const Client unread = connect(), half = connect(), idle = connect();
+    EXPECT_TRUE(unread.send(call("much")).answersWithin(30'000));
+    half.send(kLargePing.substr(0, 2'900'000));
+    ::usleep(200'000);
+    EXPECT_EQ(ask(kLargePing), kPong);
+    EXPECT_LT(unread.receive().value_or("").size(), 8'000'000U) << "makes room, as nobody reads it";
+    EXPECT_EQ(half.receive().value_or(""), "") << "and so does half a request";
+    EXPECT_EQ(idle.send(kPing).receive(), kPong) << "but nobody who holds nothing";
+
+    const Client working = connect(), waiting = connect();
+    working.send(call("wait", 3'000'000));
+    ::usleep(200'000);
+    EXPECT_FALSE(waiting.send(kLargePing).answersWithin(100)) << "what is worked on stays";
+    EXPECT_EQ(ask(kPing), kPong) << "which hinders no ordinary request";
+    go_.set_value();
+    EXPECT_EQ(waiting.receive(), kPong);
+    EXPECT_TRUE(working.receive().value_or("").ends_with("wait"));
+}
+
+TEST_F(ServerTest, ClosesTheOneThatWaitsForLongestWhenSeatsRunOut) {
+    server_ = listen({.connections = 3});
+    const Client idle = connect(), alive = connect(), working = connect();
+    working.send(call("wait"));
+    for (int i = 0; i < 20; ++i) {
+        alive.send(kPing.substr(static_cast<std::size_t>(i), 1));
+        ::usleep(1000);
+        EXPECT_EQ(ask(kPing), kPong) << i;
+    }
+    EXPECT_TRUE(idle.answersWithin(0)) << "it was closed";
+    EXPECT_EQ(alive.send(kPing.substr(20)).receive(), kPong) << "a slow one was not";
+    EXPECT_FALSE(working.answersWithin(0));
+    go_.set_value();
+    EXPECT_TRUE(working.receive().value_or("").ends_with("wait"));
+}
+
+TEST_F(ServerTest, AnswersBesideAnyNumberOfIdleConnections) {
+    rlimit limit{};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit most{.rlim_cur = limit.rlim_max, .rlim_max = limit.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &most);
+    std::deque<Client> idle;
+    for (const std::size_t count : {300U, 1000U, 5000U}) {
+        if (count + 1000 > limit.rlim_max) break;
+        while (idle.size() < count) idle.emplace_back(server_->port()).send("P");
+        EXPECT_EQ(ask(kPing), kPong) << count;
+    }
+    idle.clear();
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+TEST_F(ServerTest, WaitsForItsClientsAsLongAsItSaysAndNoLonger) {
+    server_ = listen({.requestTime = 300ms, .sendTime = 300ms, .tick = 50ms});
+    const Client dripping = connect(), takesNothing = connect(), working = connect();
     takesNothing.send(call("much"));
-    EXPECT_FALSE(stays.send(kPing).answersWithin(200));
+    working.send(call("wait"));
     for (int i = 0; i < 1000 && !dripping.answersWithin(5); ++i) dripping.send("x");
     EXPECT_TRUE(dripping.answersWithin(0));
-    EXPECT_EQ(stays.receive(), kPong);
-    EXPECT_EQ(ask(kPing), kPong);
+    ::usleep(500'000);
+    EXPECT_NE(takesNothing.receive().value_or("").size(), 8'000'095U);
+    EXPECT_FALSE(working.answersWithin(0)) << "a call may take longer than a request";
+    go_.set_value();
+    EXPECT_TRUE(working.receive().value_or("").ends_with("wait"));
 }
 
 // The next server raises the limit again.

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "platform/tcp_server.h"
@@ -9,6 +10,15 @@
 
 namespace tovra {
 namespace {
+
+// As an ordinary user who may have no thread beside this one.
+[[noreturn]] void serveWithoutThreads() {
+    const rlimit none{.rlim_cur = 0, .rlim_max = 0};
+    ::setrlimit(RLIMIT_NPROC, &none);
+    if (::getuid() == 0 && ::setuid(65533) != 0) ::_exit(2);
+    ::alarm(60);
+    ::_exit(runHTTP(0, "", {}, {}));
+}
 
 // Serves one client, a process of its own, which tells how it is refused and makes a call. That
 // call sends this process the signal and takes for ever.
@@ -37,6 +47,8 @@ TEST(RunHTTP, SaysWhereItListensAndEndsOnASignalWhateverItIsDoing) {
     EXPECT_EXIT(const auto taken = TcpServer::listen(port, {}, {});
                 ::_exit(runHTTP(port, "", {}, {})), testing::ExitedWithCode(1),
                 testing::Eq("Tovra MCP: could not listen on port " + number + "\n"));
+    EXPECT_EXIT(serveWithoutThreads(), testing::ExitedWithCode(1),
+                testing::Eq("Tovra MCP: could not listen on port 0\n"));
 
     // From the second one on, the system remembers connections of the port.
     const std::tuple<int, const char*, const char*> cases[] = {

@@ -1,6 +1,10 @@
 // The built server, driven over its standard streams.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <stdlib.h>
+#include <unistd.h>
 
+#include "platform/line_io.h"
 #include "support/child_process.h"
 #include "tests/support/golden.h"
 
@@ -42,6 +46,26 @@ TEST(Stdio, AnswersAtOnceFromTheFileAsItIsNowUntilNobodyReads) {
     server.stopListening();
     server.send(R"({"id":1,"method":"ping"})");
     EXPECT_EQ(server.finish(), 0);
+}
+
+TEST(Stdio, EndsInFailureWhereNoAnswerCanBeWritten) {
+    if (!std::filesystem::exists("/dev/full")) GTEST_SKIP();
+    support::ChildProcess server({"/bin/sh", "-c", "exec \"$0\" >/dev/full", TOVRA_SERVER}, {});
+    server.send(R"({"id":1,"method":"ping"})");
+    EXPECT_EQ(server.finish(), 1);
+}
+
+TEST(Stdio, EndsWithTheFirstEndOfInputOnATerminal) {
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_TRUE(::grantpt(terminal) == 0 && ::unlockpt(terminal) == 0);
+    const int typedAt = ::open(::ptsname(terminal), O_RDWR | O_NOCTTY);
+    LineReader reader(typedAt);
+    ASSERT_EQ(::write(terminal, "last\x04\x04", 6), 6);
+    EXPECT_EQ(reader.next(), "last");
+    ASSERT_EQ(::write(terminal, "more\n", 5), 5);  // not to wait for ever
+    EXPECT_EQ(reader.next(), std::nullopt);
+    ::close(typedAt);
+    ::close(terminal);
 }
 
 }  // namespace

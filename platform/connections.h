@@ -1,0 +1,87 @@
+// The connections of a server: a bounded number of seats, a bounded number of bytes, and the one
+// rule for both. Where either runs out, the connection that has kept the server waiting longest, by
+// the time since it last took or gave a byte, is closed for the one that needs it.
+//
+// A connection waits, mostly for its client, or else belongs to the one thread that works on it.
+// Nothing here allocates once the table exists. May be called from several threads.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/event_queue.h"
+#include "platform/file.h"
+#include "platform/tcp_server.h"
+
+namespace tovra {
+
+// One accepted connection, for the thread that it belongs to.
+struct Connection {
+    enum class Phase { receiving, sending, draining };
+
+    Phase phase = Phase::receiving;
+    Descriptor socket = Descriptor(-1);
+    std::chrono::steady_clock::time_point deadline;  // it is not waited for any longer
+    std::unique_ptr<Exchange> exchange;
+    std::vector<char> request;  // what has been received
+    std::string answer;
+    std::size_t sent = 0;  // bytes of the answer
+};
+
+class Connections {
+  public:
+    // REQUIRES: seats > 0. The event queue outlives the table.
+    Connections(std::size_t seats, std::size_t mostBytes, EventQueue& events);
+
+    // An empty connection that belongs to the caller; null while others work on all of them.
+    [[nodiscard]] Connection* take();
+    // The connection that the event is for; it belongs to the caller from now on. Null where it has
+    // been closed since.
+    [[nodiscard]] Connection* claim(std::uint64_t tag);
+    // Counts what the caller's connection is about to hold for its request; small things do not
+    // count. False where there is no room, because others work on all that holds any: then the
+    // connection is the caller's no longer, and may be claimed after the next tick.
+    [[nodiscard]] bool holdRequest(Connection& connection, std::size_t bytes);
+    // Counts what the caller's connection holds for its answer, in any case.
+    void holdAnswer(Connection& connection, std::size_t bytes);
+    // The caller's connection waits, and may be claimed when it can go on. It is closed where the
+    // system has no room to wait for it.
+    void wait(Connection& connection, EventQueue::Direction direction);
+    // Closes the caller's connection.
+    void close(Connection& connection);
+    // To be called now and then. Closes all that wait and whose deadline has passed, and lets those
+    // that wait for room try again. False where there are no connections.
+    bool tick();
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    struct Seat : Connection {
+        enum class State { free, worked, waiting };
+
+        State state = State::free;
+        std::uint64_t tag = 0;  // another one for each connection
+        Clock::time_point waitsSince;
+        bool isForRoom = false;  // what it waits for, rather than its client
+        std::size_t held = 0;
+    };
+
+    static Seat& ownSeat(Connection& connection);
+    Seat* longestWaiting(bool holdingBytes);
+    bool makeRoom(Seat& seat, std::size_t bytes);
+    void waitForClient(Seat& seat, EventQueue::Direction direction);
+    void empty(Seat& seat, Seat::State state);
+
+    EventQueue& events_;
+    const std::size_t mostBytes_;
+    std::mutex mutex_;
+    std::vector<Seat> seats_;
+    std::size_t held_ = 0;  // by all together
+};
+
+}  // namespace tovra

@@ -1,0 +1,94 @@
+// The built server, with less memory than it is asked to use.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <deque>
+
+#include "http/request.h"
+#include "support/child_process.h"
+#include "support/loopback_client.h"
+#include "tests/support/scopes.h"
+
+#ifdef __has_feature
+#define HAS_FEATURE(name) __has_feature(name)
+#else
+#define HAS_FEATURE(name) 0
+#endif
+
+namespace tovra {
+namespace {
+
+using support::ChildProcess;
+using support::LoopbackClient;
+
+// What takes most memory when it is parsed beside its size: an object of about that many bytes.
+std::string numbers(std::size_t size) {
+    std::string text = R"({"x":[0)";
+    while (text.size() < size) text += ",0";
+    return text + "]}";
+}
+
+class ShortageTest : public testing::Test {
+  protected:
+    void SetUp() override {
+#if defined(__APPLE__) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || \
+    HAS_FEATURE(address_sanitizer) || HAS_FEATURE(thread_sanitizer)
+        GTEST_SKIP() << "the memory of a process cannot be limited";
+#endif
+    }
+    // The command of a server with so many kilobytes of address space.
+    static std::vector<std::string> limited(int kilobytes, const std::string& arguments) {
+        return {"/bin/sh", "-c",
+                "ulimit -v " + std::to_string(kilobytes) + "; exec \"$0\" " + arguments,
+                TOVRA_SERVER};
+    }
+};
+
+TEST_F(ShortageTest, CostsTheLineOrTheCallAtHandAndNothingElse) {
+    const std::string content = numbers(10'000'000);
+    const test::DataFileScope data(content);
+    ChildProcess server(limited(60'000, ""), {});
+    for (const std::string& line :
+         {R"({"id":1,"method":"ping"})" + std::string(100'000'000, ' '), numbers(10'000'000),
+          std::string(R"({"id":2,"method":"tools/call","params":{"name":"get_overview"}})"),
+          std::string(R"({"id":3,"method":"tools/call","params":{"name":"add_transaction",)"
+                      R"("arguments":{"amount":1}}})"),
+          std::string(R"({"id":4,"method":"ping"})")}) {
+        server.send(line);
+    }
+    EXPECT_EQ(server.finish(), 0);
+    for (const char* id : {"2", "3"}) {
+        EXPECT_EQ(server.receive(),
+                  R"({"jsonrpc":"2.0","id":)" + std::string(id) +
+                      R"(,"result":{"content":[{"type":"text","text":"Error: There is not enough )"
+                      R"(memory for this call. Nothing was changed."}],"isError":true}})");
+    }
+    EXPECT_EQ(server.receive(), R"({"jsonrpc":"2.0","id":4,"result":{}})");
+    EXPECT_EQ(server.receive(), std::nullopt);
+    EXPECT_EQ(test::fileBytes(data.path()), content);
+}
+
+TEST_F(ShortageTest, PassesByItselfOverHttp) {
+    const auto post = [](const std::string& body) {
+        return "POST\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+    };
+    const std::string large = post(numbers(4'000'000)), half = large.substr(0, 500'000);
+    for (const int kilobytes : {50'000, 100'000, 200'000}) {
+        ChildProcess server(limited(kilobytes, "--http 0"), {}, ChildProcess::Listen::toErrors);
+        const std::string said(server.receive().value_or(""));
+        const auto port =
+            std::atoi(said.substr(std::min(said.rfind("1:"), said.size())).c_str() + 2);
+        std::deque<LoopbackClient> clients;
+        for (int i = 0; i < 150; ++i) {
+            clients.emplace_back(static_cast<std::uint16_t>(port)).send(i % 10 == 0 ? large : half);
+        }
+        const LoopbackClient client(static_cast<std::uint16_t>(port));
+        EXPECT_EQ(client.send(post(R"({"id":1,"method":"ping"})")).receive(),
+                  http::httpResponse("200 OK", "application/json",
+                                     R"({"jsonrpc":"2.0","id":1,"result":{}})"))
+            << kilobytes << " KB, " << said;
+    }
+}
+
+}  // namespace
+}  // namespace tovra
