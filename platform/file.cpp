@@ -3,9 +3,12 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <memory>
+
+#include "json/utf8.h"
 
 namespace tovra {
 namespace {
@@ -81,6 +84,15 @@ bool isAsRead(const FileVersion& version) {
         rest.remove_prefix(count);
         done += count;
     }
+}
+
+std::string readablePath(const std::filesystem::path& path) {
+    std::string text = path.string();
+    if (!json::isValidUtf8(text)) {
+        std::replace_if(
+            text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; }, '?');
+    }
+    return text;
 }
 
 }  // namespace tovra

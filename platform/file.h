@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -73,5 +74,8 @@ struct FileVersion {
 
 // Whether the open file holds at this moment exactly what was read.
 [[nodiscard]] bool isAsRead(const FileVersion& version);
+
+// The path for people to read. A message has to be valid UTF-8, a path need not be.
+[[nodiscard]] std::string readablePath(const std::filesystem::path& path);
 
 }  // namespace tovra

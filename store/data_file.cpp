@@ -8,12 +8,19 @@
 
 namespace tovra {
 
-std::filesystem::path dataFileURL() {
-    if (auto path = environmentVariable("TOVRA_DATA_FILE"); path && !path->empty()) return *path;
-    const auto directory = preference("com.local.pennyloft", "tovra.syncDir");
-    if (directory && !directory->empty()) return std::filesystem::path(*directory) / "data.json";
-    return applicationSupportDirectory() / "Pennyloft/data.json";
+DataFileLocation locateDataFile() {
+    using Source = DataFileLocation::Source;
+    if (auto path = environmentVariable("TOVRA_DATA_FILE"); path && !path->empty()) {
+        return {*path, Source::variable, {}};
+    }
+    const auto [directory, problem] = preference("com.local.pennyloft", "tovra.syncDir");
+    if (directory && !directory->empty()) {
+        return {std::filesystem::path(*directory) / "data.json", Source::preference, {}};
+    }
+    return {applicationSupportDirectory() / "Pennyloft/data.json", Source::fallback, problem};
 }
+
+std::filesystem::path dataFileURL() { return locateDataFile().path; }
 
 json::Document loadData() {
     auto document = parseFile(dataFileURL());

@@ -1,6 +1,5 @@
 #include "store/recording.h"
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <exception>
@@ -9,7 +8,6 @@
 #include <thread>
 #include <utility>
 
-#include "json/utf8.h"
 #include "platform/replace_file.h"
 #include "platform/signals.h"
 #include "store/data_file.h"
@@ -131,20 +129,10 @@ std::optional<std::string> attempt(const std::function<Change(const DataSnapshot
     return made.text;
 }
 
-// A message has to be valid UTF-8, a path need not be.
-std::string readable(const fs::path& path) {
-    std::string text = path.string();
-    if (!json::isValidUtf8(text)) {
-        std::replace_if(
-            text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; }, '?');
-    }
-    return text;
-}
-
 }  // namespace
 
 RecordingError::RecordingError(const std::string& problem, const fs::path& file)
-    : std::runtime_error(problem + " (" + readable(file) + "). Nothing was changed.") {}
+    : std::runtime_error(problem + " (" + readablePath(file) + "). Nothing was changed.") {}
 
 std::string changeDataFile(const std::function<Change(const DataSnapshot&)>& change,
                            FileSystem& system) {
