@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <unistd.h>
+#ifdef __linux__
+#include <sys/xattr.h>
+#endif
 
 #include <array>
 #include <atomic>
@@ -78,6 +81,12 @@ TEST(Recording, KeepsModeAndLinksAndMakesMissingFolders) {
 void intrude(const fs::path& target, const std::string& content) {
     test::writeFile(target.parent_path() / "other", content);
     fs::rename(target.parent_path() / "other", target);
+}
+
+Descriptor openFolder(const fs::path& path) {
+    std::error_code error;
+    FileSystem& system = FileSystem::system();
+    return {system, system.openFolder(path, error)};
 }
 
 constexpr const char* kAddTransaction =
@@ -158,6 +167,60 @@ TEST(Recording, UndoesNoChangeOfAnOutsideWriter) {
     recorder.join();
     EXPECT_EQ(counter(), kSaves);
 }
+
+// What keeps a recording waiting while something happens to who asked for it.
+TEST(Recording, IsNotSavedWhereItCannotBeAnswered) {
+    const test::DataFileScope file("{}");
+    for (const int signal : {0, SIGTERM}) {
+        const Descriptor folder = openFolder(file.path().parent_path());
+        EXPECT_FALSE(folder.system().lock(folder.get()));
+        ChildProcess server({TOVRA_SERVER}, {});
+        server.send(kAddTransaction);
+        ::usleep(200000);
+        signal == 0 ? server.stopListening() : void(::kill(server.id(), signal));
+        if (signal != 0) {
+            EXPECT_NE(server.receive().value_or("").find("the server is about to end"),
+                      std::string::npos);
+        }
+        EXPECT_EQ(server.finish(), signal == 0 ? 0 : 128 + signal);
+        expectContent(file.path(), "{}");
+    }
+}
+
+#ifdef __linux__
+// As setxattr takes it; this machine's numbers begin with the lowest byte.
+std::string asAttribute(const AccessList& list) {
+    std::string bytes("\2\0\0\0", 4);
+    return bytes.append(reinterpret_cast<const char*>(list.data()),
+                        list.size() * sizeof(AccessEntry));
+}
+
+TEST(Recording, KeepsAttributesAndAccessListsAndInheritsNone) {
+    const test::DataFileScope file("{}");
+    const std::string path = file.path(), folder = file.path().parent_path();
+    const auto set = [](const std::string& of, const char* name, const std::string& value) {
+        return ::setxattr(of.c_str(), name, value.data(), value.size(), 0) == 0;
+    };
+    const AccessList inherited{{1, 7, 0}, {2, 7, 9}, {4, 7, 0}, {16, 7, 0}, {32, 0, 0}};
+    const AccessList own{{1, 6, 0}, {2, 6, 7}, {4, 0, 0}, {16, 6, 0}, {32, 0, 0}};
+    if (!set(folder, "system.posix_acl_default", asAttribute(inherited))) GTEST_SKIP();
+    ASSERT_TRUE(set(path, "user.note", "n"));
+    for (const bool hasList : {false, true}) {
+        fs::permissions(path, fs::perms(0640));
+        ASSERT_TRUE(!hasList || set(path, "system.posix_acl_access", asAttribute(own)));
+        EXPECT_EQ(outcome(), "done");
+        std::array<char, 2> note{};
+        EXPECT_EQ(::getxattr(path.c_str(), "user.note", note.data(), 2), 1) << hasList;
+        EXPECT_EQ(fs::status(path).permissions(), fs::perms(hasList ? 0660 : 0640));
+        std::error_code error;
+        FileSystem& system = FileSystem::system();
+        const Descriptor opened(system, system.openFile(path, error));
+        const AccessList now = system.accessList(opened.get(), error);
+        ASSERT_EQ(now.size(), hasList ? own.size() : 0) << hasList;
+        EXPECT_TRUE(!hasList || (now[1] == own[1] && now[2].rights == 0)) << now[2].rights;
+    }
+}
+#endif
 
 // How many transactions were confirmed.
 std::size_t confirmedBy(ChildProcess& server) {
