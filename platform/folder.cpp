@@ -58,10 +58,11 @@ std::error_code NewFolders::make(const fs::path& folder) {
 }
 
 bool NewFolders::remove() {
+    bool isGone = true;
     for (; !made_.empty(); made_.pop_back()) {
-        if (system_.removeFolder(made_.back())) return false;
+        if (system_.removeFolder(made_.back())) isGone = false;
     }
-    return true;
+    return isGone;
 }
 
 }  // namespace tovra

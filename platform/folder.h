@@ -39,15 +39,19 @@ class Folder {
     bool isLocked_ = false;
 };
 
-// Folders that were made for a file, and go again if the file is not.
+// Folders that are made for a file, and go again with this unless they are kept.
 class NewFolders {
   public:
     explicit NewFolders(FileSystem& system) : system_(system) {}
+    NewFolders(const NewFolders&) = delete;
+    NewFolders& operator=(const NewFolders&) = delete;
+    ~NewFolders() { (void)remove(); }
 
     // Makes the folder and all above it that are missing, each on the disk when this returns.
     [[nodiscard]] std::error_code make(const std::filesystem::path& folder);
     // Removes those that were made. False where one of them stays.
     [[nodiscard]] bool remove();
+    void keep() { made_.clear(); }
 
   private:
     FileSystem& system_;

@@ -100,7 +100,10 @@ class Recording {
             if (!turn.isInside()) throw RecordingError("The server is about to end");
             constexpr int kMostTries = 16;
             for (int i = 0; i < kMostTries; ++i) {
-                if (auto text = attempt()) return *text;
+                auto text = attempt();
+                if (!text) continue;
+                newFolders_.keep();
+                return *text;
             }
             throw ReplaceError("other programs keep changing it");
         } catch (const ReplaceError& error) {
