@@ -68,9 +68,6 @@ class FolderModel : public FileSystem {
     Error look(Path path, struct stat& status) override {
         return at("look", [&] { return find(path) ? fill(status, find(path)) : ENOENT; });
     }
-    std::filesystem::path linkTarget(Path /*path*/, Error& error) override {
-        return error = reason(EINVAL), std::filesystem::path();
-    }
     std::vector<std::string> namesIn(Path /*folder*/, Error& error) override {
         std::vector<std::string> found;
         error = at("names", [&] {
@@ -103,6 +100,10 @@ class FolderModel : public FileSystem {
             if (&it == folder_.get()) history = {names};
             return 0;
         });
+    }
+    Error synchroniseAll(int file) override {
+        history = {names};
+        return synchronise(file);
     }
     Error changeOwner(int file, uid_t owner, gid_t group) override {
         return at("owner", [&] {
@@ -154,9 +155,9 @@ class FolderModel : public FileSystem {
     static Error reason(int number) { return {number, std::generic_category()}; }
     static int succeed() { return 0; }
     Error at(std::string_view call, const std::function<int()>& action = succeed) {
-        const int failure = isOff ? EIO : before(call);
-        if (failure != 0 || isOff) return reason(isOff ? EIO : failure);
-        return reason(action());
+        if (isOff) return reason(EIO);
+        const int failure = before(call);
+        return reason(failure != 0 ? failure : action());
     }
     int open(std::string_view call, Error& error, const std::function<FilePointer()>& file) {
         const int number = descriptors_ + 1;
