@@ -258,8 +258,8 @@ std::size_t confirmedBy(ChildProcess& server) {
 TEST(Recording, SurvivesBeingKilledAtAnyMoment) {
     const test::DataFileScope file("{\"a\":\"" + std::string(1000000, 'a') + "\"}");
     std::size_t recorded = 0;
-    for (int round = 0; round < 24; ++round) {
-        const int signal = std::array{SIGKILL, SIGTERM, SIGINT}[std::size_t(round) % 3];
+    for (int round = 0; round < 16; ++round) {
+        const int signal = round % 2 == 0 ? SIGKILL : SIGTERM;
         ChildProcess server({TOVRA_SERVER}, {});
         for (int n = 0; n < 20; ++n) server.send(kAddTransaction);
         ::usleep(static_cast<useconds_t>(std::rand() % 100000));
