@@ -45,12 +45,6 @@ fs::path resolved(FileSystem& system, fs::path path) {
     return path;
 }
 
-// Whether the path names a folder whatever there is: it ends in a slash or a dot.
-bool namesFolder(const fs::path& path) {
-    const fs::path name = path.filename();
-    return name.empty() || name == "." || name == "..";
-}
-
 // The file as it was read, and what a recording makes of it.
 struct Loaded {
     std::optional<FileVersion> version;
@@ -63,7 +57,6 @@ json::Document emptyObject() { return std::move(*json::parse("{}")); }
 Loaded loadOnce(FileSystem& system, const fs::path& path) {
     std::error_code error;
     auto version = readFileVersion(system, path, json::kMaxSize, error);
-    if (namesFolder(path)) error = std::make_error_code(std::errc::is_a_directory);
     Loaded loaded{std::move(version), {path, emptyObject(), {}}};
     if (error == std::errc::no_such_file_or_directory) return loaded;
     if (error) {
