@@ -25,7 +25,7 @@ struct Connection {
     enum class Phase { receiving, sending, draining };
 
     Phase phase = Phase::receiving;
-    Descriptor socket = Descriptor(-1);
+    Descriptor socket;
     std::chrono::steady_clock::time_point deadline;  // it is not waited for any longer
     std::unique_ptr<Exchange> exchange;
     std::vector<char> request;  // what has been received

@@ -15,11 +15,17 @@ namespace tovra {
 // comes from the password database.
 [[nodiscard]] std::filesystem::path applicationSupportDirectory();
 
-// The string that the user's preferences hold under `key` in the domain of another application;
-// nothing when there is none. On macOS the domain is the system's own; elsewhere it is the JSON
-// object in $XDG_CONFIG_HOME/<domain>/preferences.json (~/.config in place of the variable).
-[[nodiscard]] std::optional<std::string> preference(const std::string& domain,
-                                                    const std::string& key);
+// What the preferences of another application say.
+struct Preference {
+    std::optional<std::string> value;    // nothing where there is no such string
+    std::optional<std::string> problem;  // why the preferences, which exist, could not be read
+};
+
+// The string that the user's preferences hold under `key` in the domain of another application. On
+// macOS the domain is the system's own, which has no problems; elsewhere it is the JSON object in
+// $XDG_CONFIG_HOME/<domain>/preferences.json (~/.config in place of the variable). That file may be
+// half-written: where it is unusable, it is read again for a quarter of a second.
+[[nodiscard]] Preference preference(const std::string& domain, const std::string& key);
 
 // The user's home directory: $HOME, or what the password database says where that is unset or
 // empty.

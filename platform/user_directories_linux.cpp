@@ -1,7 +1,9 @@
 // Linux and other systems that follow the XDG base directory rules: a variable counts only when it
 // holds an absolute path.
 #include "platform/environment.h"
+#include "platform/file.h"
 #include "platform/json_file.h"
+#include "platform/second_look.h"
 #include "platform/user_directories.h"
 
 namespace tovra {
@@ -13,19 +15,35 @@ std::filesystem::path baseDirectory(const char* variable, const char* belowHome)
     return homeDirectory() / belowHome;
 }
 
+bool isMissing(const std::error_code& error) {
+    return error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory;
+}
+
+Preference readPreference(const std::filesystem::path& path, const std::string& key) {
+    std::error_code error;
+    const auto preferences = parseFile(path, error);
+    if (isMissing(error)) return {};
+    if (!preferences) {
+        const std::string reason = error ? error.message() : "they hold no JSON";
+        return {{},
+                "The preferences could not be read: " + reason + " (" + readablePath(path) + ")"};
+    }
+    const auto value = preferences->root().member(key).string();
+    if (!value) return {};
+    return {std::string(*value), {}};
+}
+
 }  // namespace
 
 std::filesystem::path applicationSupportDirectory() {
     return baseDirectory("XDG_DATA_HOME", ".local/share");
 }
 
-std::optional<std::string> preference(const std::string& domain, const std::string& key) {
-    const auto preferences =
-        parseFile(baseDirectory("XDG_CONFIG_HOME", ".config") / domain / "preferences.json");
-    if (!preferences) return std::nullopt;
-    const auto value = preferences->root().member(key).string();
-    if (!value) return std::nullopt;
-    return std::string(*value);
+Preference preference(const std::string& domain, const std::string& key) {
+    const auto path = baseDirectory("XDG_CONFIG_HOME", ".config") / domain / "preferences.json";
+    const auto hasNoProblem = [](const Preference& read) { return !read.problem; };
+    const auto look = [&] { return readPreference(path, key); };
+    return lookUntil(FileSystem::system(), hasNoProblem, look);
 }
 
 }  // namespace tovra

@@ -36,16 +36,16 @@ std::filesystem::path applicationSupportDirectory() {
     return homeDirectory() / "Library/Application Support";
 }
 
-std::optional<std::string> preference(const std::string& domain, const std::string& key) {
+Preference preference(const std::string& domain, const std::string& key) {
     const auto domainName = makeString(domain);
     const auto keyName = makeString(key);
-    if (!domainName || !keyName) return std::nullopt;
+    if (!domainName || !keyName) return {};
     // Without this a running process keeps the values that it saw first.
     CFPreferencesAppSynchronize(domainName.get());
     const Owned<CFPropertyListRef> value(
         CFPreferencesCopyAppValue(keyName.get(), domainName.get()));
-    if (!value || CFGetTypeID(value.get()) != CFStringGetTypeID()) return std::nullopt;
-    return utf8(static_cast<CFStringRef>(value.get()));
+    if (!value || CFGetTypeID(value.get()) != CFStringGetTypeID()) return {};
+    return {utf8(static_cast<CFStringRef>(value.get())), {}};
 }
 
 }  // namespace tovra

@@ -8,7 +8,10 @@
 
 #include "json/json.h"
 #include "platform/line_io.h"
+#include "platform/reader_watch.h"
+#include "platform/signals.h"
 #include "server/handle.h"
+#include "store/recording.h"
 
 namespace tovra {
 namespace {
@@ -33,11 +36,15 @@ std::optional<std::string> answer(std::string_view line, bool readOnly) {
 }  // namespace
 
 int runStdio(bool readOnly) {
+    recordOnlyWhile([] { return hasReader(kStandardOutput) && !isEndSignalPending(); });
     LineReader input(kStandardInput);
     while (const auto line = input.next()) {
+        if (!awaitReader(kStandardOutput)) return 0;
+        // Until the answer is written: what is recorded is answered, too.
+        const SignalHold hold;
         const auto response = answer(*line, readOnly);
         if (!response) continue;
-        if (const std::error_code error = writeAll(kStandardOutput, *response)) {
+        if (const std::error_code error = writeToReader(kStandardOutput, *response)) {
             // A host that reads no more has ended the session; everything else is a failure.
             return error == std::errc::broken_pipe ? 0 : 1;
         }

@@ -1,5 +1,7 @@
 #include "store/data_file.h"
 
+#include <new>
+#include <system_error>
 #include <utility>
 
 #include "platform/environment.h"
@@ -8,15 +10,27 @@
 
 namespace tovra {
 
-std::filesystem::path dataFileURL() {
-    if (auto path = environmentVariable("TOVRA_DATA_FILE"); path && !path->empty()) return *path;
-    const auto directory = preference("com.local.pennyloft", "tovra.syncDir");
-    if (directory && !directory->empty()) return std::filesystem::path(*directory) / "data.json";
-    return applicationSupportDirectory() / "Pennyloft/data.json";
+DataFileLocation locateDataFile() {
+    using Source = DataFileLocation::Source;
+    if (auto path = environmentVariable("TOVRA_DATA_FILE"); path && !path->empty()) {
+        return {*path, Source::variable, {}};
+    }
+    const auto [directory, problem] = preference("com.local.pennyloft", "tovra.syncDir");
+    if (directory && !directory->empty()) {
+        return {std::filesystem::path(*directory) / "data.json", Source::preference, {}};
+    }
+    return {applicationSupportDirectory() / "Pennyloft/data.json", Source::fallback, problem};
 }
 
+std::filesystem::path dataFileURL() { return locateDataFile().path; }
+
 json::Document loadData() {
-    auto document = parseFile(dataFileURL());
+    std::error_code error;
+    auto document = parseFile(dataFileURL(), error);
+    // Zeros would be a false statement about a file that is there and does not fit.
+    if (error == std::errc::file_too_large || error == std::errc::not_enough_memory) {
+        throw std::bad_alloc();
+    }
     if (!document || !document->root().is(json::Kind::object)) return {};
     return std::move(*document);
 }

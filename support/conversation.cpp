@@ -120,7 +120,8 @@ void askForReports(Conversation& conversation) {
 
 // The name of the last goal in the data file, or one that it does not have.
 std::string goalName(const std::string& dataFile) {
-    const auto document = tovra::parseFile(dataFile);
+    std::error_code error;
+    const auto document = tovra::parseFile(dataFile, error);
     std::string name = "New Bicycle";
     if (!document) return name;
     for (const json::Value goal : document->root().member("goals").children()) {

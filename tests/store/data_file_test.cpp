@@ -2,12 +2,18 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <thread>
+#include <tuple>
 
 #include "platform/user_directories.h"
 #include "tests/support/scopes.h"
 
 namespace tovra {
 namespace {
+
+using namespace std::string_literals;
 
 TEST(DataFile, IsFoundByVariableThenPreferenceThenFallback) {
     const test::TemporaryFolder home;
@@ -22,14 +28,25 @@ TEST(DataFile, IsFoundByVariableThenPreferenceThenFallback) {
     EXPECT_TRUE(fallback.starts_with((home / "").string())) << fallback;
     EXPECT_EQ(found({}), fallback);
 #ifndef __APPLE__
-    for (const auto& [text, expected] :
-         {std::pair{R"({"tovra.syncDir":"/no/such dir"})", std::string("/no/such dir/data.json")},
-          {R"({"tovra.syncDir":""})", fallback},
-          {R"({"tovra.syncDir":7})", fallback}}) {
-        test::writeFile(home / "config/com.local.pennyloft/preferences.json", text);
+    const auto preferences = home / "config/com.local.pennyloft/preferences.json";
+    for (const auto& [text, expected, isBroken] :
+         {std::tuple(R"({"tovra.syncDir":"/no/such dir"})", "/no/such dir/data.json"s, false),
+          {R"({"tovra.syncDir":""})", fallback, false},
+          {R"({"tovra.syncDir":7})", fallback, false},
+          {R"({"tovra.syncDir":"/cut)", fallback, true},
+          {"", fallback, true}}) {
+        test::writeFile(preferences, text);
         EXPECT_EQ(found(""), expected) << text;
+        EXPECT_EQ(locateDataFile().preferencesProblem.has_value(), isBroken) << text;
         EXPECT_EQ(found(" ~/x y"), " ~/x y") << text;
     }
+    // What is half-written is read again.
+    std::thread writer([&] {
+        ::usleep(90000);
+        test::writeFile(preferences, R"({"tovra.syncDir":"/whole"})");
+    });
+    EXPECT_EQ(found(""), "/whole/data.json");
+    writer.join();
 #endif
 }
 

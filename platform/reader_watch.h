@@ -1,0 +1,19 @@
+// The program that reads what this one writes: whether it is still there, and whether it reads.
+#pragma once
+
+#include <string_view>
+#include <system_error>
+
+namespace tovra {
+
+// Whether the other end of a pipe or socket is still open; true for anything else.
+[[nodiscard]] bool hasReader(int descriptor);
+
+// Waits until the descriptor takes PIPE_BUF bytes at once. False when nobody reads any more.
+[[nodiscard]] bool awaitReader(int descriptor);
+
+// Writes all of `bytes`. Gives the system's reason where it cannot be written (EPIPE: nobody reads
+// any more), and EINTR where the reader lets the writing wait while an end signal is held back.
+[[nodiscard]] std::error_code writeToReader(int descriptor, std::string_view bytes);
+
+}  // namespace tovra

@@ -1,0 +1,24 @@
+// Looking again at what another program may be writing at this moment.
+#pragma once
+
+#include <chrono>
+
+#include "platform/file_system.h"
+
+namespace tovra {
+
+// Calls `look` until `isSettled` is true of what it gives, five times within a quarter of a second
+// at most, and returns what it gave last.
+template <typename Look, typename IsSettled>
+auto lookUntil(FileSystem& system, const IsSettled& isSettled, const Look& look) {
+    constexpr int kMostLooks = 5;
+    constexpr std::chrono::milliseconds kPause(50);
+    for (int i = 1; i < kMostLooks; ++i) {
+        auto seen = look();
+        if (isSettled(seen)) return seen;
+        system.pause(kPause);
+    }
+    return look();
+}
+
+}  // namespace tovra

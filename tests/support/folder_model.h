@@ -1,0 +1,201 @@
+// A file system in memory that holds one folder, and may fail or be switched off before any call.
+// Its time passes faster.
+#pragma once
+
+#include <cerrno>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "platform/file_system.h"
+
+namespace tovra::test {
+
+class FolderModel : public FileSystem {
+  public:
+    struct File {
+        std::string bytes = {};
+        std::string onDisk = {};  // what is left of the bytes where the power fails
+        mode_t mode = 0600;
+        uid_t owner = 1000;
+        gid_t group = 1000;
+        AccessList list = {};
+        ino_t inode = 0;
+    };
+    using FilePointer = std::shared_ptr<File>;
+    using Names = std::map<std::string, FilePointer>;
+
+    // Before each call: its name goes in, a reason to fail or 0 comes out.
+    std::function<int(std::string_view call)> before = [](auto) { return 0; };
+    bool isOff = false;  // no call does anything any more
+    bool isLockedByOther = false, mayChangeOwner = true, hasAccessLists = true;
+    Names names;
+    // What the folder may hold after the power fails, the state that was synchronised first.
+    std::vector<Names> history{1};
+
+    // As another program does it. The file is on the disk.
+    File& put(const std::string& name, const std::string& bytes) {
+        names[name] = newFile();
+        names[name]->bytes = names[name]->onDisk = bytes;
+        history = {names};
+        return *names[name];
+    }
+    [[nodiscard]] std::string bytes(const std::string& name) const {
+        return names.contains(name) ? names.at(name)->bytes : "";
+    }
+
+    int openFile(Path path, Error& error) override {
+        return open("open file", error, [&] { return find(path); });
+    }
+    int openFolder(Path path, Error& error) override {
+        return open("open folder", error, [&] { return path == "/folder" ? folder_ : nullptr; });
+    }
+    int createUnnamed(Path /*folder*/, Error& error) override {
+        return open("create unnamed", error, [&] { return newFile(); });
+    }
+    int createExclusively(Path path, Error& error) override {
+        return open("create", error, [&] { return named(path, newFile()); });
+    }
+    Error close(int file) override { return files_.erase(file), at("close"); }
+
+    Error status(int file, struct stat& status) override {
+        return at("status", [&] { return fill(status, files_.at(file)); });
+    }
+    Error look(Path path, struct stat& status) override {
+        return at("look", [&] { return find(path) ? fill(status, find(path)) : ENOENT; });
+    }
+    std::vector<std::string> namesIn(Path /*folder*/, Error& error) override {
+        std::vector<std::string> found;
+        error = at("names", [&] {
+            for (const auto& [name, file] : names) found.push_back(name);
+            return 0;
+        });
+        return found;
+    }
+    Error mayWrite(Path /*path*/) override { return at("may write"); }
+    Error lock(int /*folder*/) override {
+        return at("lock", [&] { return isLockedByOther ? EWOULDBLOCK : 0; });
+    }
+    std::size_t read(int file, char* into, std::size_t room, std::size_t offset,
+                     Error& error) override {
+        error = at("read");
+        const std::string& bytes = files_.at(file)->bytes;
+        return error || offset >= bytes.size() ? 0 : bytes.copy(into, room, offset);
+    }
+    // Half of what is asked for.
+    std::size_t write(int file, std::string_view bytes, Error& error) override {
+        error = at("write");
+        const std::size_t count = error ? 0 : (bytes.size() + 1) / 2;
+        files_.at(file)->bytes += bytes.substr(0, count);
+        return count;
+    }
+    Error synchronise(int file) override {
+        File& it = *files_.at(file);
+        return at(&it == folder_.get() ? "synchronise folder" : "synchronise", [&] {
+            it.onDisk = it.bytes;
+            if (&it == folder_.get()) history = {names};
+            return 0;
+        });
+    }
+    Error synchroniseAll(int file) override {
+        history = {names};
+        return synchronise(file);
+    }
+    Error changeOwner(int file, uid_t owner, gid_t group) override {
+        return at("owner", [&] {
+            if (mayChangeOwner) files_.at(file)->owner = owner, files_.at(file)->group = group;
+            return mayChangeOwner ? 0 : EPERM;
+        });
+    }
+    Error changeMode(int file, mode_t mode) override {
+        return at("mode", [&] { return files_.at(file)->mode = mode, 0; });
+    }
+    Error copyAttributes(int /*from*/, int /*to*/) override { return at("attributes"); }
+    AccessList accessList(int file, Error& error) override {
+        error = at("access list", [&] { return hasAccessLists ? 0 : ENOTSUP; });
+        return error ? AccessList() : files_.at(file)->list;
+    }
+    Error setAccessList(int file, const AccessList& list) override {
+        return at("set access list", [&] {
+            if (!hasAccessLists) return list.empty() ? 0 : ENOTSUP;
+            return files_.at(file)->list = list, 0;
+        });
+    }
+    Error link(int file, Path path) override {
+        return at("link", [&] { return find(path) ? EEXIST : (named(path, files_.at(file)), 0); });
+    }
+    Error rename(Path from, Path to) override {
+        return at("rename", [&] { return move(from, to); });
+    }
+    Error renameExclusively(Path from, Path to) override {
+        return at("rename exclusively", [&] { return find(to) ? EEXIST : move(from, to); });
+    }
+    Error exchange(Path a, Path b) override {
+        return at("exchange", [&] {
+            if (!find(a) || !find(b)) return ENOENT;
+            std::swap(names[a.filename()], names[b.filename()]);
+            return history.push_back(names), 0;
+        });
+    }
+    Error remove(Path path) override {
+        return at("remove", [&] {
+            if (names.erase(path.filename()) == 0) return ENOENT;
+            return history.push_back(names), 0;
+        });
+    }
+    void pause(std::chrono::milliseconds /*time*/) override {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+
+  private:
+    static Error reason(int number) { return {number, std::generic_category()}; }
+    static int succeed() { return 0; }
+    Error at(std::string_view call, const std::function<int()>& action = succeed) {
+        if (isOff) return reason(EIO);
+        const int failure = before(call);
+        return reason(failure != 0 ? failure : action());
+    }
+    int open(std::string_view call, Error& error, const std::function<FilePointer()>& file) {
+        const int number = descriptors_ + 1;
+        error = at(call, [&] { return (files_[number] = file()) ? 0 : ENOENT; });
+        return error ? -1 : ++descriptors_;
+    }
+    FilePointer newFile() {
+        auto file = std::make_shared<File>();
+        file->inode = ++inodes_;
+        return file;
+    }
+    FilePointer find(Path path) {
+        const auto found = names.find(path.filename());
+        return path.parent_path() == "/folder" && found != names.end() ? found->second : nullptr;
+    }
+    FilePointer named(Path path, FilePointer file) {
+        names[path.filename()] = file;
+        history.push_back(names);
+        return file;
+    }
+    int move(Path from, Path to) {
+        if (!find(from)) return ENOENT;
+        named(to, names.extract(from.filename()).mapped());
+        return 0;
+    }
+    static int fill(struct stat& status, const FilePointer& file) {
+        status.st_mode = S_IFREG | file->mode;
+        status.st_uid = file->owner;
+        status.st_gid = file->group;
+        status.st_size = static_cast<off_t>(file->bytes.size());
+        status.st_ino = file->inode;
+        return 0;
+    }
+
+    std::map<int, FilePointer> files_;
+    FilePointer folder_ = std::make_shared<File>();
+    int descriptors_ = 0;
+    ino_t inodes_ = 0;
+};
+
+}  // namespace tovra::test
