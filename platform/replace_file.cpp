@@ -53,10 +53,7 @@ class TemporaryFile {
   public:
     TemporaryFile(FileSystem& system, const fs::path& target) : system_(system) {
         for (int tries = 0; !file_.isOpen(); ++tries) {
-            std::string name = ".";
-            name += target.filename().string();
-            name += ".tmp." + randomLetters(10);
-            path_ = target.parent_path() / name;
+            path_ = target.parent_path() / (temporaryNameStart(target) + randomLetters(10));
             file_ = Descriptor(system_.createExclusively(path_, S_IRUSR | S_IWUSR));
             if (!file_.isOpen() && (errno != EEXIST || tries == 10)) fail(errno);
         }
@@ -192,6 +189,10 @@ Replacement exchangeFiles(FileSystem& system, const fs::path& target, const Dire
 }
 
 }  // namespace
+
+std::string temporaryNameStart(const fs::path& target) {
+    return "." + target.filename().string() + ".tmp.";
+}
 
 DirectoryLock::DirectoryLock(const fs::path& directory, const std::function<bool()>& mayWait)
     : directory_(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {

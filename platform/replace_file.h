@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <string>
 #include <string_view>
 
 #include "platform/file.h"
@@ -26,6 +27,10 @@ class DirectoryLock {
   private:
     Descriptor directory_;
 };
+
+// What the name of every temporary file begins with that a save makes beside `target`. Such a file
+// is left behind only where the process or the machine stops in the middle of a save.
+[[nodiscard]] std::string temporaryNameStart(const std::filesystem::path& target);
 
 enum class Replacement {
     done,     // the new bytes are in place, and on the disk

@@ -1,0 +1,252 @@
+#include "check/findings.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <span>
+
+namespace tovra::check {
+namespace {
+
+// "1 transaction", "12 transactions".
+std::string number(std::size_t count, const std::string& noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+std::string inQuotes(std::string_view text) { return "\"" + std::string(text) + "\""; }
+
+// The first texts, quoted, and how many more there are.
+template <typename Text>
+std::string some(const std::vector<Text>& texts) {
+    constexpr std::size_t kShown = 5;
+    std::string list;
+    for (std::size_t i = 0; i < std::min(texts.size(), kShown); ++i) {
+        list += (i == 0 ? "" : ", ") + inQuotes(texts[i]);
+    }
+    if (texts.size() > kShown) list += " and " + std::to_string(texts.size() - kShown) + " more";
+    return list;
+}
+
+// What the system's reason for not opening or reading a file means.
+std::string whyNotReadable(const std::error_code& reason) {
+    switch (reason.value()) {
+        case EACCES:
+            return "Your user may not read the file, or not enter one of the folders on the way to "
+                   "it.";
+        case EPERM:
+            return "The system keeps this program from the file, whatever its mode says. On macOS, "
+                   "allow "
+                   "the assistant's host, and the terminal for this check, in System Settings, "
+                   "Privacy "
+                   "& Security, Files and Folders (or Full Disk Access), and start it again.";
+        case EDEADLK:
+            return "The file is kept in the cloud and has not been downloaded to this computer. "
+                   "Have "
+                   "its folder kept downloaded, or open the file once.";
+        case ENOTDIR:
+            return "A part of the path is a file where a folder is needed.";
+        case ELOOP:
+            return "The path goes round in a circle of symbolic links.";
+        case EISDIR:
+            return "This is a folder. The data file is the data.json in it.";
+        case EINVAL:
+            return "This is no ordinary file.";
+        case EFBIG:
+            return "The file is larger than 2 GiB, which is more than the server reads.";
+        default:
+            return "The file cannot be read: " + reason.message() + ".";
+    }
+}
+
+std::string whyNotWritable(const std::error_code& reason) {
+    if (reason.value() == EACCES) return "Your user may not make files in the folder.";
+    return "No file can be made in the folder: " + reason.message() + ".";
+}
+
+class Findings {
+  public:
+    std::vector<Finding> found;
+
+    void addPath(const Place& place) {
+        const std::string path = place.path.string();
+        if (path.starts_with('~') || path.starts_with('$')) {
+            warn("tilde", "The path is taken as it stands: " + path.substr(0, path.find('/')) +
+                              " is not replaced. Write your home directory out.");
+        } else if (!place.path.is_absolute()) {
+            warn("relative",
+                 "The path is not absolute. The server takes it from the folder in which "
+                 "its host starts it, which may be any.");
+        }
+        constexpr std::string_view kStray = " \t\r\n\"'";
+        if (kStray.find(path.front()) < kStray.size() || kStray.find(path.back()) < kStray.size()) {
+            warn("stray-ends",
+                 "The path begins or ends with a blank or a quotation mark, which is "
+                 "taken as a part of it: " +
+                     inQuotes(path) + ".");
+        }
+    }
+
+    void addPreferences(const DataFileLocation& location) {
+        if (!location.preferencesProblem) return;
+        fail("preferences", *location.preferencesProblem +
+                                ". They may name another file: reports come from this one, and "
+                                "recordings are refused.");
+    }
+
+    void addFile(const Place& place, const std::optional<JsonFault>& fault, bool holdsObject) {
+        constexpr auto kZeros = " The reports see an empty file";
+        if (place.notReadable == std::errc::no_such_file_or_directory) {
+            fail(place.isInCloud ? "in-cloud" : "missing",
+                 (place.isInCloud ? whyNotReadable({EDEADLK, std::generic_category()})
+                  : place.missing == place.path
+                      ? "There is no file of that name in its folder."
+                      : "There is no such folder: " + place.missing.string() + ".") +
+                     kZeros + "; a recording would make a new one.");
+        } else if (place.notReadable) {
+            fail("not-readable",
+                 whyNotReadable(place.notReadable) + kZeros + ", and recordings are refused.");
+        } else if (fault) {
+            fail("not-json", "The file is not JSON. Line " + std::to_string(fault->line) +
+                                 ", column " + std::to_string(fault->column) + ": " +
+                                 std::string(fault->reason) + "." + kZeros +
+                                 ", and recordings are refused.");
+        } else if (!holdsObject) {
+            fail("not-object", "The file holds a list where an object, { ... }, is expected." +
+                                   std::string(kZeros) + ", and recordings are refused.");
+        }
+    }
+
+    void addSurroundings(const Place& place) {
+        if (place.notWritable) {
+            warn("not-writable",
+                 whyNotWritable(place.notWritable) +
+                     " A save puts a new file there, so recordings fail; reports work.");
+        }
+        if (!place.isOwn) {
+            warn("other-owner",
+                 "The file belongs to another user. A recording would have to leave it "
+                 "to that user, and fails where the system does not allow that.");
+        }
+        if (!place.leftovers.empty()) {
+            warn("leftovers",
+                 "Beside the file " + std::string(place.leftovers.size() == 1 ? "lies" : "lie") +
+                     " what a save left behind when it was cut off: " + some(place.leftovers) +
+                     ". The data file itself is whole; look at them, then delete them.");
+        }
+    }
+
+    void addLists(const Content& content) {
+        bool hasAny = false;
+        for (const List& list : content.lists) {
+            hasAny = hasAny || list.value.exists();
+            if (list.firstStray) {
+                warn("stray-element", "Element " + std::to_string(*list.firstStray + 1) + " of \"" +
+                                          std::string(list.name) +
+                                          "\" is no object, so the whole list reads as empty.");
+            } else if (list.value.exists() && !list.value.is(json::Kind::array)) {
+                warn("no-list", inQuotes(list.name) + " is no list and reads as an empty one.");
+            }
+        }
+        if (!hasAny) {
+            warn("no-records",
+                 "The file has neither accounts nor transactions, budgets or goals. Is it the "
+                 "finance application's?");
+        }
+        if (!content.repeatedMembers.empty()) {
+            warn("repeated-member", "The file has more than one " + some(content.repeatedMembers) +
+                                        "; only the last one counts.");
+        }
+    }
+
+    void addCurrencies(const Content& content) {
+        if (!content.withoutRate.empty()) {
+            warn("no-rate", "No exchange rate for " + some(content.withoutRate) +
+                                ": amounts count one to one, as if they were in " +
+                                inQuotes(content.baseCurrency) + ".");
+        }
+        if (!content.wrongRates.empty()) {
+            warn("wrong-rate",
+                 "The exchange rate of " + some(content.wrongRates) +
+                     " is no number above 0: amounts count as 0 in totals, or unconverted.");
+        }
+        if (content.baseCurrency.empty()) {
+            warn("no-base-currency", "The base currency is the empty text.");
+        }
+    }
+
+    void addAccounts(const Content& content) {
+        if (!content.sharedIDs.empty()) {
+            warn("shared-id", "Several accounts have the id " + some(content.sharedIDs) +
+                                  ": the same transactions count for each of them.");
+        }
+        if (!content.repeatedAccountNames.empty()) {
+            warn("repeated-account", "Several accounts are called " +
+                                         some(content.repeatedAccountNames) +
+                                         ": what is recorded by that name goes to the first.");
+        }
+        if (!content.repeatedGoalNames.empty()) {
+            warn("repeated-goal", "Several goals are called " + some(content.repeatedGoalNames) +
+                                      ": money added by that name goes to the first.");
+        }
+    }
+
+    void addTransactions(const Content& content) {
+        const auto tell = [&](const Tally& tally, std::string_view about, const std::string& text) {
+            if (tally.count > 0) warn(about, number(tally.count, "transaction") + text);
+        };
+        const auto first = [](const Tally& tally) {
+            return (tally.count == 1 ? " (" : " (the first: ") + inQuotes(tally.first) + ")";
+        };
+        tell(content.undated, "no-date",
+             " without a date that can be read" + first(content.undated) +
+                 ": left out of every month and period.");
+        Tally others;
+        for (const auto& [type, count] : content.types) {
+            if (type == "Income" || type == "Expense" || type == "Transfer") continue;
+            if (others.count == 0) others.first = type;
+            others.count += count;
+        }
+        tell(others, "unknown-type",
+             " neither Income, Expense nor Transfer" + first(others) +
+                 ": left out of balances and totals.");
+        tell(content.withoutAmount, "no-amount",
+             " whose amount is no number, by the payee" + first(content.withoutAmount) +
+                 ": counted as 0.");
+        tell(content.unusableSplits, "no-splits",
+             " whose splits cannot be read, by the payee" + first(content.unusableSplits) +
+                 ": counted as a whole.");
+        tell(content.withoutAccount, "no-account",
+             " that name no account: left out of all balances.");
+        tell(content.unknownAccount, "unknown-account",
+             " that name an account which does not exist" + first(content.unknownAccount) +
+                 ": left out of its balance.");
+    }
+
+  private:
+    void warn(std::string_view about, std::string text) {
+        found.push_back({Level::warning, about, std::move(text)});
+    }
+    void fail(std::string_view about, std::string text) {
+        found.push_back({Level::error, about, std::move(text)});
+    }
+};
+
+}  // namespace
+
+std::vector<Finding> findingsOf(const DataFileLocation& location, const Place& place,
+                                const std::optional<JsonFault>& fault,
+                                const std::optional<Content>& content) {
+    Findings findings;
+    findings.addPreferences(location);
+    findings.addFile(place, fault, content.has_value());
+    findings.addPath(place);
+    findings.addSurroundings(place);
+    if (content) {
+        findings.addLists(*content);
+        findings.addCurrencies(*content);
+        findings.addAccounts(*content);
+        findings.addTransactions(*content);
+    }
+    return std::move(findings.found);
+}
+
+}  // namespace tovra::check
