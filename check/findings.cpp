@@ -95,12 +95,7 @@ class Findings {
     void addFile(const Place& place, const std::optional<JsonFault>& fault, bool holdsObject) {
         constexpr auto kZeros = " The reports see an empty file";
         if (place.notReadable == std::errc::no_such_file_or_directory) {
-            fail(place.isInCloud ? "in-cloud" : "missing",
-                 (place.isInCloud ? whyNotReadable({EDEADLK, std::generic_category()})
-                  : place.missing == place.path
-                      ? "There is no file of that name in its folder."
-                      : "There is no such folder: " + place.missing.string() + ".") +
-                     kZeros + "; a recording would make a new one.");
+            addMissing(place, kZeros);
         } else if (place.notReadable) {
             fail("not-readable",
                  whyNotReadable(place.notReadable) + kZeros + ", and recordings are refused.");
@@ -116,7 +111,8 @@ class Findings {
     }
 
     void addSurroundings(const Place& place) {
-        if (place.notWritable) {
+        const bool isMissing = place.notReadable == std::errc::no_such_file_or_directory;
+        if (place.notWritable && (isMissing || !place.notReadable)) {
             warn("not-writable",
                  whyNotWritable(place.notWritable) +
                      " A save puts a new file there, so recordings fail; reports work.");
@@ -128,9 +124,9 @@ class Findings {
         }
         if (!place.leftovers.empty()) {
             warn("leftovers",
-                 "Beside the file " + std::string(place.leftovers.size() == 1 ? "lies" : "lie") +
-                     " what a save left behind when it was cut off: " + some(place.leftovers) +
-                     ". The data file itself is whole; look at them, then delete them.");
+                 "A save that was cut off has left files beside the data file: " +
+                     some(place.leftovers) +
+                     ". The data file itself is whole. Look at them, then delete them.");
         }
     }
 
@@ -190,38 +186,49 @@ class Findings {
     }
 
     void addTransactions(const Content& content) {
-        const auto tell = [&](const Tally& tally, std::string_view about, const std::string& text) {
-            if (tally.count > 0) warn(about, number(tally.count, "transaction") + text);
-        };
-        const auto first = [](const Tally& tally) {
-            return (tally.count == 1 ? " (" : " (the first: ") + inQuotes(tally.first) + ")";
-        };
-        tell(content.undated, "no-date",
-             " without a date that can be read" + first(content.undated) +
-                 ": left out of every month and period.");
         Tally others;
         for (const auto& [type, count] : content.types) {
             if (type == "Income" || type == "Expense" || type == "Transfer") continue;
             if (others.count == 0) others.first = type;
             others.count += count;
         }
-        tell(others, "unknown-type",
-             " neither Income, Expense nor Transfer" + first(others) +
-                 ": left out of balances and totals.");
-        tell(content.withoutAmount, "no-amount",
-             " whose amount is no number, by the payee" + first(content.withoutAmount) +
-                 ": counted as 0.");
-        tell(content.unusableSplits, "no-splits",
-             " whose splits cannot be read, by the payee" + first(content.unusableSplits) +
-                 ": counted as a whole.");
-        tell(content.withoutAccount, "no-account",
-             " that name no account: left out of all balances.");
-        tell(content.unknownAccount, "unknown-account",
-             " that name an account which does not exist" + first(content.unknownAccount) +
-                 ": left out of its balance.");
+        tell(content.undated, "no-date", "Without a date that can be read", "date",
+             "Left out of every month and period.");
+        tell(others, "unknown-type", "Neither Income, Expense nor Transfer", "type",
+             "Left out of balances and totals.");
+        tell(content.withoutAmount, "no-amount", "With an amount that is no number", "payee",
+             "Counted as 0.");
+        tell(content.unusableSplits, "no-splits", "With splits that cannot be read", "payee",
+             "Counted as a whole.");
+        tell(content.withoutAccount, "no-account", "Naming no account", "",
+             "Left out of all balances.");
+        tell(content.unknownAccount, "unknown-account", "Naming an account that does not exist",
+             "id", "Left out of its balance.");
     }
 
   private:
+    void addMissing(const Place& place, const std::string& zeros) {
+        if (place.isInCloud) {
+            return fail("in-cloud", whyNotReadable({EDEADLK, std::generic_category()}) + zeros +
+                                        "; a recording would make a second one, at odds with it.");
+        }
+        fail("missing", (place.missing == place.path
+                             ? "There is no file of that name in its folder."
+                             : "There is no such folder: " + place.missing.string() + ".") +
+                            zeros + "; a recording would make a new one.");
+    }
+
+    void tell(const Tally& tally, std::string_view about, const std::string& what,
+              std::string_view member, const std::string& effect) {
+        if (tally.count == 0) return;
+        std::string text = what + ": " + number(tally.count, "transaction");
+        if (!member.empty()) {
+            text += tally.count == 1 ? ", with the " : ", the first with the ";
+            text += std::string(member) + " " + inQuotes(tally.first);
+        }
+        warn(about, text + ". " + effect);
+    }
+
     void warn(std::string_view about, std::string text) {
         found.push_back({Level::warning, about, std::move(text)});
     }

@@ -106,8 +106,8 @@ std::string asText(const Check& check, bool inColour) {
     lines.add("data file", place.path.string());
     lines.add("chosen by", std::string(chosenBy(check)));
     if (place.target != place.path) lines.add("a link to", place.target.string());
-    lines.add("readable",
-              place.notReadable ? "no" : "yes, " + std::to_string(place.size) + " bytes");
+    const std::string size = std::to_string(place.size) + (place.size == 1 ? " byte" : " bytes");
+    lines.add("readable", place.notReadable ? "no" : "yes, " + size);
     lines.add("writable", place.notWritable ? "no" : "yes");
     if (check.content) addContent(lines, *check.content);
     lines.add("");
