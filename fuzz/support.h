@@ -45,7 +45,7 @@ inline bool sameExcept(json::Value a, json::Value b, const std::optional<std::st
     for (const json::Value member : a.children()) {
         if (member.name() == name) continue;
         const json::Value last = a.member(member.name());
-        if (last.node() == member.node() && !same(last, b.member(member.name()))) return false;
+        if (last.isSame(member) && !same(last, b.member(member.name()))) return false;
     }
     const json::Children others = b.children();
     return std::all_of(others.begin(), others.end(), [&](json::Value member) {
@@ -66,7 +66,7 @@ inline bool isAppended(json::Value a, json::Value b, std::size_t added = 1) {
 // Whether the values are the same: numbers by their text, the last of members with one name.
 inline bool same(json::Value a, json::Value b) {
     if (!a.exists() || !b.exists()) return a.exists() == b.exists();
-    if (!b.is(a.node()->kind())) return false;
+    if (!b.is(a.kind())) return false;
     if (a.is(json::Kind::number)) return a.numberText() == b.numberText();
     if (a.is(json::Kind::string)) return a.string() == b.string();
     if (a.is(json::Kind::object)) return sameExcept(a, b, std::nullopt);

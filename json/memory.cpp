@@ -10,91 +10,99 @@
 namespace tovra::json {
 namespace {
 
-// Smaller ones are the C library's business.
-constexpr std::size_t kSmallestKept = std::size_t{256} << 10;
+// Smaller blocks are the C library's business.
+constexpr std::size_t kSmallestPooled = std::size_t{256} << 10;
 constexpr std::size_t kMostBlocks = 64;
 
-// In steps, so that the blocks of a file that has grown a little are those of the call before.
+// Sizes go in steps, so that the blocks of a file that has grown a little fit the next call.
 constexpr std::size_t rounded(std::size_t size) {
-    constexpr std::size_t kStep = std::size_t{256} << 10;
+    constexpr std::size_t kStep = kSmallestPooled;
     return size < kStep ? size : (size + kStep - 1) / kStep * kStep;
 }
 
-bool isLarge(const KeepOrFree& block) {
-    return block.fate == Fate::freed && block.size >= kLargePage;
+bool hasLargePages(const BlockDeleter& block) {
+    return block.reuse == Reuse::never && block.size >= kLargePage;
 }
 
 // A block begins with a line of the cache; otherwise each of the wide pieces in which its bytes are
 // read and written lies in two lines.
 constexpr std::size_t kCacheLine = 64;
 
-std::align_val_t alignmentOf(const KeepOrFree& block) {
-    return std::align_val_t{isLarge(block) ? kLargePage : kCacheLine};
+std::align_val_t alignmentOf(const BlockDeleter& block) {
+    return std::align_val_t{hasLargePages(block) ? kLargePage : kCacheLine};
 }
 
 struct Free {
-    KeepOrFree block;
+    BlockDeleter block;
     void operator()(char* bytes) const { ::operator delete(bytes, alignmentOf(block)); }
 };
-using Bytes = std::unique_ptr<char[], Free>;
+using FreedBlock = std::unique_ptr<char[], Free>;
 
-class KeptBlocks {
+class BlockPool {
   public:
-    KeptBlocks() { blocks_.reserve(kMostBlocks + 1); }  // put() allocates nothing
+    BlockPool() { blocks_.reserve(kMostBlocks + 1); }  // put() allocates nothing
 
-    // One of that size, or none.
-    Bytes take(std::size_t size) {
+    // A block of that size, or none.
+    FreedBlock take(std::size_t size) {
         const std::lock_guard lock(mutex_);
-        const auto found = std::find_if(blocks_.begin(), blocks_.end(), [&](const Bytes& it) {
+        const auto found = std::find_if(blocks_.begin(), blocks_.end(), [&](const FreedBlock& it) {
             return it.get_deleter().block.size == size;
         });
         if (found == blocks_.end()) return {};
-        Bytes bytes = std::move(*found);
-        total_ -= bytes.get_deleter().block.used;
+        FreedBlock block = std::move(*found);
+        touched_ -= block.get_deleter().block.touched;
         blocks_.erase(found);
-        return bytes;
+        return block;
     }
 
-    // Those that have not been needed for longest go.
-    void put(Bytes bytes) {
+    // Blocks that have waited longest go where there are too many.
+    void put(FreedBlock block) {
         const std::lock_guard lock(mutex_);
-        total_ += bytes.get_deleter().block.used;
-        blocks_.push_back(std::move(bytes));
-        while (total_ > kMostKept || blocks_.size() > kMostBlocks) {
-            total_ -= blocks_.front().get_deleter().block.used;
+        touched_ += block.get_deleter().block.touched;
+        blocks_.push_back(std::move(block));
+        while (touched_ > kPoolCapacity || blocks_.size() > kMostBlocks) {
+            touched_ -= blocks_.front().get_deleter().block.touched;
             blocks_.erase(blocks_.begin());
         }
     }
 
+    std::size_t touched() {
+        const std::lock_guard lock(mutex_);
+        return touched_;
+    }
+
   private:
     std::mutex mutex_;
-    std::vector<Bytes> blocks_;
-    std::size_t total_ = 0;
+    std::vector<FreedBlock> blocks_;
+    std::size_t touched_ = 0;  // the sum over the blocks
 };
 
-KeptBlocks& keptBlocks() {
-    static KeptBlocks blocks;
-    return blocks;
+BlockPool& pool() {
+    static BlockPool pool;
+    return pool;
 }
 
 }  // namespace
 
-Block<char> takeBlock(std::size_t size, Fate fate) {
-    KeepOrFree block{rounded(size), fate};
-    if (block.size < kSmallestKept) block.fate = Fate::freed;
-    Bytes bytes;
-    if (block.fate == Fate::kept) bytes = keptBlocks().take(block.size);
-    if (!bytes) {
-        bytes = {static_cast<char*>(::operator new(block.size, alignmentOf(block))), Free{block}};
-        if (isLarge(block)) preferLargePages(bytes.get(), block.size);
+Block<char> allocateBlock(std::size_t size, Reuse reuse) {
+    BlockDeleter deleter{rounded(size), reuse};
+    if (deleter.size < kSmallestPooled) deleter.reuse = Reuse::never;
+    FreedBlock block;
+    if (deleter.reuse == Reuse::pooled) block = pool().take(deleter.size);
+    if (!block) {
+        void* bytes = ::operator new(deleter.size, alignmentOf(deleter));
+        block = {static_cast<char*>(bytes), Free{deleter}};
+        if (hasLargePages(deleter)) preferLargePages(bytes, deleter.size);
     }
-    block = bytes.get_deleter().block;
-    return {bytes.release(), block};
+    deleter = block.get_deleter().block;
+    return {block.release(), deleter};
 }
 
-void KeepOrFree::operator()(void* block) const {
-    Bytes bytes(static_cast<char*>(block), Free{*this});
-    if (fate == Fate::kept && used > 0) keptBlocks().put(std::move(bytes));
+void BlockDeleter::operator()(void* block) const {
+    FreedBlock freed(static_cast<char*>(block), Free{*this});
+    if (reuse == Reuse::pooled && touched > 0) pool().put(std::move(freed));
 }
+
+std::size_t pooledBytes() { return pool().touched(); }
 
 }  // namespace tovra::json

@@ -1,11 +1,17 @@
 #include <malloc.h>
 #include <sys/mman.h>
 
+#include <cassert>
+#include <cstdint>
+
 #include "json/memory.h"
 
 namespace tovra::json {
 
-void preferLargePages(void* begin, std::size_t size) { ::madvise(begin, size, MADV_HUGEPAGE); }
+void preferLargePages(void* begin, std::size_t size) {
+    assert(reinterpret_cast<std::uintptr_t>(begin) % kLargePage == 0);
+    ::madvise(begin, size, MADV_HUGEPAGE);
+}
 
 void returnFreedMemory() {
 #ifdef M_MMAP_THRESHOLD

@@ -1,13 +1,14 @@
 // Parsing: the builder below walks over the tokens of a text, checks the grammar, lays out the tree
 // and gathers the bytes of strings, numbers and names.
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <stdexcept>
 #include <utility>
 #include <vector>
 
-#include "json/bytes.h"
 #include "json/json.h"
+#include "json/text_store.h"
 #include "json/tokens.h"
 
 namespace tovra::json {
@@ -103,40 +104,54 @@ const char* endOfNumber(const char* p) {
     return p;
 }
 
-static_assert(Tokens::kPadding >= Bytes::kPadding);
+static_assert(Tokens::kPadding >= TextStore::kPadding);
+
+// What few texts outgrow: a value in sixteen bytes, and five eighths of a text in strings, numbers
+// and names. Few values wait at once, since those of a finished container have their place.
+constexpr std::size_t kTextPerValue = 16;
+constexpr std::size_t kTextPerWaiting = 128;
+constexpr std::size_t bytesIn(std::size_t text) { return text / 8 * 5; }
+// Beside that, what the smallest text takes: the nodes of a screen, and the names.
+constexpr std::size_t kFewNodes = 64;
+constexpr std::size_t kFewBytes = 256;
+
+// Nodes and bytes mostly take two fifths of the text's size each. Up to the first size both fit
+// into the pool. Up to the second one the bytes do, and are pooled while the nodes are not.
+constexpr std::size_t kBothPooledUpTo = kPoolCapacity / 4 * 5;
+constexpr std::size_t kBytesPooledUpTo = kPoolCapacity / 4 * 9;
+
+Reuse pooledUpTo(std::size_t size, const Source& source) {
+    return source.size <= size ? Reuse::pooled : Reuse::never;
+}
 
 // Builds the tree of one text. Finished children of the containers that are still open wait; when a
 // container closes, its children move to their place together.
+//
+// Between any two steps below the current token is one of the current window, or the text is over:
+// whoever moves on takes the next window where the current one has no token left.
 class Builder {
   public:
-    // Rooms that few texts outgrow: a value in sixteen bytes, five eighths of the text in strings,
-    // numbers and names. Mostly the nodes and the bytes take two fifths of the text's size each;
-    // where not both can be kept it is the bytes.
     explicit Builder(const Source& source)
         : tokens_(source),
-          bytes_(source.size / 8 * 5 + std::min(source.size, Tokens::kUsualSize) + 256,
-                 keptUpTo(kMostKept / 4 * 9, source)),
-          nodes_(source.size / 16 + 64, keptUpTo(kMostKept / 4 * 5, source)),
-          waiting_(source.size / 128 + 64, keptUpTo(kMostKept / 4 * 5, source)) {
+          texts_(bytesIn(source.size) + std::min(source.size, Tokens::kUsualSize) + kFewBytes,
+                 pooledUpTo(kBytesPooledUpTo, source)),
+          nodes_(source.size / kTextPerValue + kFewNodes, pooledUpTo(kBothPooledUpTo, source)),
+          waiting_(source.size / kTextPerWaiting + kFewNodes, pooledUpTo(kBothPooledUpTo, source)) {
         nodes_.push({});  // the root's place
         open_.push_back({0, Kind::array, true, 0});
     }
 
     std::optional<Document> build() {
-        if (!walk() || tokens_.failed() || badEscape_) return std::nullopt;
+        if (!walk() || tokens_.failed()) return std::nullopt;
         *nodes_.begin() = *waiting_.begin();
         auto storage = std::make_unique<Storage>();
-        storage->bytes = bytes_.release();
+        storage->bytes = texts_.release();
         storage->nodes = nodes_.release();
         return Document(std::move(storage));
     }
 
   private:
     using Window = Tokens::Window;
-
-    static Fate keptUpTo(std::size_t size, const Source& source) {
-        return source.size <= size ? Fate::kept : Fate::freed;
-    }
 
     // A container that is not closed yet; the first one stands around the root.
     struct Open {
@@ -146,31 +161,33 @@ class Builder {
         std::size_t waitingBelow;  // how many waited when it opened
     };
 
-    // Whether the current token begins with that character.
-    bool is(char wanted, Window& token) {
-        if (*token.place() == wanted) return true;
-        return token.isAtEnd() && !isAtEnd(token) && *token.place() == wanted;
+    // Takes the next window: the bytes of the current one go, and there is room for the new texts.
+    [[gnu::noinline]] void takeWindow(Window& token) {
+        token = tokens_.next();
+        texts_.reserve(tokens_.size());
     }
-
-    // Whether there is no token any more.
-    bool isAtEnd(Window& token) {
-        if (token.isAtEnd()) {
-            token = tokens_.next();
-            bytes_.expect(tokens_.size());
-        }
-        return token.isAtEnd();
+    // The same, where the current window has no token left. A token that begins as it is likely to
+    // begin spares the look at the window's end.
+    void takeWindowAtEnd(Window& token, char likely) {
+        if (!token.is(likely) && token.isAtEnd()) takeWindow(token);
+    }
+    // Leaves the current token, whose bytes are not needed any more.
+    void moveOn(Window& token, char likely) {
+        token.move();
+        takeWindowAtEnd(token, likely);
     }
 
     bool walk() {
         Window token;
-        if (!is('{', token) && !is('[', token)) return false;
+        takeWindow(token);
+        if (!token.is('{') && !token.is('[')) return false;
         for (;;) {
             if (!value(token)) return false;
-            while (!is(',', token)) {
+            while (!token.is(',')) {
                 if (!close(token)) return false;
-                if (open_.size() == 1) return isAtEnd(token);
+                if (open_.size() == 1) return token.isAtEnd();
             }
-            token.move();
+            moveOn(token, '"');
         }
     }
 
@@ -181,44 +198,45 @@ class Builder {
             std::uint32_t name = 0;
             if (inObject_) {
                 if (!readName(token, name)) return false;
-            } else if (!is('{', token)) {
+            } else if (!token.is('{')) {
                 open_.back().objectsOnly = false;
             }
-            if (is('"', token)) {
-                string(token, name);
-                return true;
-            }
-            if (!is('{', token) && !is('[', token)) return scalar(token, name);
+            if (token.is('"')) return string(token, name);
+            if (!token.is('{') && !token.is('[')) return scalar(token, name);
             if (!open(token, name)) return false;
-            if (is('}', token) || is(']', token)) return true;
+            if (token.is('}') || token.is(']')) return true;
         }
     }
 
     bool readName(Window& token, std::uint32_t& name) {
-        if (!is('"', token)) return false;
-        const Quoted text = quoted(token);
-        name = bytes_.putName(text.text, text.escaped);
-        if (!is(':', token)) return false;
-        token.move();
+        Text text;
+        if (!token.is('"') || !readText(token, text)) return false;
+        name = texts_.intern(text.bytes, text.escaped);
+        takeWindowAtEnd(token, ':');
+        if (!token.is(':')) return false;
+        moveOn(token, '"');
         return true;
     }
 
-    void string(Window& token, std::uint32_t name) {
-        const Quoted text = quoted(token);
-        push(name, Kind::string, text.escaped, bytes_.put(text.text), text.text.size());
+    bool string(Window& token, std::uint32_t name) {
+        Text text;
+        if (!readText(token, text)) return false;
+        push(name, Kind::string, text.escaped, texts_.put(text.bytes), text.bytes.size());
+        takeWindowAtEnd(token, ',');
+        return true;
     }
 
     bool open(Window& token, std::uint32_t name) {
         if (open_.size() > kMaxDepth) return false;
-        inObject_ = is('{', token);
-        token.move();
+        inObject_ = token.is('{');
+        moveOn(token, '"');
         open_.push_back({name, inObject_ ? Kind::object : Kind::array, true, waiting_.size()});
         return true;
     }
 
     bool close(Window& token) {
-        if (!is(inObject_ ? '}' : ']', token)) return false;
-        token.move();
+        if (!token.is(inObject_ ? '}' : ']')) return false;
+        moveOn(token, ',');
         const Open closing = open_.back();
         const std::size_t count = waiting_.size() - closing.waitingBelow;
         const auto firstChild = static_cast<std::uint32_t>(nodes_.size());
@@ -231,46 +249,49 @@ class Builder {
     }
 
     void push(std::uint32_t name, Kind kind, bool flag, std::uint32_t start, std::size_t extent) {
+        assert(name % Node::kNameStep == 0);
         waiting_.push({start, static_cast<std::uint32_t>(extent),
                        name | static_cast<std::uint32_t>(kind) | (flag ? Node::kFlag : 0)});
     }
 
-    // The text of a string, which stays there until the next window.
-    struct Quoted {
-        std::string_view text;
-        bool escaped = false;  // it came with escapes, which are resolved
+    // What a string says, with its escapes resolved.
+    struct Text {
+        std::string_view bytes;  // until the next window is taken or the next text is read
+        bool escaped = false;    // it was written with escapes
     };
 
-    // Between a string's opening quote and the next token there is the text, the closing quote and
-    // blanks, nothing else.
-    [[gnu::always_inline]] Quoted quoted(Window& token) {
+    // Reads the string that begins at the current token and leaves that token. False where one of
+    // its escapes is none. Between a string's opening quote and the next token there is the text,
+    // the closing quote and blanks, nothing else.
+    [[gnu::always_inline]] bool readText(Window& token, Text& text) {
         const char* begin = token.place() + 1;
         token.move();
         const char* quote = token.place() - 1;
         while (*quote != '"') --quote;
-        const std::string_view text(begin, static_cast<std::size_t>(quote - begin));
-        return tokens_.backslash() < quote ? decoded(text) : Quoted{text};
+        text.bytes = {begin, static_cast<std::size_t>(quote - begin)};
+        if (tokens_.foundBackslash() >= quote) return true;
+        const std::optional<Text> resolved = resolveEscapes(text.bytes);
+        if (resolved) text = *resolved;
+        return resolved.has_value();
     }
 
-    [[gnu::noinline]] Quoted decoded(std::string_view text) {
+    [[gnu::noinline]] std::optional<Text> resolveEscapes(std::string_view text) {
         const char* in = text.data();
         const char* end = in + text.size();
         const char* escape = tokens_.backslash(in);
-        if (escape >= end) return {text};
-        if (decoded_.size() < text.size() + Bytes::kPadding) {
-            decoded_.resize(text.size() + Bytes::kPadding);
+        if (escape >= end) return Text{text};
+        // Resolved, a text is never longer.
+        if (resolved_.size() < text.size() + TextStore::kPadding) {
+            resolved_.resize(text.size() + TextStore::kPadding);
         }
-        char* out = decoded_.data();
+        char* out = resolved_.data();
         for (; escape < end; escape = tokens_.backslash(in)) {
             out = std::copy(in, escape, out);
             in = escape;
-            if (!decodeEscape(in, out)) {
-                badEscape_ = true;
-                break;
-            }
+            if (!decodeEscape(in, out)) return std::nullopt;
         }
         out = std::copy(in, end, out);
-        return {{decoded_.data(), static_cast<std::size_t>(out - decoded_.data())}, true};
+        return Text{{resolved_.data(), static_cast<std::size_t>(out - resolved_.data())}, true};
     }
 
     // A number, true, false or null. It has to reach to the next token or to a blank: what comes
@@ -301,23 +322,24 @@ class Builder {
         token.move();
         if (end != token.place() && !isBlank(*end)) return false;
         const std::string_view text(begin, static_cast<std::size_t>(end - begin));
-        push(name, kind, false, kind == Kind::number ? bytes_.put(text) : 0, text.size());
+        push(name, kind, false, kind == Kind::number ? texts_.put(text) : 0, text.size());
+        takeWindowAtEnd(token, ',');
         return true;
     }
 
     Tokens tokens_;
-    Bytes bytes_;
-    Growing<Node> nodes_;
-    Growing<Node> waiting_;
+    TextStore texts_;
+    GrowableArray<Node> nodes_;
+    GrowableArray<Node> waiting_;
     std::vector<Open> open_;
-    bool inObject_ = false;      // the innermost container is one
-    std::vector<char> decoded_;  // the last string with escapes
-    bool badEscape_ = false;
+    bool inObject_ = false;       // the innermost container is one
+    std::vector<char> resolved_;  // the last text with escapes
 };
 
 }  // namespace
 
 std::optional<Document> parse(const Source& source) {
+    assert(source.size <= kMaxSize);
     try {
         return Builder(source).build();
     } catch (const std::length_error&) {

@@ -13,20 +13,20 @@ namespace tovra::json {
 static_assert(Tokens::kPadding >= simdjson::SIMDJSON_PADDING);
 
 Tokens::Tokens(const Source& source) : source_(source) {
-    // One byte more than the text, so that the source can tell that there is no more.
+    // One byte more than the text: the source then tells the text's end in the same round.
     makeRoom(std::min(source.size + 1, kUsualSize));
 }
 
 Tokens::~Tokens() = default;
 
 Tokens::Window Tokens::next() {
-    // Before the first window and behind the last one this changes nothing that is looked at.
+    // Before the first window, and behind the last one, nothing looks at that byte.
     text_[size_] = behind_;
     drop();
     while (fill()) {
         size_ = usableSize();
-        const Scan result = size_ == 0 ? Scan::endsInside : scan();
-        if (result == Scan::endsInside && !isLast_) {
+        const Scan result = size_ == 0 ? Scan::endsInString : scan();
+        if (result == Scan::endsInString && !isLast_) {
             size_ = 0;
             makeRoom(2 * room_);
         } else if (result != Scan::done) {
@@ -42,14 +42,14 @@ Tokens::Window Tokens::next() {
     return {};
 }
 
-// Lets the window go; what has been read behind it stays.
+// Lets the window go. What has been read behind it moves to the front.
 void Tokens::drop() {
     filled_ -= size_;
     std::memmove(text_.get(), text_.get() + size_, filled_);
     size_ = 0;
 }
 
-// Reads as much as there is room for; false when there is nothing more to look at.
+// Reads until the room is full or the text ends. False where nothing is left to look at.
 bool Tokens::fill() {
     while (filled_ < room_ && !isLast_ && !failed_) {
         const auto count = source_.read(text_.get() + filled_, room_ - filled_);
@@ -68,9 +68,10 @@ void Tokens::makeRoom(std::size_t room) {
     room_ = room;
 }
 
-// A window ends where a token does: behind a line feed, which stands in no string, or else behind a
-// comma, where the scan will tell whether it stands in one. Either is mostly near the end of what
-// has been read; only where it is not, all of that is searched.
+// A window has to end where a token does. A line feed stands in no string, so a window ends behind
+// one. Without any it ends behind a comma, and the scan tells whether that comma stands in a
+// string. Either is mostly near the end of what has been read. Only where it is not, all of that is
+// searched.
 std::size_t Tokens::usableSize() const {
     if (isLast_) return filled_;
     constexpr std::size_t kNear = 4096;
@@ -99,14 +100,15 @@ Tokens::Scan Tokens::scan() {
     scanner_->structural_indexes[scanner_->n_structural_indexes] =
         static_cast<std::uint32_t>(size_);
     findBackslash(text_.get());
-    if (error == simdjson::UNCLOSED_STRING) return Scan::endsInside;
+    if (error == simdjson::UNCLOSED_STRING) return Scan::endsInString;
     return error == simdjson::SUCCESS || error == simdjson::EMPTY ? Scan::done : Scan::failed;
 }
 
 void Tokens::findBackslash(const char* from) {
     const char* end = text_.get() + size_;
     const void* found = std::memchr(from, '\\', static_cast<std::size_t>(end - from));
-    backslash_ = found == nullptr ? end : static_cast<const char*>(found);
+    searchedFrom_ = from;
+    foundBackslash_ = found == nullptr ? end : static_cast<const char*>(found);
 }
 
 }  // namespace tovra::json

@@ -1,7 +1,8 @@
 // The tokens of a JSON text, found by simdjson: it tells where each begins, and checks the text's
-// UTF-8 and the control characters in its strings. Only for the parser in json_parse.cpp.
+// UTF-8 and the control characters in its strings. Only for the parser in parse.cpp.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -15,18 +16,16 @@ class dom_parser_implementation;
 
 namespace tovra::json {
 
-// Gives the tokens one after another.
-//
-// The text is read and taken in windows, so that what is found is still in the processor's cache
-// when the parser comes by, and neither the text nor the list of places takes memory of its size.
-// The bytes of a window are gone once its last token has been left and the next one is looked at.
+// Gives the tokens, a window of the text at a time. What is found is then still in the processor's
+// cache when the parser comes by, and neither the text nor the list of its tokens takes memory of
+// the text's size. Not for several threads.
 class Tokens {
   public:
-    // So many bytes behind any token may be read.
+    // So many bytes behind the beginning of any token may be read.
     static constexpr std::size_t kPadding = 64;
 
-    // Windows are not longer, unless so many bytes have no place to end one, as within a long
-    // string. Small enough for the cache, with its tokens.
+    // The longest window, unless one of that length has no place to end, as within a long string.
+    // With its tokens it fits into the processor's second cache.
     static constexpr std::size_t kUsualSize = std::size_t{64} << 10;
 
     explicit Tokens(const Source& source);
@@ -34,8 +33,8 @@ class Tokens {
     Tokens& operator=(const Tokens&) = delete;
     ~Tokens();
 
-    // The tokens of one window. A small value: while its holder goes through it, it stays in the
-    // processor's registers.
+    // The tokens of one window, and which of them is the current one. A small value, so that it
+    // stays in the processor's registers while its holder goes through it.
     class Window {
       public:
         Window() = default;
@@ -46,9 +45,14 @@ class Tokens {
         // characters and blanks. Behind the last token it is the window's end, where a U+0000
         // stands.
         [[nodiscard]] const char* place() const { return place_; }
+        // Whether the current token begins with that character, which is not U+0000.
+        [[nodiscard]] bool is(char first) const { return *place_ == first; }
         [[nodiscard]] bool isAtEnd() const { return token_ == end_; }
-        // REQUIRES: not at the end.
-        void move() { place_ = text_ + *++token_; }
+        // To the next token. REQUIRES: !isAtEnd().
+        void move() {
+            assert(!isAtEnd());
+            place_ = text_ + *++token_;
+        }
 
       private:
         const char* text_ = nullptr;
@@ -57,25 +61,29 @@ class Tokens {
         const char* place_ = "";
     };
 
-    // The next window that has a token; one without, when there is none or the text is not even a
-    // sequence of tokens.
+    // The next window that has a token; the bytes of the one before are gone. A window without a
+    // token, where the text has ended, is no sequence of tokens, or cannot be read. Throws
+    // std::bad_alloc.
     Window next();
+    // Whether the text is no sequence of tokens, or cannot be read.
     [[nodiscard]] bool failed() const { return failed_; }
 
-    // The first backslash of the window from some place on, which has to be none before the last
-    // one that was asked for; the window's end where there is none.
+    // The window's first backslash at `place` or behind it; the window's end where there is none.
+    // REQUIRES: `place` lies in the window, at or behind the place of the call before.
     const char* backslash(const char* place) {
-        if (backslash_ < place) findBackslash(place);
-        return backslash_;
+        assert(place >= searchedFrom_);
+        if (foundBackslash_ < place) findBackslash(place);
+        return foundBackslash_;
     }
-    // The same, or an earlier one.
-    [[nodiscard]] const char* backslash() const { return backslash_; }
+    // The backslash that was found last. No backslash stands between the place that was asked for
+    // then and this one.
+    [[nodiscard]] const char* foundBackslash() const { return foundBackslash_; }
 
     // The length of the window in bytes.
     [[nodiscard]] std::size_t size() const { return size_; }
 
   private:
-    enum class Scan { done, endsInside, failed };  // endsInside: a string
+    enum class Scan { done, endsInString, failed };
 
     void drop();
     bool fill();
@@ -93,7 +101,8 @@ class Tokens {
     std::size_t filled_ = 0;  // how much has been read, from the window's beginning
     char behind_ = 0;         // what stands behind the window when it is not in use
     std::unique_ptr<simdjson::internal::dom_parser_implementation> scanner_;
-    const char* backslash_ = nullptr;
+    const char* searchedFrom_ = nullptr;  // where the last search for a backslash began
+    const char* foundBackslash_ = nullptr;
 };
 
 }  // namespace tovra::json

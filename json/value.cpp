@@ -1,8 +1,9 @@
-#include "json/json.h"
-
 #include <array>
 #include <cstdlib>
 #include <string>
+#include <utility>
+
+#include "json/json.h"
 
 namespace tovra::json {
 namespace {
@@ -11,10 +12,13 @@ namespace {
 // the power of ten are doubles, and their quotient is rounded once (W. D. Clinger, "How to Read
 // Floating Point Numbers Accurately", 1990).
 std::optional<double> shortDecimal(std::string_view text) {
-    static constexpr std::array<double, 16> kPowersOfTen{
-        1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    static constexpr std::array kPowersOfTen{1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6, 1e7,
+                                             1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14};
+    // With a sign or a point there are fewer digits than characters, so fewer decimals as well.
+    constexpr std::size_t kMostDigits = std::numeric_limits<double>::digits10;
+    static_assert(kPowersOfTen.size() == kMostDigits);
     const bool isNegative = text.front() == '-';
-    if (text.size() > 15) return std::nullopt;
+    if (text.size() > kMostDigits) return std::nullopt;
     std::int64_t digits = 0;
     std::size_t decimals = 0, perDigit = 0;
     for (const char c : text.substr(isNegative ? 1 : 0)) {
@@ -59,6 +63,14 @@ Children Value::children() const {
     return {storage_->nodes.get() + node_->start, node_->extent, storage_};
 }
 
-Value Document::root() const { return storage_ ? Value(storage_->nodes[0], *storage_) : Value(); }
+Document::Document() = default;
+Document::Document(std::unique_ptr<Storage> storage) : storage_(std::move(storage)) {}
+Document::Document(Document&&) noexcept = default;
+Document& Document::operator=(Document&&) noexcept = default;
+Document::~Document() = default;
+
+Value Document::root() const {
+    return storage_ ? Value(storage_->nodes.get(), storage_.get()) : Value();
+}
 
 }  // namespace tovra::json

@@ -90,15 +90,14 @@ class Writer {
     Writer(Output& out, bool pretty, const Edit* edit = nullptr)
         : out_(out), pretty_(pretty), lineBreak_(pretty ? ",\n" : ",") {
         if (edit == nullptr) return;
-        edited_ = edit->target.node();
+        edited_ = edit->target;
         name_ = edit->name;
         holder_ = parse("[" + edit->value + "]").value_or(Document());
         added_ = holder_.root().children()[0];
     }
 
     void write(Value value) {
-        const Node& node = *value.node();
-        switch (node.kind()) {
+        switch (value.kind()) {
             case Kind::null:
                 return out_.put("null");
             case Kind::falseValue:
@@ -108,7 +107,7 @@ class Writer {
             case Kind::number:
                 return out_.put(value.numberText());
             case Kind::string:
-                return writeString(*value.string(), node.flag());
+                return writeString(*value.string(), value.wasEscaped());
             case Kind::array:
                 return writeArray(value);
             case Kind::object:
@@ -123,7 +122,7 @@ class Writer {
             separate();
             write(element);
         }
-        if (array.node() == edited_) {
+        if (array.isSame(edited_)) {
             separate();
             write(added_);
         }
@@ -133,7 +132,7 @@ class Writer {
     void writeObject(Value object) {
         const Children members = object.children();
         open("{");
-        if (object.node() == edited_) {
+        if (object.isSame(edited_)) {
             writeEdited(sorted(members));
         } else if (isAscending(members)) {
             writeMembers(members);
@@ -157,7 +156,7 @@ class Writer {
         for (; next != members.end(); ++next) writeMember(*next);
     }
 
-    void writeMember(Value member) { writeMember(member.name(), member.nameEscaped(), member); }
+    void writeMember(Value member) { writeMember(member.name(), member.nameWasEscaped(), member); }
 
     void writeMember(std::string_view name, bool escaped, Value value) {
         separate();
@@ -193,9 +192,9 @@ class Writer {
 
     Output& out_;
     const bool pretty_;
-    const Node* edited_ = nullptr;  // the array or object that gets something added
-    std::string name_;              // of the member that is added to an object
-    Document holder_;               // of the value that is added
+    Value edited_;      // the array or object that gets something added
+    std::string name_;  // of the member that is added to an object
+    Document holder_;   // of the value that is added
     Value added_;
     std::string lineBreak_;  // a comma and, in pretty text, the break and indentation behind it
     bool isEmpty_ = true;    // nothing has been written yet since the last opening bracket

@@ -59,7 +59,7 @@ std::optional<FileVersion> readFileVersion(const std::filesystem::path& path, st
     auto file = openFile(path, longest, error);
     if (!file) return std::nullopt;
     const std::size_t size = file->size();
-    FileVersion version{std::move(*file), json::makeBlock<char>(size, json::Fate::freed)};
+    FileVersion version{std::move(*file), json::makeBlock<char>(size, json::Reuse::never)};
     while (version.size < size) {
         const std::size_t count =
             readAt(version.file.descriptor, version.bytes.get() + version.size, size - version.size,

@@ -64,7 +64,7 @@ std::vector<Match> matching(const json::Children& transactions, const Filter& fi
 void sortNewestFirst(std::vector<Match>& matches, std::size_t count) {
     const auto isBefore = [](const Match& a, const Match& b) {
         // The records of a document stand in memory in the order of the file.
-        return a.date != b.date ? a.date > b.date : a.record.node() < b.record.node();
+        return a.date != b.date ? a.date > b.date : a.record.precedes(b.record);
     };
     const auto end = matches.begin() + static_cast<std::ptrdiff_t>(count);
     std::partial_sort(matches.begin(), end, matches.end(), isBefore);

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/scopes.h"
+#include "tests/support/golden.h"
 
 namespace tovra::http {
 namespace {
@@ -20,16 +20,16 @@ std::string bytes(std::string request) {
 }
 
 TEST(Request, IsAnsweredWithItsLastByteWhateverFollows) {
-    const auto golden = json::parse(test::fileBytes(TOVRA_TESTS "/http/golden/requests.json"));
-    const json::Value answers = golden.value().root().member("answers");
-    for (const json::Value group : golden->root().member("groups").children()) {
+    const test::Golden golden("http/golden/requests.json");
+    const json::Value answers = golden.root().member("answers");
+    for (const json::Value group : golden.each(golden.root(), "groups")) {
+        golden.allowOnly(group, {"about", "answer", "limited", "token", "requests"});
         const std::string answer = text(answers.member(text(group.member("answer"))));
         const std::string token = text(group.member("token"));
         const bool limited = group.member("limited").exists();
-        EXPECT_TRUE(group.member("requests").is(json::Kind::array)) << answer;
-        for (const json::Value each : group.member("requests").children()) {
+        for (const json::Value each : golden.each(group, "requests")) {
+            const auto trace = golden.trace(each, "token " + token);
             const std::string request = bytes(text(each)), more = request + "\r\n\r\n{}";
-            SCOPED_TRACE(testing::PrintToString(request) + " token " + token);
             RequestReader reader(token, limited ? RequestLimits{60, 100} : RequestLimits{});
             for (std::size_t size = 0; size < request.size(); ++size) {
                 EXPECT_FALSE(reader.examine(request.substr(0, size))) << size << " bytes";

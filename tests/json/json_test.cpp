@@ -48,5 +48,17 @@ TEST(Json, IsReadAndWrittenAsTheTableSays) {
                       {{"written", written}, {"repeated", repeated}, {"number", number}});
 }
 
+TEST(Json, TellsNamesApartByEveryByte) {
+    for (std::size_t size = 1; size <= 40; ++size) {
+        for (std::size_t at = 0; at < size; ++at) {
+            std::string name(size, 'a'), other = name;
+            other[at] = 'b';
+            const std::string text =
+                R"([{")" + name + R"(":1},{")" + other + R"(":2},{")" + name + R"(":3}])";
+            EXPECT_EQ(rewritten(text), text);
+        }
+    }
+}
+
 }  // namespace
 }  // namespace tovra::json

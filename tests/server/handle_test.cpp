@@ -14,19 +14,20 @@ std::string answer(json::Value message, bool readOnly) {
 }
 
 TEST(Handle, AnswersMessagesAsWritten) {
-    const json::Document golden = test::golden("server/golden/messages.json");
+    const test::Golden golden("server/golden/messages.json");
+    golden.allowOnly(golden.root(), {"about", "recording", "read-only"});
     const test::DataFileScope data(R"({"goals":[{}]})");
     for (const std::string mode : {"recording", "read-only"}) {
-        for (const json::Value exchange : test::each(golden.root(), mode)) {
+        for (const json::Value exchange : golden.each(golden.root(), mode)) {
+            const auto trace = golden.trace(exchange);
             const json::Children both = exchange.children();
-            EXPECT_EQ(answer(both[0], mode == "read-only"), test::compact(both[1]))
-                << mode << ": " << test::compact(both[0]);
+            EXPECT_EQ(answer(both[0], mode == "read-only"), test::compact(both[1])) << mode;
         }
     }
 }
 
 TEST(Handle, ListsTheToolsOfTheMode) {
-    const json::Document golden = test::golden("server/golden/tools_list.json");
+    const test::Golden golden("server/golden/tools_list.json");
     const std::string all = test::compact(golden.root());
     const std::string reports = all.substr(0, all.find(R"(,{"description":"Log)")) + "]";
     const auto request = json::parse(R"({"id":1,"method":"tools/list","params":{"cursor":"x"}})");

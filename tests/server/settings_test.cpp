@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "json/json.h"
-#include "tests/support/scopes.h"
+#include "tests/support/golden.h"
 
 namespace tovra {
 namespace {
@@ -16,15 +15,16 @@ std::string meaning(const Settings& settings) {
 }
 
 TEST(Settings, ComeFromTheCommandLineAndTheEnvironment) {
-    const auto golden = json::parse(test::fileBytes(TOVRA_TESTS "/server/golden/settings.json"));
-    for (const json::Value each : golden.value().root().children()) {
+    const test::Golden golden("server/golden/settings.json");
+    for (const json::Value each : golden.root().children()) {
+        const auto trace = golden.trace(each);
+        golden.allowOnly(each, {"arguments", "token", "means"});
         std::vector<std::string_view> arguments;
         for (const json::Value argument : each.member("arguments").children()) {
             arguments.push_back(argument.string().value());
         }
         const std::optional<std::string> token(each.member("token").string());
-        EXPECT_EQ(meaning(readSettings(arguments, token)), each.member("means").string())
-            << testing::PrintToString(arguments);
+        EXPECT_EQ(meaning(readSettings(arguments, token)), each.member("means").string());
     }
 }
 

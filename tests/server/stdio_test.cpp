@@ -1,25 +1,25 @@
 // The built server, driven over its standard streams.
 #include <gtest/gtest.h>
 
-#include "json/json.h"
 #include "support/child_process.h"
-#include "tests/support/scopes.h"
+#include "tests/support/golden.h"
 
 namespace tovra {
 namespace {
 
 TEST(Stdio, AnswersEachMessageInItsOrderAndPassesOverTheRest) {
-    const auto golden = json::parse(test::fileBytes(TOVRA_TESTS "/server/golden/lines.json"));
+    const test::Golden golden("server/golden/lines.json");
     support::ChildProcess server({TOVRA_SERVER}, {});
-    for (const json::Value each : golden.value().root().children()) {
+    for (const json::Value each : golden.root().children()) {
         server.sendBytes(each.member("input").string().value());
     }
     server.sendBytes(std::string(5000000, '\xFF') + "\n" + std::string(5000000, ' ') +
                      R"({"method":"ping","id":"x"})");
     EXPECT_EQ(server.finish(), 0);
-    for (const json::Value each : golden->root().children()) {
-        EXPECT_EQ(server.receive(), each.member("answer").string())
-            << testing::PrintToString(*each.member("input").string());
+    for (const json::Value each : golden.root().children()) {
+        const auto trace = golden.trace(each);
+        golden.allowOnly(each, {"input", "answer"});
+        EXPECT_EQ(server.receive(), each.member("answer").string());
     }
     EXPECT_EQ(server.receive(), R"({"jsonrpc":"2.0","id":"x","result":{}})");
     EXPECT_EQ(server.receive(), std::nullopt);

@@ -39,5 +39,17 @@ TEST(DatesAndMoney, AreReadAndWrittenAsTheTableSays) {
     EXPECT_EQ(daysAgo(1, 86400.25), 0.25);
 }
 
+TEST(DayFormatter, RemembersEachDayAsItsOwn) {
+    const test::EnvironmentScope scope("TZ", "America/Sao_Paulo");
+    DayFormatter remembering;
+    for (std::int64_t i = 0; i < 6000; ++i) {
+        const std::int64_t day = 17000 + i * 512 % 6007;  // every day of sixteen years, far apart
+        const std::string text =
+            isoFormatter.format(static_cast<double>(day * 86400)).substr(0, 10);
+        EXPECT_EQ(remembering.parse(text), DayFormatter().parse(text)) << text;
+        EXPECT_EQ(remembering.parse(text), DayFormatter().parse(text)) << text << ", again";
+    }
+}
+
 }  // namespace
 }  // namespace tovra

@@ -30,11 +30,13 @@ inline Row columnsOf(const std::string& line) {
 
 // Does what each line of a file below tests/ says.
 inline void expectTable(const std::string& name, const Operations& operations) {
-    std::ifstream file(TOVRA_TESTS "/" + name);
-    ASSERT_TRUE(file) << name;
-    for (std::string line; std::getline(file, line);) {
+    const std::string path = TOVRA_TESTS "/" + name;
+    std::ifstream file(path);
+    ASSERT_TRUE(file) << path;
+    int number = 0;
+    for (std::string line; ++number, std::getline(file, line);) {
         if (line.empty() || line[0] == '#') continue;
-        SCOPED_TRACE(line);
+        const testing::ScopedTrace trace(path.c_str(), number, line.substr(0, 500));
         const Row row = columnsOf(line);
         ASSERT_TRUE(operations.contains(row[0]) && row.size() > 2);
         EXPECT_EQ(operations.at(row[0])(row), row.back());

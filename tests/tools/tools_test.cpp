@@ -37,14 +37,17 @@ void expectLeft(const std::string& file, std::string leaves) {
     EXPECT_EQ(found, leaves);
 }
 
-void check(json::Value call, json::Value arguments, json::Value content, Instant now) {
+void check(const test::Golden& golden, json::Value call, json::Value arguments, json::Value content,
+           Instant now) {
     const std::string_view tool = stringField(call, "tool");
     const bool isText = content.is(json::Kind::string);
     const std::string before = isText ? std::string(asString(content)) : test::compact(content);
-    SCOPED_TRACE(testing::Message() << tool << test::compact(arguments) << " on " << before);
+    const auto fileTrace = golden.trace(content, "the data file");
+    const auto trace = golden.trace(arguments, test::compact(arguments));
+    golden.allowOnly(call, {"about", "tool", "arguments", "says", "leaves"});
     const test::DataFileScope file(before);
     std::string says, said = answer(tool, arguments, now) + "\n";
-    for (const json::Value line : test::each(call, "says")) says.append(asString(line)) += '\n';
+    for (const json::Value line : golden.each(call, "says")) says.append(asString(line)) += '\n';
     const std::string path = file.path().string();
     if (const auto at = said.find(path); at < said.size()) said.replace(at, path.size(), "FILE");
     EXPECT_EQ(said, says);
@@ -57,15 +60,15 @@ void check(json::Value call, json::Value arguments, json::Value content, Instant
 
 TEST(Tools, AnswerAndRecordAsWritten) {
     for (const std::string name : {"reports", "recordings"}) {
-        const json::Document golden = test::golden("tools/golden/" + name + ".json");
-        for (const json::Value group : test::each(golden.root(), "groups")) {
-            SCOPED_TRACE(stringField(group, "name"));
+        const test::Golden golden("tools/golden/" + name + ".json");
+        for (const json::Value group : golden.each(golden.root(), "groups")) {
+            golden.allowOnly(group, {"about", "name", "zone", "now", "files", "calls"});
             const test::EnvironmentScope zone("TZ", std::string(stringField(group, "zone")));
             const Instant now = numberField(group, "now");
-            for (const json::Value file : test::each(group, "files")) {
-                for (const json::Value call : test::each(group, "calls")) {
-                    for (const json::Value it : test::each(call, "arguments")) {
-                        check(call, it, file, now);
+            for (const json::Value file : golden.each(group, "files")) {
+                for (const json::Value call : golden.each(group, "calls")) {
+                    for (const json::Value it : golden.each(call, "arguments")) {
+                        check(golden, call, it, file, now);
                     }
                 }
             }
