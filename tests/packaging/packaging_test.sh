@@ -17,7 +17,8 @@ MANWIDTH=80 LC_ALL=C.UTF-8 man --warnings --local-file "$page" 2>&1 >formatted |
 sed -nE 's/^\.It (Ev|Cm) //p; s/^\.It Fl (-[a-z-]*).*/-\1/p' "$page" | tr -s ' ,' '\n' | sort -u |
     diff - <(tr ' ' '\n' <<<"$known $tools" | sort -u)
 
-"$CMAKE_COMMAND" --build "$build" --target bundle
+"$CMAKE_COMMAND" --build "$build" --target bundle tarball
+"$CMAKE_COMMAND" --install "$build" --prefix "a 100% blank"
 DESTDIR=$PWD/root "$CMAKE_COMMAND" --install "$build" --prefix /opt/tovra
 "$CPACK_COMMAND" --config "$build/CPackConfig.cmake" -B "$PWD/packages"
 dpkg-deb --extract packages/*.deb root
@@ -28,8 +29,12 @@ for prefix in /opt/tovra /usr; do
 done
 cmp root/opt/tovra/share/doc/tovra-mcp/LICENSE "$source/LICENSE"
 cmp root/usr/share/doc/tovra-mcp/copyright "$source/LICENSE"
-KNOWN=$known TOOLS=$tools node "$source/tests/packaging/configurations.mjs" "$build" "$PWD/root" \
-    root/{opt/tovra,usr}/share/doc/tovra-mcp/examples/*.json
+grep -F "ExecStart=\"$PWD/a 100%% blank/bin/tovra-mcp\" --http" a*/share/doc/tovra-mcp/examples/tovra-mcp.service
+tar xf "$build"/tovra-mcp-*.tar.gz
+cmp tovra-mcp-*/bin/tovra-mcp "$build/server/tovra-mcp"
+configurations() { KNOWN=$known node "$source/tests/packaging/configurations.mjs" "$build" "$@"; }
+configurations "$PWD/root" root/{opt/tovra,usr}/share/doc/tovra-mcp/examples/*.json
+configurations "" a*/share/doc/tovra-mcp/examples/*.json
 
 zcat root/usr/share/doc/tovra-mcp/changelog.gz | grep "^tovra-mcp ($(dpkg-deb --field packages/*.deb Version))"
 [[ $(dpkg-deb --field packages/*.deb Depends) == *libc6*libicu*libsimdjson* ]]
