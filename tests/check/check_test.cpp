@@ -70,9 +70,10 @@ std::string expected(json::Value row) {
 
 TEST(Check, FindsWhatIsWrong) {
     const test::EnvironmentScope zone("TZ", "UTC");
-    const json::Document golden = test::golden("check/golden/checks.json");
-    for (const json::Value row : test::each(golden.root(), "files")) {
-        SCOPED_TRACE(stringField(row, "case"));
+    const test::Golden golden("check/golden/checks.json");
+    for (const json::Value row : golden.each(golden.root(), "files")) {
+        const auto trace = golden.trace(row, stringField(row, "case"));
+        golden.allowOnly(row, {"case", "path", "file", "beside", "finds"});
         const Scene scene(row);
         const std::string before = scene.state();
         EXPECT_EQ(listed(check(scene.path(row), kNow).findings, scene), expected(row));
@@ -85,9 +86,9 @@ TEST(Check, ExplainsTheReasonsOfTheSystem) {
     const std::map<std::string_view, int> reasons = {
         {"EACCES", EACCES}, {"EPERM", EPERM}, {"EDEADLK", EDEADLK}, {"EFBIG", EFBIG},
         {"EINVAL", EINVAL}, {"EROFS", EROFS}, {"EIO", EIO},         {"", 0}};
-    const json::Document golden = test::golden("check/golden/checks.json");
-    for (const json::Value row : test::each(golden.root(), "places")) {
-        SCOPED_TRACE(stringField(row, "case"));
+    const test::Golden golden("check/golden/checks.json");
+    for (const json::Value row : golden.each(golden.root(), "places")) {
+        const auto trace = golden.trace(row, stringField(row, "case"));
         const auto reason = [&](std::string_view name) {
             return std::error_code(reasons.at(stringField(row, name)), std::generic_category());
         };
@@ -134,16 +135,16 @@ std::string printed(const std::vector<std::string>& arguments, const std::string
 }
 
 TEST(Check, PrintsLinesOrJson) {
-    const json::Document golden = test::golden("check/golden/checks.json");
-    for (const json::Value row : test::each(golden.root(), "outputs")) {
+    const test::Golden golden("check/golden/checks.json");
+    for (const json::Value row : golden.each(golden.root(), "outputs")) {
         const Scene scene(row);
         std::vector<std::string> arguments;
         for (const json::Value argument : row.member("arguments").children()) {
             arguments.emplace_back(asString(argument));
         }
-        SCOPED_TRACE(testing::PrintToString(arguments));
+        const auto trace = golden.trace(row);
         std::string lines;
-        for (const json::Value line : test::each(row, "prints"))
+        for (const json::Value line : golden.each(row, "prints"))
             lines.append(asString(line)) += '\n';
         EXPECT_EQ(printed(arguments, scene.path(row)), lines);
     }
