@@ -2,7 +2,7 @@
 # a tarball by `--target tarball`, the bundles for assistant hosts by `--target bundle`.
 include(GNUInstallDirs)
 
-install(FILES packaging/tovra-mcp.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES packaging/tovra-mcp.1 packaging/tovra-mcp-check.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 # What the licences of the libraries ask for where these are a part of the program.
 set(TOVRA_NOTICES "" CACHE FILEPATH "The licences of the libraries in a static program")
@@ -11,11 +11,10 @@ if(TOVRA_NOTICES)
 endif()
 
 # The examples name the program by its path: each is installed with the path that it has here.
-set(tovra_examples mcp-stdio.json mcp-stdio-read-only.json mcp-http.json)
+file(GLOB_RECURSE tovra_examples RELATIVE ${PROJECT_SOURCE_DIR}/examples CONFIGURE_DEPENDS
+    examples/*.json examples/*.toml)
 if(APPLE)
     list(APPEND tovra_examples com.local.tovra-mcp.plist)
-else()
-    list(APPEND tovra_examples tovra-mcp.service)
 endif()
 install(CODE "
     set(source \"${PROJECT_SOURCE_DIR}/examples\")
@@ -24,6 +23,23 @@ install(CODE "
     set(binary_folder \"${CMAKE_INSTALL_BINDIR}\")
     set(examples_folder \"${CMAKE_INSTALL_DOCDIR}/examples\")")
 install(SCRIPT packaging/install_examples.cmake)
+if(NOT APPLE)
+    install(CODE "
+        set(names tovra-mcp.service)
+        set(examples_folder lib/systemd/user)")
+    install(SCRIPT packaging/install_examples.cmake)
+endif()
+
+# Made-up records up to the day of the build, for a first try. A program for another processor cannot
+# make them.
+if(NOT CMAKE_CROSSCOMPILING)
+    set(tovra_sample ${PROJECT_BINARY_DIR}/packaging/sample-data.json)
+    add_custom_command(OUTPUT ${tovra_sample}
+        COMMAND make_sample_data --transactions 1000 >${tovra_sample}
+        DEPENDS make_sample_data)
+    add_custom_target(sample_data ALL DEPENDS ${tovra_sample})
+    install(FILES ${tovra_sample} DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+endif()
 
 # What the names of the tarball and the bundles say of the program in them. A bundle is of one
 # platform: a host knows the system that it is for, and people the processor.
