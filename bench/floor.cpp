@@ -19,7 +19,7 @@ void require(bool succeeded, const std::filesystem::path& file) {
 }
 
 Descriptor opened(const std::filesystem::path& file, int flags) {
-    Descriptor descriptor(::open(file.c_str(), flags | O_CLOEXEC, 0600));
+    Descriptor descriptor(FileSystem::system(), ::open(file.c_str(), flags | O_CLOEXEC, 0600));
     require(descriptor.isOpen(), file);
     return descriptor;
 }

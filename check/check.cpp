@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/file.h"
+#include "platform/file_system.h"
 #include "platform/json_file.h"
 
 namespace tovra::check {
@@ -12,7 +13,7 @@ namespace {
 // Where a file that can be read is no JSON.
 std::optional<JsonFault> faultIn(const std::filesystem::path& path) {
     std::error_code error;
-    const auto file = readFileVersion(path, json::kMaxSize, error);
+    const auto file = readFileVersion(FileSystem::system(), path, json::kMaxSize, error);
     if (!file) return std::nullopt;
     return findJsonFault(withoutByteOrderMark(file->text()));
 }

@@ -119,14 +119,18 @@ class Findings {
         }
         if (!place.isOwn) {
             warn("other-owner",
-                 "The file belongs to another user. A recording would have to leave it "
-                 "to that user, and fails where the system does not allow that.");
+                 "The file belongs to another user. A recording leaves that user the same access, "
+                 "and is refused where the system does not allow it.");
         }
-        if (!place.leftovers.empty()) {
-            warn("leftovers",
-                 "A save that was cut off has left files beside the data file: " +
-                     some(place.leftovers) +
-                     ". The data file itself is whole. Look at them, then delete them.");
+        if (!place.kept.empty()) {
+            warn("kept",
+                 "A save that was cut off has left files that may hold what the data file lacks: " +
+                     some(place.kept) + ". Compare before you delete them.");
+        }
+        if (!place.unfinished.empty()) {
+            warn("unfinished",
+                 "A save that was cut off has left unfinished files: " + some(place.unfinished) +
+                     ". The data file is whole; delete them.");
         }
     }
 

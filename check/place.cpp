@@ -8,16 +8,13 @@
 
 #include "json/json.h"
 #include "platform/file.h"
+#include "platform/folder.h"
 #include "platform/replace_file.h"
 
 namespace tovra::check {
 namespace {
 
 namespace fs = std::filesystem;
-
-fs::path folderOf(const fs::path& file) {
-    return file.has_parent_path() ? file.parent_path() : fs::path(".");
-}
 
 // The first part of the path that leads nowhere; empty where all of it exists or cannot be seen.
 fs::path firstMissing(const fs::path& path) {
@@ -30,17 +27,17 @@ fs::path firstMissing(const fs::path& path) {
     return {};
 }
 
-std::vector<std::string> leftoversBeside(const fs::path& target) {
-    std::vector<std::string> names;
-    const std::string start = temporaryNameStart(target);
+void findLeftovers(Place& place) {
     std::error_code error;
-    fs::directory_iterator entries(folderOf(target), error);
+    fs::directory_iterator entries(folderOf(place.target), error);
     for (; !error && entries != fs::directory_iterator(); entries.increment(error)) {
-        const fs::path name = entries->path().filename();
-        if (name.string().starts_with(start)) names.push_back(name.string());
+        const std::string name = entries->path().filename().string();
+        const Leftover leftover = leftoverOf(name);
+        if (leftover == Leftover::unfinished) place.unfinished.push_back(name);
+        if (leftover == Leftover::kept) place.kept.push_back(name);
     }
-    std::sort(names.begin(), names.end());
-    return names;
+    std::sort(place.unfinished.begin(), place.unfinished.end());
+    std::sort(place.kept.begin(), place.kept.end());
 }
 
 // Why a new file cannot be made in the folder; a folder that is missing is made by the first save.
@@ -67,7 +64,7 @@ Place lookAt(const fs::path& path) {
     place.notWritable = whyNotWritable(folderOf(place.target));
     struct stat status {};
     if (::stat(path.c_str(), &status) == 0) place.isOwn = status.st_uid == ::geteuid();
-    place.leftovers = leftoversBeside(place.target);
+    findLeftovers(place);
     const std::string placeholder = "." + path.filename().string() + ".icloud";
     place.isInCloud = fs::exists(folderOf(path) / placeholder, error);
     return place;

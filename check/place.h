@@ -11,15 +11,17 @@
 namespace tovra::check {
 
 struct Place {
-    std::filesystem::path path;          // as the server takes it
-    std::filesystem::path target;        // the file behind symbolic links; `path` where it is none
-    std::filesystem::path missing;       // the first part of the path that does not exist, or empty
-    std::error_code notReadable;         // why the file cannot be read, if so
-    std::error_code notWritable;         // why its folder takes no new file, if so
-    std::uintmax_t size = 0;             // in bytes; 0 where there is no file
-    bool isOwn = true;                   // not another user's file
-    std::vector<std::string> leftovers;  // names of temporary files that a save has left beside it
-    bool isInCloud = false;              // a placeholder stands for the file
+    std::filesystem::path path;     // as the server takes it
+    std::filesystem::path target;   // the file behind symbolic links; `path` where it is none
+    std::filesystem::path missing;  // the first part of the path that does not exist, or empty
+    std::error_code notReadable;    // why the file cannot be read, if so
+    std::error_code notWritable;    // why its folder takes no new file, if so
+    std::uintmax_t size = 0;        // in bytes; 0 where there is no file
+    bool isOwn = true;              // not another user's file
+    std::vector<std::string>
+        unfinished;                 // names of what saves that were cut off have left beside it
+    std::vector<std::string> kept;  // the same, where it may be the only copy of something
+    bool isInCloud = false;         // a placeholder stands for the file
 };
 
 // Never writes. May be called from several threads.

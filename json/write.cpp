@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -214,8 +215,13 @@ void appendString(std::string& out, std::string_view text) {
 }
 
 std::string numberText(double value) {
+    constexpr double kPlainBelow = 1e15;
     std::array<char, 32> text{};
-    return {text.data(), std::to_chars(text.begin(), text.end(), value).ptr};
+    const bool isPlain = std::fabs(value) < kPlainBelow && std::trunc(value) == value;
+    const auto written =
+        isPlain ? std::to_chars(text.begin(), text.end(), value, std::chars_format::fixed)
+                : std::to_chars(text.begin(), text.end(), value);
+    return {text.data(), written.ptr};
 }
 
 void appendCompact(std::string& out, Value value) {

@@ -15,7 +15,8 @@ namespace tovra::json {
 // REQUIRES: text is valid UTF-8.
 void appendString(std::string& out, std::string_view text);
 
-// The shortest JSON number that reads back as the same double. REQUIRES: value is finite.
+// The JSON number that reads back as the same double: integers below 10^15 without an exponent,
+// others in the shortest form. REQUIRES: value is finite.
 [[nodiscard]] std::string numberText(double value);
 
 // Appends `value` without blanks. Numbers keep their text; of members with the same name only the

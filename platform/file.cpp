@@ -1,10 +1,7 @@
 #include "platform/file.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
+#include <cassert>
 #include <cstdint>
 #include <memory>
 
@@ -13,50 +10,52 @@
 namespace tovra {
 namespace {
 
-std::error_code systemError(int reason) { return {reason, std::generic_category()}; }
+// What the system has no number for.
+class FileCategory : public std::error_category {
+  public:
+    [[nodiscard]] const char* name() const noexcept override { return "file"; }
+    [[nodiscard]] std::string message(int /*value*/) const override { return "Not a regular file"; }
+};
+
+std::error_code notRegular() {
+    static const FileCategory category;
+    return {1, category};
+}
 
 // Why the file is not one to be read; no error where it is.
 std::error_code problemWith(const struct stat& status, std::size_t longest) {
-    if (S_ISDIR(status.st_mode)) return systemError(EISDIR);
-    if (!S_ISREG(status.st_mode)) return systemError(EINVAL);
-    if (static_cast<std::uintmax_t>(status.st_size) > longest) return systemError(EFBIG);
+    if (S_ISDIR(status.st_mode)) return std::make_error_code(std::errc::is_a_directory);
+    if (!S_ISREG(status.st_mode)) return notRegular();
+    if (static_cast<std::uintmax_t>(status.st_size) > longest) {
+        return std::make_error_code(std::errc::file_too_large);
+    }
     return {};
 }
 
 }  // namespace
 
-Descriptor::~Descriptor() {
-    if (isOpen()) ::close(descriptor_);
-}
-
 std::optional<OpenFile> openFile(const std::filesystem::path& path, std::size_t longest,
-                                 std::error_code& error) {
-    // O_NONBLOCK: opening a named pipe must not wait for a writer.
-    OpenFile file{Descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK))};
-    if (!file.descriptor.isOpen() || ::fstat(file.descriptor.get(), &file.status) != 0) {
-        error = systemError(errno);
-        return std::nullopt;
-    }
-    error = problemWith(file.status, longest);
+                                 std::error_code& error, FileSystem& system) {
+    OpenFile file{Descriptor(system, system.openFile(path, error))};
+    // That is what a socket says.
+    if (error == std::errc::no_such_device_or_address) error = notRegular();
+    if (!error) error = system.status(file.descriptor.get(), file.status);
+    if (!error) error = problemWith(file.status, longest);
     if (error) return std::nullopt;
     return file;
 }
 
 std::size_t readAt(const Descriptor& file, char* into, std::size_t room, std::size_t offset,
                    std::error_code& error) {
-    ssize_t count = 0;
-    do {
-        count = ::pread(file.get(), into, room, static_cast<off_t>(offset));
-    } while (count < 0 && errno == EINTR);
-    error = count < 0 ? systemError(errno) : std::error_code();
-    return count < 0 ? 0 : static_cast<std::size_t>(count);
+    assert(file.isOpen());
+    return file.system().read(file.get(), into, room, offset, error);
 }
 
 // A file that shrinks meanwhile is taken as long as it still is, one that grows as long as it was:
 // either is somebody's half-done write, which does not parse or is read anew.
-std::optional<FileVersion> readFileVersion(const std::filesystem::path& path, std::size_t longest,
-                                           std::error_code& error) {
-    auto file = openFile(path, longest, error);
+std::optional<FileVersion> readFileVersion(FileSystem& system, const std::filesystem::path& path,
+                                           std::size_t longest, std::error_code& error) {
+    auto file = openFile(path, longest, error, system);
     if (!file) return std::nullopt;
     const std::size_t size = file->size();
     FileVersion version{std::move(*file), json::makeBlock<char>(size, json::Reuse::never)};

@@ -15,27 +15,34 @@
 #include <utility>
 
 #include "json/memory.h"
+#include "platform/file_system.h"
 
 namespace tovra {
 
 // Owns an open file descriptor, or none.
 class Descriptor {
   public:
-    explicit Descriptor(int descriptor = -1) : descriptor_(descriptor) {}
-    Descriptor(Descriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+    Descriptor() = default;
+    // A negative number is none.
+    Descriptor(FileSystem& system, int descriptor) : system_(&system), descriptor_(descriptor) {}
+    Descriptor(Descriptor&& other) noexcept { *this = std::move(other); }
     Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(system_, other.system_);
         std::swap(descriptor_, other.descriptor_);
         return *this;
     }
-    ~Descriptor();
+    ~Descriptor() {
+        if (isOpen()) (void)system_->close(descriptor_);
+    }
 
     [[nodiscard]] int get() const { return descriptor_; }
     [[nodiscard]] bool isOpen() const { return descriptor_ >= 0; }
-    // Gives the descriptor away without closing it.
-    int release() { return std::exchange(descriptor_, -1); }
+    // REQUIRES: isOpen().
+    [[nodiscard]] FileSystem& system() const { return *system_; }
 
   private:
-    int descriptor_;
+    FileSystem* system_ = nullptr;
+    int descriptor_ = -1;
 };
 
 // A regular file that is open for reading.
@@ -47,12 +54,14 @@ struct OpenFile {
 };
 
 // Opens the regular file at `path`. Nothing comes back when it does not exist, cannot be opened, is
-// something else than a regular file (EISDIR, EINVAL), or is longer than `longest` bytes (EFBIG).
+// a folder (EISDIR) or something else than a regular file, or is longer than `longest` bytes
+// (EFBIG).
 [[nodiscard]] std::optional<OpenFile> openFile(const std::filesystem::path& path,
-                                               std::size_t longest, std::error_code& error);
+                                               std::size_t longest, std::error_code& error,
+                                               FileSystem& system = FileSystem::system());
 
 // Reads at most `room` bytes from that offset on and returns their number: 0 at the file's end and
-// where reading fails.
+// where reading fails. REQUIRES: file.isOpen().
 [[nodiscard]] std::size_t readAt(const Descriptor& file, char* into, std::size_t room,
                                  std::size_t offset, std::error_code& error);
 
@@ -68,7 +77,8 @@ struct FileVersion {
 
 // Reads the regular file at `path` as it is at this moment. Nothing comes back where it cannot be
 // opened, as by openFile, or read.
-[[nodiscard]] std::optional<FileVersion> readFileVersion(const std::filesystem::path& path,
+[[nodiscard]] std::optional<FileVersion> readFileVersion(FileSystem& system,
+                                                         const std::filesystem::path& path,
                                                          std::size_t longest,
                                                          std::error_code& error);
 

@@ -1,19 +1,51 @@
-// The system calls of a save, one method each, so that a test can make each of them fail.
+// Every call that a save makes to the system, the looks and the lock included, one method each, so
+// that a test can stand in for all of them.
 //
-// Every method answers as its system call does: a negative number means failure, with the reason
-// in errno. May be called from several threads.
+// A method that returns an error code, or sets the one it is given, clears it on success and gives
+// the system's reason on failure. A call that a signal interrupts is made again. May be called from
+// several threads.
 #pragma once
 
 #include <sys/stat.h>
 #include <sys/types.h>
 
+#include <array>
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
 
 namespace tovra {
 
+// Who may do what with a file, beyond its mode: a POSIX access control list. The kinds have the
+// numbers of the system's own form.
+struct AccessEntry {
+    enum Kind : std::uint16_t {
+        owner = 1,
+        user = 2,
+        group = 4,
+        otherGroup = 8,
+        mask = 16,
+        others = 32
+    };
+
+    std::uint16_t kind;
+    std::uint16_t rights;  // as in one digit of a mode: 4 read, 2 write, 1 execute
+    std::uint32_t id;      // of the user or other group
+
+    bool operator==(const AccessEntry&) const = default;
+};
+using AccessList = std::vector<AccessEntry>;
+
 class FileSystem {
   public:
+    using Path = const std::filesystem::path&;
+    using Error = std::error_code;
+
     FileSystem() = default;
     FileSystem(const FileSystem&) = delete;
     FileSystem& operator=(const FileSystem&) = delete;
@@ -22,21 +54,61 @@ class FileSystem {
     // The system itself.
     [[nodiscard]] static FileSystem& system();
 
-    // Creates a file that must not exist yet, for writing.
-    virtual int createExclusively(const std::filesystem::path& path, mode_t mode);
-    virtual ssize_t write(int descriptor, const void* bytes, std::size_t count);
-    virtual int changeOwner(int descriptor, uid_t owner, gid_t group);
-    virtual int changeMode(int descriptor, mode_t mode);
-    // Brings a file's bytes, or a directory's entries, to the disk itself.
-    virtual int synchronise(int descriptor);
-    virtual int close(int descriptor);
-    virtual int rename(const std::filesystem::path& from, const std::filesystem::path& to);
+    // Each gives a descriptor, negative on failure. The new files have mode 0600.
+    virtual int openFile(Path path, Error& error);
+    virtual int openFolder(Path path, Error& error);
+    // A file in that folder that has no name yet; an error where the system knows none.
+    virtual int createUnnamed(Path folder, Error& error);
+    virtual int createExclusively(Path path, Error& error);
+    virtual Error close(int file);
+
+    virtual Error status(int file, struct stat& status);
+    // The status of what the path names itself, a link too.
+    virtual Error look(Path path, struct stat& status);
+    virtual std::filesystem::path linkTarget(Path path, Error& error);
+    virtual std::vector<std::string> namesIn(Path folder, Error& error);
+    // Whether this process may write to the file.
+    virtual Error mayWrite(Path path);
+
+    // Locks a folder that is open; EWOULDBLOCK where somebody else has it locked.
+    virtual Error lock(int folder);
+    virtual std::size_t read(int file, char* into, std::size_t room, std::size_t offset,
+                             Error& error);
+    // Gives how many bytes were written, perhaps less than all.
+    virtual std::size_t write(int file, std::string_view bytes, Error& error);
+    // Brings a file's bytes, or a folder's entries, to the disk itself.
+    virtual Error synchronise(int file);
+    // The same for everything on the file system of that file.
+    virtual Error synchroniseAll(int file);
+
+    virtual Error changeOwner(int file, uid_t owner, gid_t group);
+    virtual Error changeMode(int file, mode_t mode);
+    // Extended attributes; on macOS the access control list too. What the system keeps for itself
+    // and what the other file cannot carry is left out.
+    virtual Error copyAttributes(int from, int to);
+    // Empty where the mode says everything; ENOTSUP where there are no such lists.
+    virtual AccessList accessList(int file, Error& error);
+    virtual Error setAccessList(int file, const AccessList& list);
+
+    // Gives a name to a file without one, unless that exists (EEXIST).
+    virtual Error link(int file, Path path);
+    virtual Error rename(Path from, Path to);
     // Renames unless `to` exists (EEXIST).
-    virtual int renameExclusively(const std::filesystem::path& from,
-                                  const std::filesystem::path& to);
+    virtual Error renameExclusively(Path from, Path to);
     // Exchanges two files in one step; EINVAL, ENOSYS or ENOTSUP where that is not possible.
-    virtual int exchange(const std::filesystem::path& a, const std::filesystem::path& b);
-    virtual int remove(const std::filesystem::path& path);
+    virtual Error exchange(Path a, Path b);
+    virtual Error remove(Path path);
+    virtual Error makeFolder(Path path);
+    virtual Error removeFolder(Path path);
+
+    // Lets time pass.
+    virtual void pause(std::chrono::milliseconds time);
 };
+
+// When the file's bytes and when its name, owner or mode last changed.
+[[nodiscard]] std::array<timespec, 2> changeTimes(const struct stat& status);
+
+// The reason in errno, or none where the result of a call tells of success.
+[[nodiscard]] std::error_code errorOf(std::intmax_t result);
 
 }  // namespace tovra

@@ -1,24 +1,74 @@
+#include <copyfile.h>
 #include <fcntl.h>
 #include <stdio.h>
+#include <sys/acl.h>
 #include <unistd.h>
+
+#include <cerrno>
 
 #include "platform/file_system.h"
 
 namespace tovra {
+namespace {
 
-int FileSystem::synchronise(int descriptor) {
+std::error_code notSupported() { return std::make_error_code(std::errc::not_supported); }
+
+// Sets the list of the one file as that of the other, an empty one where it has none: the new file
+// may have inherited entries from its folder.
+std::error_code copyAccessList(int from, int to) {
+    acl_t list = ::acl_get_fd_np(from, ACL_TYPE_EXTENDED);
+    if (list == nullptr && errno != ENOENT) {
+        return errno == ENOTSUP ? std::error_code() : errorOf(-1);
+    }
+    if (list == nullptr) list = ::acl_init(1);
+    const std::error_code error = errorOf(::acl_set_fd_np(to, list, ACL_TYPE_EXTENDED));
+    ::acl_free(list);
+    return error == std::errc::not_supported ? std::error_code() : error;
+}
+
+}  // namespace
+
+int FileSystem::createUnnamed(Path /*folder*/, Error& error) {
+    error = notSupported();
+    return -1;
+}
+
+std::error_code FileSystem::synchronise(int file) {
     // fsync leaves the bytes in the drive's own cache; not every file system knows the full form.
-    if (::fcntl(descriptor, F_FULLFSYNC) == 0) return 0;
-    return ::fsync(descriptor);
+    if (::fcntl(file, F_FULLFSYNC) == 0) return {};
+    return errorOf(::fsync(file));
 }
 
-int FileSystem::exchange(const std::filesystem::path& a, const std::filesystem::path& b) {
-    return ::renamex_np(a.c_str(), b.c_str(), RENAME_SWAP);
+// The full form writes out the whole volume's changes.
+std::error_code FileSystem::synchroniseAll(int file) { return synchronise(file); }
+
+std::error_code FileSystem::copyAttributes(int from, int to) {
+    const Error error = errorOf(::fcopyfile(from, to, nullptr, COPYFILE_XATTR));
+    if (error && error != std::errc::not_supported) return error;
+    return copyAccessList(from, to);
 }
 
-int FileSystem::renameExclusively(const std::filesystem::path& from,
-                                  const std::filesystem::path& to) {
-    return ::renamex_np(from.c_str(), to.c_str(), RENAME_EXCL);
+AccessList FileSystem::accessList(int /*file*/, Error& error) {
+    error = notSupported();
+    return {};
+}
+
+std::error_code FileSystem::setAccessList(int /*file*/, const AccessList& list) {
+    return list.empty() ? Error() : notSupported();
+}
+
+std::error_code FileSystem::link(int /*file*/, Path /*path*/) { return notSupported(); }
+
+std::error_code FileSystem::exchange(Path a, Path b) {
+    return errorOf(::renamex_np(a.c_str(), b.c_str(), RENAME_SWAP));
+}
+
+std::error_code FileSystem::renameExclusively(Path from, Path to) {
+    return errorOf(::renamex_np(from.c_str(), to.c_str(), RENAME_EXCL));
+}
+
+std::array<timespec, 2> changeTimes(const struct stat& status) {
+    return {status.st_mtimespec, status.st_ctimespec};
 }
 
 }  // namespace tovra

@@ -1,25 +1,23 @@
 #include "platform/replace_file.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <chrono>
+#include <optional>
 #include <random>
 #include <string>
-#include <system_error>
-#include <thread>
+
+#include "platform/file_access.h"
 
 namespace tovra {
 namespace {
 
 namespace fs = std::filesystem;
+using Left = ReplaceError::Left;
 
-[[noreturn]] void fail(int reason) { throw std::system_error(reason, std::generic_category()); }
+constexpr std::string_view kPrefix = ".tovra-";
+constexpr std::string_view kUnfinished = ".tmp";
+constexpr std::string_view kExchanged = ".kept";
 
-void check(int result) {
-    if (result < 0) fail(errno);
+void check(const std::error_code& error) {
+    if (error) throw ReplaceError(error);
 }
 
 std::string randomLetters(std::size_t count) {
@@ -34,184 +32,267 @@ bool isSameFile(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
-bool isSameFile(const fs::path& path, const struct stat& file) {
+bool isSameFile(FileSystem& system, const fs::path& path, const struct stat& file) {
     struct stat found {};
-    return ::lstat(path.c_str(), &found) == 0 && isSameFile(found, file);
+    return !system.look(path, found) && isSameFile(found, file);
 }
 
-// Whether the path still leads to the file that was read, and nobody has written to it since, as
-// far as a look from outside tells.
-bool isUnchanged(const fs::path& path, const FileVersion& version) {
+// Whether the path still leads to the file that was read, and nobody has changed that since, as far
+// as a look from outside tells.
+bool isUnchanged(FileSystem& system, const fs::path& path, const FileVersion& version) {
     struct stat found {};
-    return ::lstat(path.c_str(), &found) == 0 && isSameFile(found, version.file.status) &&
-           found.st_size == version.file.status.st_size &&
-           found.st_mtime == version.file.status.st_mtime;
+    if (system.look(path, found) || !isSameFile(found, version.file.status)) return false;
+    const auto isSame = [](const timespec& a, const timespec& b) {
+        return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+    };
+    const auto now = changeTimes(found);
+    const auto then = changeTimes(version.file.status);
+    return found.st_size == version.file.status.st_size && isSame(now[0], then[0]) &&
+           isSame(now[1], then[1]);
 }
 
-// The new bytes in a hidden file beside the target, gone when this is destroyed.
-class TemporaryFile {
+bool isUnsupported(const std::error_code& error) {
+    return error == std::errc::invalid_argument || error == std::errc::function_not_supported ||
+           error == std::errc::not_supported;
+}
+
+// Only under the lock is it certain that nobody is writing them.
+void removeUnfinished(FileSystem& system, const Folder& folder) {
+    if (!folder.isLocked()) return;
+    std::error_code error;
+    for (const std::string& name : system.namesIn(folder.path(), error)) {
+        if (leftoverOf(name) == Leftover::unfinished) (void)system.remove(folder.path() / name);
+    }
+}
+
+enum class Naming { atLast, atOnce };
+
+// The new file. Where it has a name in the end, that is removed with this.
+class NewFile {
   public:
-    TemporaryFile(FileSystem& system, const fs::path& target) : system_(system) {
-        for (int tries = 0; !file_.isOpen(); ++tries) {
-            path_ = target.parent_path() / (temporaryNameStart(target) + randomLetters(10));
-            file_ = Descriptor(system_.createExclusively(path_, S_IRUSR | S_IWUSR));
-            if (!file_.isOpen() && (errno != EEXIST || tries == 10)) fail(errno);
+    NewFile(FileSystem& system, const Folder& folder, Naming naming)
+        : system_(system), folder_(folder) {
+        std::error_code error;
+        if (naming == Naming::atLast) {
+            file_ = Descriptor(system_, system_.createUnnamed(folder.path(), error));
+            if (file_.isOpen()) return;
         }
+        removeUnfinished(system, folder);
+        constexpr int kMostTries = 10;
+        for (int i = 0; i < kMostTries && !file_.isOpen(); ++i) {
+            path_ = freshPath(kUnfinished);
+            file_ = Descriptor(system_, system_.createExclusively(path_, error));
+            if (error && error != std::errc::file_exists) break;
+        }
+        if (error) path_.clear();
+        check(error);
     }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-    ~TemporaryFile() {
-        if (!path_.empty()) system_.remove(path_);
-    }
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+    ~NewFile() { (void)remove(); }
 
     void write(std::string_view bytes) {
         while (!bytes.empty()) {
-            const ssize_t count = system_.write(file_.get(), bytes.data(), bytes.size());
-            if (count < 0 && errno != EINTR) fail(errno);
-            if (count > 0) bytes.remove_prefix(static_cast<std::size_t>(count));
+            std::error_code error;
+            const std::size_t count = system_.write(file_.get(), bytes, error);
+            check(error);
+            bytes.remove_prefix(count);
         }
-    }
-
-    void takeModeAndOwner(const struct stat& original) {
-        check(::fstat(file_.get(), &status_));
-        if (status_.st_uid != original.st_uid || status_.st_gid != original.st_gid) {
-            check(system_.changeOwner(file_.get(), original.st_uid, original.st_gid));
-        }
-        check(system_.changeMode(file_.get(), original.st_mode & 07777));
     }
 
     void finish() {
-        check(::fstat(file_.get(), &status_));
         check(system_.synchronise(file_.get()));
-        check(system_.close(file_.release()));
+        check(system_.status(file_.get(), status_));
     }
 
-    // The temporary name is no longer ours to remove.
+    // Takes the name `target`, unless that exists (EEXIST).
+    std::error_code takeName(const fs::path& target) {
+        if (path_.empty()) return system_.link(file_.get(), target);
+        const std::error_code error = system_.renameExclusively(path_, target);
+        if (!error) forget();
+        return error;
+    }
+
+    // Takes the name of a file that takes part in an exchange.
+    std::error_code takeKeptName() {
+        const fs::path kept = freshPath(kExchanged);
+        const std::error_code error =
+            path_.empty() ? system_.link(file_.get(), kept) : system_.rename(path_, kept);
+        if (!error) path_ = kept;
+        return error;
+    }
+
+    // False where something lies there and stays. What another program has removed does not.
+    bool remove() {
+        if (path_.empty()) return true;
+        const std::error_code error = system_.remove(std::exchange(path_, {}));
+        return !error || error == std::errc::no_such_file_or_directory;
+    }
+
+    // The name is no longer ours to remove.
     void forget() { path_.clear(); }
 
+    [[nodiscard]] bool isNamed() const { return !path_.empty(); }
     [[nodiscard]] const fs::path& path() const { return path_; }
+    [[nodiscard]] const Descriptor& descriptor() const { return file_; }
     [[nodiscard]] const struct stat& status() const { return status_; }
+    [[nodiscard]] std::error_code synchroniseFolder() const { return folder_.synchronise(file_); }
 
   private:
+    [[nodiscard]] fs::path freshPath(std::string_view ending) const {
+        std::string name(kPrefix);
+        name += randomLetters(10);
+        return folder_.path() / name.append(ending);
+    }
+
     FileSystem& system_;
+    const Folder& folder_;
     fs::path path_;
     Descriptor file_;
     struct stat status_ {};
 };
 
-void synchroniseDirectory(FileSystem& system, const DirectoryLock& lock) {
-    if (system.synchronise(lock.directory().get()) == 0) return;
-    // Some file systems have nothing to synchronise for a directory.
-    if (errno != EINVAL && errno != ENOTSUP) fail(errno);
-}
+// One replacement with one new file.
+class Attempt {
+  public:
+    Attempt(FileSystem& system, const Folder& folder, const NewContent& content, Naming naming)
+        : system_(system),
+          target_(content.target),
+          content_(content),
+          fresh_(system, folder, naming) {}
 
-bool isUnsupported(int reason) { return reason == EINVAL || reason == ENOSYS || reason == ENOTSUP; }
-
-Replacement createFile(FileSystem& system, const fs::path& target, const DirectoryLock& lock,
-                       TemporaryFile& fresh) {
-    int result = system.renameExclusively(fresh.path(), target);
-    struct stat found {};
-    // Where that is not possible, a last look has to do.
-    if (result < 0 && (isUnsupported(errno) || errno == EPERM)) {
-        if (::lstat(target.c_str(), &found) == 0) return Replacement::changed;
-        result = system.rename(fresh.path(), target);
-    }
-    if (result < 0) {
-        if (errno == EEXIST) return Replacement::changed;
-        fail(errno);
-    }
-    fresh.forget();
-    try {
-        synchroniseDirectory(system, lock);
-    } catch (const std::system_error&) {
-        if (isSameFile(target, fresh.status())) system.remove(target);
-        throw;
-    }
-    return Replacement::done;
-}
-
-// For file systems that cannot exchange two files: the last look at the target comes before the
-// renaming, and what happens in between is not seen. There is no way back either, so a directory
-// that cannot be synchronised is no failure.
-Replacement renameOver(FileSystem& system, const fs::path& target, const DirectoryLock& lock,
-                       const FileVersion& before, TemporaryFile& fresh) {
-    if (!isSameFile(target, before.file.status) || !isAsRead(before)) {
-        return Replacement::changed;
-    }
-    check(system.rename(fresh.path(), target));
-    fresh.forget();
-    system.synchronise(lock.directory().get());
-    return Replacement::done;
-}
-
-// Puts back what an exchange brought out, a version newer than the one that was read. Should yet
-// another version come out in place of what the exchange before put in, that one is newer still.
-void putBack(FileSystem& system, const fs::path& target, TemporaryFile& fresh) {
-    struct stat putIn = fresh.status();
-    struct stat out {};
-    while (::lstat(fresh.path().c_str(), &out) == 0) {
-        if (system.exchange(fresh.path(), target) < 0) {
-            const int reason = errno;
-            // Somebody removed what was put in: what came out is all there is, and goes back.
-            if (reason == ENOENT && system.renameExclusively(fresh.path(), target) == 0) {
-                return fresh.forget();
-            }
-            if (reason == ENOENT && errno == EEXIST) continue;
-            fresh.forget();  // what it names is not ours: better left behind than lost
-            fail(reason);
+    // Nothing comes back where a file without a name cannot get one.
+    std::optional<Replacement> make() try {
+        content_.writeBytes([&](std::string_view bytes) { fresh_.write(bytes); });
+        if (content_.before != nullptr) {
+            const auto problem = keepAccess(target_, content_.before->file, fresh_.descriptor());
+            if (!problem.sentence.empty()) throw ReplaceError(problem.sentence);
+            check(problem.error);
         }
-        if (isSameFile(fresh.path(), putIn)) return;
-        putIn = out;
+        fresh_.finish();
+        content_.beforeReplacing();
+        const auto result = content_.before == nullptr ? create() : replace();
+        if (result == Replacement::changed && !fresh_.remove()) {
+            throw ReplaceError("a temporary file could not be removed", Left::remains);
+        }
+        return result;
+    } catch (const ReplaceError& error) {
+        if (error.left() != Left::nothing || fresh_.remove()) throw;
+        throw ReplaceError(error.what(), Left::remains);
     }
-}
 
-// Exchanges the two files in one step and only then looks at what was replaced: no other writer can
-// slip in unseen.
-Replacement exchangeFiles(FileSystem& system, const fs::path& target, const DirectoryLock& lock,
-                          const FileVersion& before, TemporaryFile& fresh) {
-    if (!isUnchanged(target, before)) return Replacement::changed;
-    if (system.exchange(fresh.path(), target) < 0) {
-        if (errno == ENOENT) return Replacement::changed;
-        if (!isUnsupported(errno)) fail(errno);
-        return renameOver(system, target, lock, before, fresh);
+  private:
+    std::optional<Replacement> create() {
+        const bool isNamed = fresh_.isNamed();
+        std::error_code error = fresh_.takeName(target_);
+        if (error == std::errc::file_exists) return Replacement::changed;
+        if (error && !isNamed) return std::nullopt;
+        // Where that is not possible, a last look has to do.
+        if (isUnsupported(error) || error == std::errc::operation_not_permitted) {
+            struct stat found {};
+            if (!system_.look(target_, found)) return Replacement::changed;
+            error = system_.rename(fresh_.path(), target_);
+            if (!error) fresh_.forget();
+        }
+        check(error);
+        error = fresh_.synchroniseFolder();
+        if (!error) return Replacement::done;
+        throw ReplaceError(error, takeBack() ? Left::nothing : Left::unknown);
     }
-    if (!isSameFile(fresh.path(), before.file.status) || !isAsRead(before)) {
-        putBack(system, target, fresh);
-        return Replacement::changed;
+
+    // Removes the file that was created, unless another program has put its own in its place.
+    bool takeBack() {
+        struct stat found {};
+        std::error_code error = system_.look(target_, found);
+        if (!error && !isSameFile(found, fresh_.status())) return true;
+        if (!error) error = system_.remove(target_);
+        return !error || error == std::errc::no_such_file_or_directory;
     }
-    try {
-        synchroniseDirectory(system, lock);
-    } catch (const std::system_error&) {
-        putBack(system, target, fresh);
-        throw;
+
+    // Exchanges the two files in one step and only then looks at what was replaced: no other writer
+    // can slip in unseen.
+    std::optional<Replacement> replace() {
+        const FileVersion& before = *content_.before;
+        if (!isUnchanged(system_, target_, before)) return Replacement::changed;
+        const bool isNamed = fresh_.isNamed();
+        std::error_code error = fresh_.takeKeptName();
+        if (error && !isNamed) return std::nullopt;
+        if (!error) error = system_.exchange(fresh_.path(), target_);
+        if (isUnsupported(error)) return renameOver(before);
+        if (error == std::errc::no_such_file_or_directory) return Replacement::changed;
+        check(error);
+        if (!isSameFile(system_, fresh_.path(), before.file.status) || !isAsRead(before)) {
+            putBack();
+            return Replacement::changed;
+        }
+        error = fresh_.synchroniseFolder();
+        if (!error) return Replacement::done;
+        putBack();
+        throw ReplaceError(error);
     }
-    return Replacement::done;
-}
+
+    // For file systems that cannot exchange two files: the last look at the target comes before the
+    // renaming, and what happens in between is not seen. There is no way back either.
+    Replacement renameOver(const FileVersion& before) {
+        if (!isSameFile(system_, target_, before.file.status) || !isAsRead(before)) {
+            return Replacement::changed;
+        }
+        check(system_.rename(fresh_.path(), target_));
+        fresh_.forget();
+        const std::error_code error = fresh_.synchroniseFolder();
+        if (error) throw ReplaceError(error, Left::unknown);
+        return Replacement::done;
+    }
+
+    // Puts back what an exchange brought out, a version newer than the one that was read. Should
+    // yet another version come out in place of what the exchange before put in, that one is newer
+    // still.
+    void putBack() {
+        constexpr int kMostTries = 16;
+        struct stat putIn = fresh_.status();
+        for (int i = 0; i < kMostTries; ++i) {
+            struct stat out {};
+            if (const auto error = system_.look(fresh_.path(), out)) leaveBehind(error.message());
+            const std::error_code error = system_.exchange(fresh_.path(), target_);
+            if (!error && isSameFile(system_, fresh_.path(), putIn)) return;
+            if (!error) {
+                putIn = out;
+                continue;
+            }
+            if (error != std::errc::no_such_file_or_directory) leaveBehind(error.message());
+            // Somebody removed what was put in: what came out is all there is, and goes back.
+            const std::error_code again = system_.renameExclusively(fresh_.path(), target_);
+            if (!again) return fresh_.forget();
+            if (again != std::errc::file_exists) leaveBehind(again.message());
+        }
+        leaveBehind("other programs keep changing it");
+    }
+
+    // What is there is not ours: better left behind than lost.
+    [[noreturn]] void leaveBehind(const std::string& reason) {
+        const std::string kept = readablePath(fresh_.path());
+        fresh_.forget();
+        throw ReplaceError(reason + "; what was there before is kept in " + kept, Left::unknown);
+    }
+
+    FileSystem& system_;
+    const fs::path& target_;
+    const NewContent& content_;
+    NewFile fresh_;
+};
 
 }  // namespace
 
-std::string temporaryNameStart(const fs::path& target) {
-    return "." + target.filename().string() + ".tmp.";
+Replacement replaceFile(FileSystem& system, const Folder& folder, const NewContent& content) {
+    const auto result = Attempt(system, folder, content, Naming::atLast).make();
+    if (result) return *result;
+    return Attempt(system, folder, content, Naming::atOnce).make().value();
 }
 
-DirectoryLock::DirectoryLock(const fs::path& directory, const std::function<bool()>& mayWait)
-    : directory_(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    if (!directory_.isOpen()) fail(errno);
-    while (::flock(directory_.get(), LOCK_EX | LOCK_NB) != 0) {
-        if (errno != EWOULDBLOCK && errno != EINTR) return;  // no locks here
-        if (!mayWait()) fail(ETIMEDOUT);
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-}
-
-Replacement replaceFile(FileSystem& system, const fs::path& target, const DirectoryLock& lock,
-                        const FileVersion* before, const WriteBytes& writeBytes) {
-    TemporaryFile fresh(system, target);
-    writeBytes([&](std::string_view bytes) { fresh.write(bytes); });
-    if (before != nullptr) fresh.takeModeAndOwner(before->file.status);
-    fresh.finish();
-    if (before == nullptr) return createFile(system, target, lock, fresh);
-    return exchangeFiles(system, target, lock, *before, fresh);
+Leftover leftoverOf(std::string_view name) {
+    if (!name.starts_with(kPrefix)) return Leftover::none;
+    if (name.ends_with(kUnfinished)) return Leftover::unfinished;
+    return name.ends_with(kExchanged) ? Leftover::kept : Leftover::none;
 }
 
 }  // namespace tovra

@@ -2,20 +2,21 @@
 #pragma once
 
 #include <chrono>
-#include <thread>
+
+#include "platform/file_system.h"
 
 namespace tovra {
 
 // Calls `look` until `isSettled` is true of what it gives, five times within a quarter of a second
 // at most, and returns what it gave last.
 template <typename Look, typename IsSettled>
-auto lookUntil(const IsSettled& isSettled, const Look& look) {
+auto lookUntil(FileSystem& system, const IsSettled& isSettled, const Look& look) {
     constexpr int kMostLooks = 5;
     constexpr std::chrono::milliseconds kPause(50);
     for (int i = 1; i < kMostLooks; ++i) {
         auto seen = look();
         if (isSettled(seen)) return seen;
-        std::this_thread::sleep_for(kPause);
+        system.pause(kPause);
     }
     return look();
 }

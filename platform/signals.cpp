@@ -32,6 +32,16 @@ void awaitEndSignal() {
     }
 }
 
+bool isEndSignalPending() {
+    const sigset_t signals = endSignals();
+    sigset_t pending;
+    if (sigpending(&pending) != 0) return false;
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        if (sigismember(&signals, signal) == 1 && sigismember(&pending, signal) == 1) return true;
+    }
+    return false;
+}
+
 SignalHold::SignalHold() {
     const sigset_t signals = endSignals();
     pthread_sigmask(SIG_BLOCK, &signals, &before_);

@@ -14,6 +14,9 @@ void holdEndSignals();
 // REQUIRES: holdEndSignals() was called, and no other thread waits here.
 void awaitEndSignal();
 
+// Whether one of the signals has come and is held back from the calling thread.
+[[nodiscard]] bool isEndSignalPending();
+
 // While one exists, the signals do not reach the thread that made it. What came meanwhile takes
 // effect when it is destroyed, on that same thread.
 class SignalHold {

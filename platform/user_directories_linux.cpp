@@ -42,7 +42,8 @@ std::filesystem::path applicationSupportDirectory() {
 Preference preference(const std::string& domain, const std::string& key) {
     const auto path = baseDirectory("XDG_CONFIG_HOME", ".config") / domain / "preferences.json";
     const auto hasNoProblem = [](const Preference& read) { return !read.problem; };
-    return lookUntil(hasNoProblem, [&] { return readPreference(path, key); });
+    const auto look = [&] { return readPreference(path, key); };
+    return lookUntil(FileSystem::system(), hasNoProblem, look);
 }
 
 }  // namespace tovra

@@ -6,7 +6,10 @@
 
 #include "json/json.h"
 #include "platform/line_io.h"
+#include "platform/reader_watch.h"
+#include "platform/signals.h"
 #include "server/handle.h"
+#include "store/recording.h"
 
 namespace tovra {
 namespace {
@@ -24,12 +27,16 @@ std::optional<std::string> answer(std::string_view line, bool readOnly) {
 }  // namespace
 
 void runStdio(bool readOnly) {
+    recordOnlyWhile([] { return hasReader(kStandardOutput) && !isEndSignalPending(); });
     LineReader input(kStandardInput);
     while (const auto line = input.next()) {
+        if (!awaitReader(kStandardOutput)) return;
+        // Until the answer is written: what is recorded is answered, too.
+        const SignalHold hold;
         auto response = answer(*line, readOnly);
         if (!response) continue;
         *response += '\n';
-        if (!writeAll(kStandardOutput, *response)) return;
+        if (!writeToReader(kStandardOutput, *response)) return;
     }
 }
 

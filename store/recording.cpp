@@ -1,49 +1,54 @@
 #include "store/recording.h"
 
-#include <atomic>
 #include <chrono>
-#include <exception>
-#include <mutex>
+#include <optional>
 #include <system_error>
-#include <thread>
 #include <utility>
 
-#include "platform/replace_file.h"
-#include "platform/signals.h"
+#include "platform/file.h"
+#include "platform/folder.h"
+#include "platform/json_file.h"
+#include "platform/second_look.h"
 #include "store/data_file.h"
+#include "store/turnstile.h"
 
 namespace tovra {
 namespace {
 
 namespace fs = std::filesystem;
+using Left = RecordingError::Left;
 
 // One recording at a time, and none once the process is about to end.
-struct Turnstile {
-    std::mutex mutex;
-    std::atomic<bool> closed = false;
-};
-
 Turnstile& turnstile() {
     static Turnstile turnstile;
     return turnstile;
 }
 
+std::function<bool()>& canAnswer() {
+    static std::function<bool()> canAnswer;
+    return canAnswer;
+}
+
+// Whether a recording may still be saved.
+bool mayRecord() { return !turnstile().isClosed() && (!canAnswer() || canAnswer()()); }
+
 // The file that a path leads to, so that a link stays a link when that file is replaced. Where it
 // leads nowhere, the path of the file that is missing.
-fs::path resolved(fs::path path) {
+fs::path resolved(FileSystem& system, fs::path path) {
     constexpr int kMostLinks = 40;
-    std::error_code error;
-    for (int i = 0; i < kMostLinks && fs::is_symlink(path, error); ++i) {
-        const fs::path link = fs::read_symlink(path, error);
+    for (int i = 0; i < kMostLinks; ++i) {
+        std::error_code error;
+        const fs::path link = system.linkTarget(path, error);
         if (error) break;
         path = path.parent_path() / link;
     }
     return path;
 }
 
-fs::path directoryOf(const fs::path& file) {
-    const fs::path directory = file.parent_path();
-    return directory.empty() ? "." : directory;
+// Whether the path names a folder whatever there is: it ends in a slash or a dot.
+bool namesFolder(const fs::path& path) {
+    const fs::path name = path.filename();
+    return name.empty() || name == "." || name == "..";
 }
 
 // The file as it was read, and what a recording makes of it.
@@ -55,17 +60,17 @@ struct Loaded {
 json::Document emptyObject() { return std::move(*json::parse("{}")); }
 
 // Reads the file once. A file that is missing is no problem.
-Loaded loadOnce(const fs::path& path) {
+Loaded loadOnce(FileSystem& system, const fs::path& path) {
     std::error_code error;
-    auto version = readFileVersion(path, json::kMaxSize, error);
+    auto version = readFileVersion(system, path, json::kMaxSize, error);
+    if (namesFolder(path)) error = std::make_error_code(std::errc::is_a_directory);
     Loaded loaded{std::move(version), {path, emptyObject(), {}}};
-    if (!loaded.version) {
-        if (error != std::errc::no_such_file_or_directory) {
-            loaded.data.problem = "The data file could not be read: " + error.message();
-        }
+    if (error == std::errc::no_such_file_or_directory) return loaded;
+    if (error) {
+        loaded.data.problem = "The data file could not be read: " + error.message();
         return loaded;
     }
-    auto document = json::parse(loaded.version->text());
+    auto document = json::parse(withoutByteOrderMark(loaded.version->text()));
     if (document && document->root().is(json::Kind::object)) {
         loaded.data.document = std::move(*document);
     } else {
@@ -74,93 +79,122 @@ Loaded loadOnce(const fs::path& path) {
     return loaded;
 }
 
-// A file with a problem may have been caught in the middle of somebody's write: it is read again a
-// few times within a quarter of a second.
-Loaded load(const fs::path& path) {
-    constexpr int kTries = 5;
-    constexpr std::chrono::milliseconds kPause(50);
-    for (int i = 1; i < kTries; ++i) {
-        Loaded loaded = loadOnce(path);
-        if (!loaded.data.problem) return loaded;
-        std::this_thread::sleep_for(kPause);
-    }
-    return loadOnce(path);
+// A file with a problem may have been caught in the middle of somebody's write, and one that is
+// missing between the two halves of it; not where there is no folder.
+Loaded load(FileSystem& system, const fs::path& path, bool folderExists) {
+    const auto isWhole = [&](const Loaded& loaded) {
+        return !loaded.data.problem && (loaded.version || !folderExists);
+    };
+    return lookUntil(system, isWhole, [&] { return loadOnce(system, path); });
 }
 
-// The lock of the directory; none where the directory does not exist.
-std::optional<DirectoryLock> lockDirectory(const fs::path& directory,
-                                           const std::function<bool()>& mayWait) {
-    std::error_code error;
-    if (!fs::exists(directory, error)) return std::nullopt;
-    return DirectoryLock(directory, mayWait);
-}
+// One call of changeDataFile.
+class Recording {
+  public:
+    Recording(const std::function<Change(const DataSnapshot&)>& change, FileSystem& system)
+        : change_(change), system_(system), newFolders_(system) {}
 
-// One attempt, under the lock: nothing comes back when another writer was quicker.
-std::optional<std::string> attempt(const std::function<Change(const DataSnapshot&)>& change,
-                                   const fs::path& path, const std::function<bool()>& mayWait,
-                                   FileSystem& system) {
-    std::optional<DirectoryLock> lock;
-    std::exception_ptr noLock;  // of interest only when there is something to save
-    try {
-        lock = lockDirectory(directoryOf(path), mayWait);
-    } catch (const std::system_error&) {
-        noLock = std::current_exception();
+    std::string make() {
+        const Turn turn(turnstile());
+        try {
+            if (!turn.isInside()) throw RecordingError("The server is about to end");
+            constexpr int kMostTries = 16;
+            for (int i = 0; i < kMostTries; ++i) {
+                auto text = attempt();
+                if (!text) continue;
+                newFolders_.keep();
+                return *text;
+            }
+            throw ReplaceError("other programs keep changing it");
+        } catch (const ReplaceError& error) {
+            const bool isClean = newFolders_.remove() || error.left() != Left::nothing;
+            throw RecordingError(std::string("The data file could not be saved: ") + error.what(),
+                                 path_, isClean ? error.left() : Left::remains);
+        }
     }
-    const Loaded loaded = load(path);
-    const Change made = change(loaded.data);
-    if (!made.edit) return made.text;
-    if (noLock) std::rethrow_exception(noLock);
-    if (!lock) {
-        fs::create_directories(directoryOf(path));
+
+  private:
+    // Nothing comes back when another writer was quicker.
+    std::optional<std::string> attempt() {
+        const DataFileLocation location = locateDataFile();
+        if (location.preferencesProblem) throw RecordingError(*location.preferencesProblem);
+        path_ = resolved(system_, location.path);
+
+        std::error_code folderError;  // of interest only when there is something to save
+        const auto mayWait = [&] {
+            return std::chrono::steady_clock::now() < deadline_ && mayRecord();
+        };
+        const auto folder = Folder::open(system_, folderOf(path_), mayWait, folderError);
+        const Loaded loaded = load(system_, path_, folder.has_value());
+        Change made = change_(loaded.data);
+        if (!made.edit) return std::move(made.text);
+        if (loaded.data.problem) loaded.data.refuse(*loaded.data.problem);
+        if (folder) return save(*folder, loaded, made);
+        if (folderError == std::errc::no_such_file_or_directory) {
+            folderError = newFolders_.make(folderOf(path_));
+        }
+        if (folderError) throw ReplaceError(folderError);
         return std::nullopt;
     }
-    const FileVersion* before = loaded.version ? &*loaded.version : nullptr;
-    const auto writeBytes = [&](const json::Sink& sink) {
-        std::size_t size = 0;
-        json::writePretty(loaded.data.document, *made.edit, [&](std::string_view bytes) {
-            size += bytes.size();
-            if (size > json::kMaxSize) loaded.data.refuse("The data file would be too large");
-            sink(bytes);
-        });
-    };
-    const SignalHold hold;
-    const auto replacement = replaceFile(system, path, *lock, before, writeBytes);
-    if (replacement == Replacement::changed) return std::nullopt;
-    return made.text;
+
+    std::optional<std::string> save(const Folder& folder, const Loaded& loaded, Change& made) {
+        const WriteBytes writeBytes = [&](const json::Sink& sink) {
+            std::size_t size = 0;
+            json::writePretty(loaded.data.document, *made.edit, [&](std::string_view bytes) {
+                size += bytes.size();
+                if (size > json::kMaxSize) throw ReplaceError("it would be too large");
+                sink(bytes);
+            });
+        };
+        const auto beforeReplacing = [] {
+            if (!mayRecord()) throw ReplaceError("the server is about to end");
+        };
+        const FileVersion* before = loaded.version ? &*loaded.version : nullptr;
+        const auto replacement =
+            replaceFile(system_, folder, {path_, before, writeBytes, beforeReplacing});
+        if (replacement == Replacement::changed) return std::nullopt;
+        return std::move(made.text);
+    }
+
+    static constexpr std::chrono::seconds kLongestWait{2};
+
+    const std::function<Change(const DataSnapshot&)>& change_;
+    FileSystem& system_;
+    NewFolders newFolders_;
+    fs::path path_;
+    // Counted from the call, so that those in line behind one that waits in vain do not each wait
+    // as long again.
+    const std::chrono::steady_clock::time_point deadline_ =
+        std::chrono::steady_clock::now() + kLongestWait;
+};
+
+std::string ending(Left left) {
+    switch (left) {
+        case Left::nothing:
+            return ". Nothing was changed.";
+        case Left::remains:
+            return ".";
+        case Left::unknown:
+            return ". It may have been recorded all the same: look before you try again.";
+    }
+    return ".";
 }
 
 }  // namespace
 
-RecordingError::RecordingError(const std::string& problem, const fs::path& file)
-    : std::runtime_error(problem + " (" + readablePath(file) + "). Nothing was changed.") {}
+RecordingError::RecordingError(const std::string& problem, Left left)
+    : std::runtime_error(problem + ending(left)) {}
+
+RecordingError::RecordingError(const std::string& problem, const fs::path& file, Left left)
+    : RecordingError(problem + " (" + readablePath(file) + ")", left) {}
 
 std::string changeDataFile(const std::function<Change(const DataSnapshot&)>& change,
                            FileSystem& system) {
-    constexpr int kMostTries = 16;
-    constexpr std::chrono::seconds kLongestWait(10);
-    // Counted from here, so that those in line behind one that waits in vain do not each wait as
-    // long again.
-    const auto deadline = std::chrono::steady_clock::now() + kLongestWait;
-    const auto mayWait = [&] {
-        return !turnstile().closed && std::chrono::steady_clock::now() < deadline;
-    };
-    const std::scoped_lock guard(turnstile().mutex);
-    fs::path path = resolved(dataFileURL());
-    if (turnstile().closed) throw RecordingError("The server is about to end", path);
-    try {
-        for (int i = 0; i < kMostTries; ++i) {
-            if (auto text = attempt(change, path, mayWait, system)) return *text;
-            path = resolved(dataFileURL());
-        }
-    } catch (const std::system_error& error) {
-        throw RecordingError("The data file could not be saved: " + error.code().message(), path);
-    }
-    throw RecordingError("The data file could not be saved: other programs keep changing it", path);
+    return Recording(change, system).make();
 }
 
-void finishRecordings() {
-    turnstile().closed = true;
-    turnstile().mutex.lock();
-}
+void recordOnlyWhile(std::function<bool()> check) { canAnswer() = std::move(check); }
+
+void finishRecordings() { turnstile().close(); }
 
 }  // namespace tovra

@@ -2,7 +2,7 @@
 //
 // Other servers and the finance application may write the file at any moment. A recording that is
 // confirmed is on the disk, everything else in the file is as it was, and no other writer's change
-// has been undone; one that fails has changed nothing. May be called from several threads.
+// has been undone; one that fails says what it has left. May be called from several threads.
 #pragma once
 
 #include <filesystem>
@@ -14,14 +14,19 @@
 #include "json/json.h"
 #include "json/write.h"
 #include "platform/file_system.h"
+#include "platform/replace_file.h"
 
 namespace tovra {
 
 // Why nothing could be recorded: a sentence that says what is wrong and where, and that nothing was
-// changed.
+// changed where that is certain.
 class RecordingError : public std::runtime_error {
   public:
-    RecordingError(const std::string& problem, const std::filesystem::path& file);
+    using Left = ReplaceError::Left;
+    // `problem` is without its full stop.
+    explicit RecordingError(const std::string& problem, Left left = Left::nothing);
+    RecordingError(const std::string& problem, const std::filesystem::path& file,
+                   Left left = Left::nothing);
 };
 
 // The data file as a recording finds it.
@@ -47,13 +52,22 @@ struct Change {
 
 // Loads the data file, lets `change` decide, saves the edit that it gives and returns its text.
 // Without an edit nothing is written, not even a directory. `change` is called again, with the
-// newer file, when another writer was quicker; it may throw RecordingError to refuse.
+// newer file, when another writer was quicker; it may throw RecordingError to refuse. Calls have
+// their turn in the order in which they come.
 //
-// Throws RecordingError when the file cannot be saved, when another program locks its folder for
-// ten seconds, or when other writers were quicker sixteen times in a row. While a save is under way
-// SIGTERM, SIGINT and SIGHUP wait for it, where they would end the calling thread's process.
+// The folder's lock is waited for at most two seconds from the call on; then the recording goes on
+// without it. A file that is missing from a folder that exists, one that holds no JSON object, and
+// unreadable preferences are looked at again for a quarter of a second.
+//
+// Throws RecordingError when the preferences stay unreadable, when the file cannot be saved, or
+// when other writers were quicker sixteen times in a row.
 [[nodiscard]] std::string changeDataFile(const std::function<Change(const DataSnapshot&)>& change,
                                          FileSystem& system = FileSystem::system());
+
+// From now on a recording is saved only if `canAnswer`, asked at the last moment before the file is
+// replaced and while it waits, says that somebody can still be told; without this it always is. To
+// be called before the first recording; `canAnswer` must be callable from several threads.
+void recordOnlyWhile(std::function<bool()> canAnswer);
 
 // Returns when no recording is under way in this process, and lets none begin any more: for a
 // process that is about to end.

@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <unistd.h>
+#ifdef __linux__
+#include <sys/xattr.h>
+#endif
 
+#include <array>
 #include <atomic>
 #include <thread>
-#include <tuple>
 
-#include "platform/replace_file.h"
 #include "store/data_file.h"
 #include "support/child_process.h"
 #include "tests/support/scopes.h"
@@ -22,63 +24,22 @@ using support::ChildProcess;
 // Everything that has to come out of a save as it went in.
 const std::string kOddities = test::fileBytes(TOVRA_TESTS "/store/golden/oddities.json");
 
-// Gives the reason for which the system call of that name fails, 0 for none.
-using Hook = std::function<int(std::string_view call)>;
-
-// Asks about each system call of a save before it is made, and may let it fail.
-class HookedSystem : public FileSystem {
-  public:
-    using Base = FileSystem;
-    using Path = const fs::path&;
-    explicit HookedSystem(Hook hook) : hook_(std::move(hook)) {}
-
-    int createExclusively(Path path, mode_t mode) override {
-        return fails("create") ? -1 : Base::createExclusively(path, mode);
-    }
-    ssize_t write(int file, const void* bytes, std::size_t count) override {
-        return fails("write") ? -1 : Base::write(file, bytes, (count + 1) / 2);
-    }
-    int changeMode(int file, mode_t mode) override {
-        return fails("mode") ? -1 : Base::changeMode(file, mode);
-    }
-    int synchronise(int file) override { return fails("sync") ? -1 : Base::synchronise(file); }
-    int close(int file) override { return Base::close(file), fails("close") ? -1 : 0; }
-    int rename(Path a, Path b) override { return fails("rename") ? -1 : Base::rename(a, b); }
-    int renameExclusively(Path a, Path b) override {
-        return fails("rename exclusively") ? -1 : Base::renameExclusively(a, b);
-    }
-    int exchange(Path a, Path b) override { return fails("exchange") ? -1 : Base::exchange(a, b); }
-
-  private:
-    bool fails(std::string_view call) { return (errno = hook_(call)) != 0; }
-
-    Hook hook_;
-};
-
-// Something happens right before each system call of that name.
-Hook before(std::string_view name, const std::function<void()>& action) {
-    return [=](std::string_view call) {
-        if (call == name) action();
-        return 0;
-    };
-}
-
 Change setMember(const DataSnapshot& snapshot) {
     return {json::Edit{snapshot.root(), "mine", "7"}, "done"};
 }
 
 // Why nothing was recorded; "done" when it was.
-std::string outcome(const Hook& hook = [](auto) { return 0; }) {
-    HookedSystem system(hook);
+std::string outcome() {
     try {
-        return changeDataFile(setMember, system);
+        return changeDataFile(setMember);
     } catch (const RecordingError& error) {
         return error.what();
     }
 }
 
-std::string failure(const std::string& reason, const test::DataFileScope& file) {
-    return "The data file could not be saved: " + reason + " (" + file.path().string() +
+std::string failure(const std::string& reason, const test::DataFileScope& file,
+                    const std::string& deed = "saved") {
+    return "The data file could not be " + deed + ": " + reason + " (" + file.path().string() +
            "). Nothing was changed.";
 }
 
@@ -116,58 +77,16 @@ TEST(Recording, KeepsModeAndLinksAndMakesMissingFolders) {
     expectContent(target, "{\n  \"mine\": 7\n}\n");
 }
 
-TEST(Recording, ChangesNothingWhateverCallOfASaveFails) {
-    // whether there is a file, whether two files can be exchanged, how many calls can fail at least
-    for (const auto& [exists, canExchange, fewest] :
-         {std::tuple(true, true, 15), {true, false, 14}, {false, true, 10}}) {
-        const std::string content = exists ? kOddities : "";
-        int failures = 0;
-        for (; failures < 100; ++failures) {
-            const test::DataFileScope file(content);
-            if (!exists) fs::remove(file.path());
-            const auto hook = [left = failures, can = canExchange](std::string_view call) mutable {
-                if (call == "exchange" && !can) return ENOTSUP;
-                return left-- == 0 ? ENOSPC : 0;
-            };
-            const std::string said = outcome(hook);
-            if (said == "done") break;
-            EXPECT_EQ(said, failure("No space left on device", file)) << failures;
-            expectContent(file.path(), content);
-        }
-        EXPECT_GE(failures, fewest);
-    }
-}
-
 // Another program saves by renaming.
 void intrude(const fs::path& target, const std::string& content) {
     test::writeFile(target.parent_path() / "other", content);
     fs::rename(target.parent_path() / "other", target);
 }
 
-TEST(Recording, NeverUndoesAVersionThatSlipsInAtTheLastMoment) {
-    for (int left : {1, 2, 3, 7}) {
-        SCOPED_TRACE(left);
-        const test::DataFileScope file(kOddities);
-        const auto slipIn = [&] {
-            // Whoever asks for the lock has to wait.
-            EXPECT_ANY_THROW(DirectoryLock(file.path().parent_path(), [] { return false; }));
-            if (left > 0) intrude(file.path(), R"({"theirs":)" + std::to_string(left--) + "}");
-        };
-        EXPECT_EQ(outcome(before("exchange", slipIn)), "done");
-        expectContent(file.path(), "{\n  \"mine\": 7,\n  \"theirs\": 1\n}\n");
-    }
-}
-
-TEST(Recording, IsRefusedWhenTheFileChangesAtEveryTryOrItsFolderVanishes) {
-    const test::DataFileScope file(kOddities);
-    const fs::path home = file.path().parent_path(), moved = home.string() + "-moved";
-    EXPECT_EQ(outcome(before("create", [&] { intrude(file.path(), R"({"theirs":1})"); })),
-              failure("other programs keep changing it", file));
-    expectContent(file.path(), R"({"theirs":1})");
-    EXPECT_EQ(outcome(before("create", [&] { fs::rename(home, moved); })),
-              failure("No such file or directory", file));
-    expectContent(moved / "data.json", R"({"theirs":1})");
-    fs::rename(moved, home);
+Descriptor openFolder(const fs::path& path) {
+    std::error_code error;
+    FileSystem& system = FileSystem::system();
+    return {system, system.openFolder(path, error)};
 }
 
 constexpr const char* kAddTransaction =
@@ -191,7 +110,7 @@ TEST(Recording, IsRefusedWhereTheSystemRefuses) {
     fs::permissions(file.path(), fs::perms(0));
     fs::permissions(file.path().parent_path(), fs::perms(0555));
     ASSERT_EQ(::seteuid(ordinary), 0);
-    EXPECT_EQ(outcome(), failure("Permission denied", file));
+    EXPECT_EQ(outcome(), failure("Permission denied", file, "read"));
     EXPECT_FALSE(loadData().root().exists());
     ASSERT_EQ(::seteuid(user), 0);
     fs::permissions(file.path().parent_path(), fs::perms(0755));
@@ -249,19 +168,84 @@ TEST(Recording, UndoesNoChangeOfAnOutsideWriter) {
     EXPECT_EQ(counter(), kSaves);
 }
 
-TEST(Recording, SurvivesBeingKilledAtAnyMoment) {
+// What keeps a recording waiting while something happens to who asked for it.
+TEST(Recording, IsNotSavedWhereItCannotBeAnswered) {
     const test::DataFileScope file("{}");
-    std::size_t confirmed = 0;
-    for (int round = 0; round < 12; ++round) {
+    for (const int signal : {0, SIGTERM}) {
+        const Descriptor folder = openFolder(file.path().parent_path());
+        EXPECT_FALSE(folder.system().lock(folder.get()));
+        ChildProcess server({TOVRA_SERVER}, {});
+        server.send(kAddTransaction);
+        ::usleep(200000);
+        signal == 0 ? server.stopListening() : void(::kill(server.id(), signal));
+        if (signal != 0) {
+            EXPECT_NE(server.receive().value_or("").find("the server is about to end"),
+                      std::string::npos);
+        }
+        EXPECT_EQ(server.finish(), signal == 0 ? 0 : 128 + signal);
+        expectContent(file.path(), "{}");
+    }
+}
+
+#ifdef __linux__
+// As setxattr takes it; this machine's numbers begin with the lowest byte.
+std::string asAttribute(const AccessList& list) {
+    std::string bytes("\2\0\0\0", 4);
+    return bytes.append(reinterpret_cast<const char*>(list.data()),
+                        list.size() * sizeof(AccessEntry));
+}
+
+TEST(Recording, KeepsAttributesAndAccessListsAndInheritsNone) {
+    const test::DataFileScope file("{}");
+    const std::string path = file.path(), folder = file.path().parent_path();
+    const auto set = [](const std::string& of, const char* name, const std::string& value) {
+        return ::setxattr(of.c_str(), name, value.data(), value.size(), 0) == 0;
+    };
+    const AccessList inherited{{1, 7, 0}, {2, 7, 9}, {4, 7, 0}, {16, 7, 0}, {32, 0, 0}};
+    const AccessList own{{1, 6, 0}, {2, 6, 7}, {4, 0, 0}, {16, 6, 0}, {32, 0, 0}};
+    if (!set(folder, "system.posix_acl_default", asAttribute(inherited))) GTEST_SKIP();
+    ASSERT_TRUE(set(path, "user.note", "n"));
+    for (const bool hasList : {false, true}) {
+        fs::permissions(path, fs::perms(0640));
+        ASSERT_TRUE(!hasList || set(path, "system.posix_acl_access", asAttribute(own)));
+        EXPECT_EQ(outcome(), "done");
+        std::array<char, 2> note{};
+        EXPECT_EQ(::getxattr(path.c_str(), "user.note", note.data(), 2), 1) << hasList;
+        EXPECT_EQ(fs::status(path).permissions(), fs::perms(hasList ? 0660 : 0640));
+        std::error_code error;
+        FileSystem& system = FileSystem::system();
+        const Descriptor opened(system, system.openFile(path, error));
+        const AccessList now = system.accessList(opened.get(), error);
+        ASSERT_EQ(now.size(), hasList ? own.size() : 0) << hasList;
+        EXPECT_TRUE(!hasList || (now[1] == own[1] && now[2].rights == 0)) << now[2].rights;
+    }
+}
+#endif
+
+// How many transactions were confirmed.
+std::size_t confirmedBy(ChildProcess& server) {
+    std::size_t count = 0;
+    while (const auto answer = server.receive()) count += answer->find("Added") < answer->size();
+    return count;
+}
+
+// A file so large that a recording takes a while; there is something to leave behind.
+TEST(Recording, SurvivesBeingKilledAtAnyMoment) {
+    const test::DataFileScope file("{\"a\":\"" + std::string(1000000, 'a') + "\"}");
+    std::size_t recorded = 0;
+    for (int round = 0; round < 24; ++round) {
+        const int signal = std::array{SIGKILL, SIGTERM, SIGINT}[std::size_t(round) % 3];
         ChildProcess server({TOVRA_SERVER}, {});
         for (int n = 0; n < 20; ++n) server.send(kAddTransaction);
-        ::usleep(static_cast<useconds_t>(std::rand() % 40000));
-        ::kill(server.id(), round % 2 == 0 ? SIGKILL : SIGTERM);
-        while (server.receive()) ++confirmed;  // what the pipe still holds as well
-        const std::size_t recorded = transactionsIn(file.path());
+        ::usleep(static_cast<useconds_t>(std::rand() % 100000));
+        ::kill(server.id(), signal);
+        const std::size_t confirmed = recorded + confirmedBy(server);  // in the pipe as well
+        recorded = transactionsIn(file.path());
         EXPECT_GE(recorded, confirmed);
-        confirmed = recorded;  // at most one was recorded and not confirmed any more
+        // Only who has no time to answer may save without.
+        EXPECT_LE(recorded, confirmed + (signal == SIGKILL ? 1 : 0)) << "signal " << signal;
     }
+    EXPECT_EQ(namesIn(file.path().parent_path()).find(".tmp"), std::string::npos);
 }
 
 }  // namespace

@@ -1,0 +1,17 @@
+// The users and groups of the system. May be called from several threads.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace tovra {
+
+// The name, or the number in decimal digits where there is none.
+[[nodiscard]] std::string userName(uid_t user);
+[[nodiscard]] std::string groupName(gid_t group);
+
+// Whether the user is a member of the group, as far as the system's databases tell.
+[[nodiscard]] bool isInGroup(uid_t user, gid_t group);
+
+}  // namespace tovra

@@ -1,0 +1,50 @@
+#include "platform/reader_watch.h"
+
+#include <limits.h>
+#include <poll.h>
+
+#include <algorithm>
+
+#include "platform/line_io.h"
+#include "platform/signals.h"
+
+namespace tovra {
+namespace {
+
+enum class Reader { ready, busy, gone };
+
+Reader lookAtReader(int descriptor, int milliseconds) {
+    pollfd waiting{descriptor, POLLOUT, 0};
+    if (::poll(&waiting, 1, milliseconds) <= 0) return Reader::busy;
+    return (waiting.revents & (POLLERR | POLLHUP)) != 0 ? Reader::gone : Reader::ready;
+}
+
+}  // namespace
+
+bool hasReader(int descriptor) { return lookAtReader(descriptor, 0) != Reader::gone; }
+
+bool awaitReader(int descriptor) {
+    for (;;) {
+        const Reader reader = lookAtReader(descriptor, -1);
+        if (reader != Reader::busy) return reader == Reader::ready;
+    }
+}
+
+// In pieces that do not wait once the reader is ready: a write that waits could not be ended.
+bool writeToReader(int descriptor, std::string_view bytes) {
+    constexpr int kPause = 50;
+    while (!bytes.empty()) {
+        const Reader reader = lookAtReader(descriptor, kPause);
+        if (reader == Reader::gone) return false;
+        if (reader == Reader::busy) {
+            if (isEndSignalPending()) return false;
+            continue;
+        }
+        const std::string_view piece = bytes.substr(0, PIPE_BUF);
+        if (!writeAll(descriptor, piece)) return false;
+        bytes.remove_prefix(piece.size());
+    }
+    return true;
+}
+
+}  // namespace tovra
