@@ -1,6 +1,7 @@
 #include "http/request.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <utility>
 
@@ -87,6 +88,7 @@ RequestReader::Verdict RequestReader::verdictOnMethod(std::string_view method) {
 }
 
 std::string RequestReader::processRequest(std::string_view received, const Handler& handle) const {
+    assert(verdict_ && received.size() >= size_);
     switch (*verdict_) {
         case Verdict::post:
             return respondToMessage(received.substr(bodyStart_, size_ - bodyStart_), handle);

@@ -4,6 +4,7 @@
 // once on any number of threads; a RequestReader belongs to one request.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <functional>
 #include <optional>
@@ -32,7 +33,9 @@ class RequestReader {
   public:
     // An empty token means that none is asked for. The token must outlive the reader.
     explicit RequestReader(std::string_view token, const RequestLimits& limits = {})
-        : token_(token), limits_(limits) {}
+        : token_(token), limits_(limits) {
+        assert(limits.head + 4 <= limits.request);
+    }
 
     // Takes all bytes received so far, each time from the first byte of the request. True once
     // they hold all that the answer depends on; what follows them will be ignored.

@@ -150,10 +150,10 @@ class Document {
 };
 
 // Parses a JSON text (RFC 8259) whose top level is an array or an object. Nothing comes back for
-// anything else, nor where the source cannot be read: other text around it, invalid UTF-8, a byte
-// order mark, a lone surrogate, nesting beyond kMaxDepth, more than kMaxSize bytes or more than
-// 4 GiB of names. The time is linear in the size and no input drives a recursion. Throws
-// std::bad_alloc where memory is short. REQUIRES: source.size <= kMaxSize.
+// anything else, nor where the source cannot be read. Refused are also other text around it,
+// invalid UTF-8, a byte order mark and a lone surrogate. So are nesting beyond kMaxDepth, more than
+// kMaxSize bytes and more than 4 GiB of names. The time is linear in the size, and no input drives
+// a recursion. Throws std::bad_alloc where memory is short. REQUIRES: source.size <= kMaxSize.
 [[nodiscard]] std::optional<Document> parse(const Source& source);
 [[nodiscard]] std::optional<Document> parse(std::string_view text);
 

@@ -1,5 +1,5 @@
-// Parsing: the builder below walks over the tokens of a text, checks the grammar, lays out the tree
-// and gathers the bytes of strings, numbers and names.
+// Parsing. The builder below walks over the tokens of a text and checks the grammar. On the way it
+// lays out the tree, and gathers the bytes of strings, numbers and names.
 #include <algorithm>
 #include <cassert>
 #include <cstring>
@@ -54,8 +54,8 @@ char* appendUtf8(char* out, std::uint32_t c) {
     return out;
 }
 
-// Decodes the escape whose backslash is at `in` (the string's closing quote bounds what is looked
-// at) to `out`, and moves both on. False when it is no escape of JSON.
+// Decodes the escape whose backslash is at `in` to `out`, and moves both on. False when it is no
+// escape of JSON. The string's closing quote bounds what is looked at: it is no hexadecimal digit.
 bool decodeEscape(const char*& in, char*& out) {
     static constexpr std::string_view kNames = "\"\\/bfnrt";
     static constexpr std::string_view kMeanings = "\"\\/\b\f\n\r\t";
@@ -111,7 +111,7 @@ static_assert(Tokens::kPadding >= TextStore::kPadding);
 constexpr std::size_t kTextPerValue = 16;
 constexpr std::size_t kTextPerWaiting = 128;
 constexpr std::size_t bytesIn(std::size_t text) { return text / 8 * 5; }
-// Beside that, what the smallest text takes: the nodes of a screen, and the names.
+// Room beside that, which is most of what a message of a few lines needs.
 constexpr std::size_t kFewNodes = 64;
 constexpr std::size_t kFewBytes = 256;
 

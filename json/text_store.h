@@ -46,7 +46,7 @@ class TextStore {
     }
 
     // The offset of the name's head. Objects of one kind mostly have the same names in the same
-    // order, so a name is expected to follow the one that it followed before.
+    // order. So the name that is looked at first is the one that followed the latest name before.
     std::uint32_t intern(std::string_view name, bool escaped) {
         if (escaped) return addName(name, escaped);
         const std::uint32_t expected = interned_[latest_].next;

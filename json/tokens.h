@@ -16,9 +16,9 @@ class dom_parser_implementation;
 
 namespace tovra::json {
 
-// Gives the tokens, a window of the text at a time. What is found is then still in the processor's
-// cache when the parser comes by, and neither the text nor the list of its tokens takes memory of
-// the text's size. Not for several threads.
+// Gives the tokens, a window of the text at a time. A window and its tokens are still in the
+// processor's cache when the parser comes by. Nothing here takes memory of the whole text's size.
+// Not for several threads.
 class Tokens {
   public:
     // So many bytes behind the beginning of any token may be read.

@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <charconv>
 #include <cmath>
 #include <cstring>
 #include <memory>
 #include <vector>
+
+#include "json/utf8.h"
 
 namespace tovra::json {
 namespace {
@@ -204,6 +207,7 @@ class Writer {
 }  // namespace
 
 void appendString(std::string& out, std::string_view text) {
+    assert(isValidUtf8(text));
     out += '"';
     for (auto rest = text.begin(); rest != text.end();) {
         const auto stop = std::find_if(rest, text.end(), needsEscape);
@@ -225,6 +229,7 @@ std::string numberText(double value) {
 }
 
 void appendCompact(std::string& out, Value value) {
+    assert(value.exists());
     constexpr std::size_t kSize = 256;
     const Sink sink = [&](std::string_view bytes) { out += bytes; };
     Output output(kSize, sink);

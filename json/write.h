@@ -26,8 +26,8 @@ void appendCompact(std::string& out, Value value);
 
 // One change to a document, made while it is written.
 struct Edit {
-    // An array, to which `value` is appended, or an object, in which it becomes the member of that
-    // name in place of any there was.
+    // An array, to which `value` is appended; or an object, in which `value` becomes the member of
+    // that name, in place of any there was.
     Value target;
     std::string name;   // of the member; without meaning for an array
     std::string value;  // JSON text of any kind of value

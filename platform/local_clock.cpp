@@ -1,10 +1,11 @@
-// Built on localtime_r alone. mktime is no help: its answer -1 is also an instant, and it has to
-// guess whether daylight-saving time is in force, wrongly so where midnight happens twice.
+// Built on localtime_r alone. mktime is no help: its failure, -1, is also an instant. And it
+// guesses whether daylight-saving time is in force, wrongly where midnight happens twice.
 #include "platform/local_clock.h"
 
 #include <time.h>
 
 #include <algorithm>
+#include <cassert>
 
 namespace tovra {
 namespace {
@@ -17,8 +18,8 @@ bool shows(std::int64_t instant, std::int64_t localTime) {
     return offset && instant + *offset == localTime;
 }
 
-// The offsets before and after a change of clocks that may lie near a local time, which are the
-// same on nearly every day of the year.
+// The offsets before and after a change of clocks near a local time. On nearly every day of the
+// year there is no such change, and they are the same.
 struct NearbyOffsets {
     std::int64_t before;
     std::int64_t after;
@@ -55,6 +56,7 @@ std::optional<std::int64_t> utcOffset(std::int64_t instant) {
 }
 
 std::int64_t startOfLocalDay(std::int64_t day) {
+    assert(kFirstDay <= day && day <= kLastDay);
     const std::int64_t midnight = day * kSecondsPerDay;
     const auto offsets = offsetsNear(midnight).value_or(NearbyOffsets{0, 0});
     const std::int64_t first = midnight - std::max(offsets.before, offsets.after);

@@ -14,6 +14,10 @@ namespace tovra {
 
 inline constexpr std::int64_t kSecondsPerDay = 86400;
 
+// 0001-01-01 and 10000-01-01, the days between which the calendar here is used.
+inline constexpr std::int64_t kFirstDay = -719162;
+inline constexpr std::int64_t kLastDay = 2932897;
+
 // Reads the time zone in force now, for the functions below. It has to have been read once before
 // descriptors can run out: the C library never tries again to read a zone that it has failed to.
 void readTimeZone();
@@ -22,8 +26,9 @@ void readTimeZone();
 // the C library can express.
 [[nodiscard]] std::optional<std::int64_t> utcOffset(std::int64_t instant);
 
-// The first instant of a local day. Where clocks go back over midnight that is the first of the
-// two midnights, where they skip it the end of the gap. REQUIRES: a day of the years 1 to 9999.
+// The first instant of a local day. Where clocks go back over midnight, that is the first of
+// the two midnights. Where they skip midnight, it is the end of the gap. REQUIRES: kFirstDay <= day
+// <= kLastDay.
 [[nodiscard]] std::int64_t startOfLocalDay(std::int64_t day);
 
 // An instant at which the local clock shows `localTime`. Of two such instants it is the one with

@@ -14,10 +14,10 @@ namespace tovra {
 // to end by SIGTERM, SIGINT or SIGHUP. One line on standard error says where it listens and whether
 // a token is asked for; an empty token counts as none.
 //
-// Returns 1, after a line on standard error, where it cannot listen. Otherwise it never returns: on
-// the signal no further call of `handle` is begun, `beforeExit` is called, and the process ends
-// with status 0 whatever calls are still running. `beforeExit` is the place to wait for what must
-// not be cut short, and to keep it from being begun again.
+// Returns 1, after a line on standard error, where it cannot listen. Otherwise it never returns. On
+// the signal it begins no further call of `handle`, calls `beforeExit`, and ends the process with
+// status 0, whatever calls are still running. `beforeExit` is the place to wait for what must not
+// be cut short, and to keep it from being begun again.
 //
 // REQUIRES: the calling thread is the only one of the process.
 int runHTTP(std::uint16_t port, const std::optional<std::string>& token,

@@ -12,8 +12,8 @@
 
 namespace tovra {
 
-// Starts with every account's opening balance. When each transaction has been added, in file order,
-// every balance is the very double that adding up that account's transactions alone would give.
+// Starts with every account's opening balance. Each transaction is added, in file order. Every
+// balance is then the very double that adding up that account's transactions alone gives.
 // Keeps views into the document and a reference to the currencies, which must outlive it.
 class AccountBalances {
   public:

@@ -1,5 +1,6 @@
 #include "store/dates.h"
 
+#include <cassert>
 #include <chrono>
 #include <cmath>
 
@@ -52,10 +53,16 @@ std::optional<std::int64_t> parseZone(std::string_view text) {
     return text[0] == '+' ? seconds : -seconds;
 }
 
-std::optional<Instant> inYears1To9999(std::int64_t instant) {
-    constexpr auto kFirst = sys_days(year(1) / 1 / 1).time_since_epoch().count() * kSecondsPerDay;
-    constexpr auto kEnd = sys_days(year(10000) / 1 / 1).time_since_epoch().count() * kSecondsPerDay;
-    if (instant < kFirst || instant >= kEnd) return std::nullopt;
+static_assert(sys_days(year(1) / 1 / 1).time_since_epoch().count() == kFirstDay);
+static_assert(sys_days(year(10000) / 1 / 1).time_since_epoch().count() == kLastDay);
+
+// Whether the instant lies in the years 1 to 9999 (UTC), which four digits can tell.
+bool isExpressible(std::int64_t instant) {
+    return instant >= kFirstDay * kSecondsPerDay && instant < kLastDay * kSecondsPerDay;
+}
+
+std::optional<Instant> ifExpressible(std::int64_t instant) {
+    if (!isExpressible(instant)) return std::nullopt;
     return static_cast<Instant>(instant);
 }
 
@@ -104,11 +111,12 @@ std::optional<Instant> IsoFormatter::parse(std::string_view text) const {
         second > 59) {
         return std::nullopt;
     }
-    return inYears1To9999(*date * kSecondsPerDay + hour * 3600 + minute * 60 + second - *zone);
+    return ifExpressible(*date * kSecondsPerDay + hour * 3600 + minute * 60 + second - *zone);
 }
 
 std::string IsoFormatter::format(Instant instant) const {
     const std::int64_t seconds = wholeSeconds(instant);
+    assert(isExpressible(seconds));
     const std::int64_t date = dayOf(seconds);
     const std::int64_t ofDay = seconds - date * kSecondsPerDay;
     std::string text = dayText(dateOf(date)) + "T";
@@ -128,7 +136,7 @@ std::optional<Instant> DayFormatter::parse(std::string_view text) {
     if (!date) return std::nullopt;
     Start& start = startAt(*date);
     if (start.day != *date) start = {*date, startOf(*date)};
-    return inYears1To9999(start.instant);
+    return ifExpressible(start.instant);
 }
 
 // Mostly 24 hours after the start of the day before, where that is known.
@@ -142,6 +150,7 @@ std::int64_t DayFormatter::startOf(std::int64_t day) {
 
 std::string DayFormatter::format(Instant instant) const {
     const std::int64_t seconds = wholeSeconds(instant);
+    assert(isExpressible(seconds));
     return dayText(dateOf(dayOf(seconds + utcOffset(seconds).value_or(0))));
 }
 

@@ -1,7 +1,7 @@
 // Dates: the two forms in which they are written, and the periods of the reports.
 //
 // An Instant is a point in time, in seconds since 1970-01-01T00:00:00Z. Every instant that comes
-// out of a text lies in the years 1 to 9999 (UTC), so it can be written again. The local time zone
+// out of a text can be written again: it lies in the years 1 to 9999 (UTC). The local time zone
 // is read at each use, never kept. May be called from several threads.
 #pragma once
 
@@ -36,7 +36,7 @@ class DayFormatter {
     DayFormatter();
     // The first instant of that local day.
     [[nodiscard]] std::optional<Instant> parse(std::string_view text);
-    // The local day in which the instant falls. REQUIRES: an instant that came out of a text.
+    // The local day in which the instant falls. REQUIRES: a year from 1 to 9999 in UTC.
     [[nodiscard]] std::string format(Instant instant) const;
 
   private:

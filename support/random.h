@@ -1,6 +1,7 @@
 // Random choices that come out the same on every system for the same seed.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <random>
@@ -16,7 +17,10 @@ class Random {
 
     // A number from 0 to limit - 1. The distributions of the standard library would differ from
     // one system to the next. REQUIRES: limit > 0.
-    std::size_t below(std::size_t limit) { return engine_() % limit; }
+    std::size_t below(std::size_t limit) {
+        assert(limit > 0);
+        return engine_() % limit;
+    }
     std::size_t between(std::size_t lowest, std::size_t highest) {
         return lowest + below(highest - lowest + 1);
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <chrono>
 #include <cstdio>
 #include <vector>
@@ -50,6 +51,7 @@ class Days {
 
     // REQUIRES: index < options.transactions.
     [[nodiscard]] sys_days operator[](std::size_t index) const {
+        assert(index < count_);
         const std::size_t before = count_ - countThisMonth_;
         if (index < before) return at(start(), length_, index, before);
         return at(month_, thisMonth(), index - before, countThisMonth_);

@@ -17,7 +17,7 @@ struct SampleAccount {
     std::string_view currency;
 };
 
-// In how many versions each subcategory occurs, so that every one of `budgets` budgets can have a
+// In how many versions each subcategory occurs: enough for each of `budgets` budgets to have a
 // pair of category and subcategory of its own.
 [[nodiscard]] std::size_t subcategoryVersions(std::size_t budgets);
 // "Coffee", "Coffee 2", "Coffee 3" and so on; an empty subcategory stays empty.

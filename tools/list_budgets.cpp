@@ -11,8 +11,8 @@
 namespace tovra {
 namespace {
 
-// What was spent in the month on each category and subcategory that some budget limits, in base
-// currency, whatever the number of budgets.
+// What was spent in the month on each category and subcategory that a budget limits, in base
+// currency. A transaction costs the same whatever the number of budgets.
 class MonthSpending {
   public:
     MonthSpending(const json::Children& budgets, Instant now, const Currencies& currencies)
