@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n";
 constexpr std::string_view kDigits = "0123456789";
+constexpr std::string_view kNoComma[] = {"a comma or a } is missing", "a comma or a ] is missing"};
 
 // Reads a text from its beginning; every method leaves `at` where it found the fault, if any.
 class Reader {
@@ -61,8 +62,7 @@ class Reader {
             return "";
         }
         if (!isFirst_) {
-            if (!take(','))
-                return closer == '}' ? "a comma or a } is missing" : "a comma or a ] is missing";
+            if (!take(',')) return closer == '}' ? kNoComma[0] : kNoComma[1];
             skip(kBlanks);
             if (next() == closer) return "a comma stands before the closing bracket";
         }

@@ -43,8 +43,9 @@ void findLeftovers(Place& place) {
 // Why a new file cannot be made in the folder; a folder that is missing is made by the first save.
 std::error_code whyNotWritable(fs::path folder) {
     std::error_code error;
-    while (!fs::exists(folder, error) && !error && folder.has_relative_path())
+    while (!fs::exists(folder, error) && !error && folder.has_relative_path()) {
         folder = folderOf(folder);
+    }
     if (::access(folder.c_str(), W_OK | X_OK) == 0) return {};
     return {errno, std::generic_category()};
 }
@@ -59,8 +60,9 @@ Place lookAt(const fs::path& path) {
     if (error) place.target = path;
     const auto file = openFile(path, json::kMaxSize, place.notReadable);
     if (file) place.size = file->size();
-    if (place.notReadable == std::errc::no_such_file_or_directory)
+    if (place.notReadable == std::errc::no_such_file_or_directory) {
         place.missing = firstMissing(path);
+    }
     place.notWritable = whyNotWritable(folderOf(place.target));
     struct stat status {};
     if (::stat(path.c_str(), &status) == 0) place.isOwn = status.st_uid == ::geteuid();
