@@ -250,13 +250,17 @@ class Attempt {
     void putBack() {
         constexpr int kMostTries = 16;
         struct stat putIn = fresh_.status();
+        Descriptor held;  // keeps the inode of what was put in from becoming another file's
         for (int i = 0; i < kMostTries; ++i) {
             struct stat out {};
-            if (const auto error = system_.look(fresh_.path(), out)) leaveBehind(error.message());
-            const std::error_code error = system_.exchange(fresh_.path(), target_);
+            std::error_code error = system_.look(fresh_.path(), out);
+            if (error) leaveBehind(error.message());
+            Descriptor opened(system_, system_.openFile(fresh_.path(), error));
+            error = system_.exchange(fresh_.path(), target_);
             if (!error && isSameFile(system_, fresh_.path(), putIn)) return;
             if (!error) {
                 putIn = out;
+                held = std::move(opened);
                 continue;
             }
             if (error != std::errc::no_such_file_or_directory) leaveBehind(error.message());

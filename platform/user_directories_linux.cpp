@@ -24,7 +24,7 @@ Preference readPreference(const std::filesystem::path& path, const std::string& 
     const auto preferences = parseFile(path, error);
     if (isMissing(error)) return {};
     if (!preferences) {
-        const std::string reason = error ? error.message() : "no JSON text";
+        const std::string reason = error ? error.message() : "they hold no JSON";
         return {{},
                 "The preferences could not be read: " + reason + " (" + readablePath(path) + ")"};
     }

@@ -1,5 +1,5 @@
-// A file system in memory that holds one folder, to be stopped, disturbed or switched off before
-// any call.
+// A file system in memory that holds one folder, and may fail or be switched off before any call.
+// Its time passes faster.
 #pragma once
 
 #include <cerrno>
@@ -24,18 +24,15 @@ class FolderModel : public FileSystem {
         uid_t owner = 1000;
         gid_t group = 1000;
         AccessList list = {};
-        long changes = 0;
         ino_t inode = 0;
     };
-    using Names = std::map<std::string, std::shared_ptr<File>>;
-    static constexpr const char* kFolder = "/folder";
+    using FilePointer = std::shared_ptr<File>;
+    using Names = std::map<std::string, FilePointer>;
 
     // Before each call: its name goes in, a reason to fail or 0 comes out.
     std::function<int(std::string_view call)> before = [](auto) { return 0; };
     bool isOff = false;  // no call does anything any more
-    bool isLockedByOther = false;
-    bool mayChangeOwner = true;
-    bool hasAccessLists = true;
+    bool isLockedByOther = false, mayChangeOwner = true, hasAccessLists = true;
     Names names;
     // What the folder may hold after the power fails, the state that was synchronised first.
     std::vector<Names> history{1};
@@ -48,131 +45,107 @@ class FolderModel : public FileSystem {
         return *names[name];
     }
     [[nodiscard]] std::string bytes(const std::string& name) const {
-        const auto found = names.find(name);
-        return found == names.end() ? "" : found->second->bytes;
+        return names.contains(name) ? names.at(name)->bytes : "";
     }
 
     int openFile(Path path, Error& error) override {
-        error = stop("open file");
-        if (!error && !find(path)) error = reason(ENOENT);
-        return error ? -1 : opened(find(path));
+        return open("open file", error, [&] { return find(path); });
     }
     int openFolder(Path path, Error& error) override {
-        error = stop("open folder");
-        if (!error && path != kFolder) error = reason(ENOENT);
-        return error ? -1 : opened(nullptr);
+        return open("open folder", error, [&] { return path == "/folder" ? folder_ : nullptr; });
     }
     int createUnnamed(Path /*folder*/, Error& error) override {
-        error = stop("create unnamed");
-        return error ? -1 : opened(newFile());
+        return open("create unnamed", error, [&] { return newFile(); });
     }
     int createExclusively(Path path, Error& error) override {
-        error = stop("create");
-        if (error) return -1;
-        change([&] { names[path.filename()] = newFile(); });
-        return opened(find(path));
+        return open("create", error, [&] { return named(path, newFile()); });
     }
-    Error close(int file) override {
-        files_.erase(file);
-        return stop("close");
-    }
+    Error close(int file) override { return files_.erase(file), at("close"); }
+
     Error status(int file, struct stat& status) override {
-        const Error error = stop("status");
-        if (!error) status = statusOf(*files_.at(file));
-        return error;
+        return at("status", [&] { return fill(status, files_.at(file)); });
     }
     Error look(Path path, struct stat& status) override {
-        if (const Error error = stop("look")) return error;
-        if (!find(path)) return reason(ENOENT);
-        status = statusOf(*find(path));
-        return {};
-    }
-    std::filesystem::path linkTarget(Path /*path*/, Error& error) override {
-        error = reason(EINVAL);
-        return {};
+        return at("look", [&] { return find(path) ? fill(status, find(path)) : ENOENT; });
     }
     std::vector<std::string> namesIn(Path /*folder*/, Error& error) override {
         std::vector<std::string> found;
-        error = stop("names");
-        for (const auto& [name, file] : names) found.push_back(name);
-        return error ? std::vector<std::string>() : found;
+        error = at("names", [&] {
+            for (const auto& [name, file] : names) found.push_back(name);
+            return 0;
+        });
+        return found;
     }
-    Error mayWrite(Path /*path*/) override { return stop("may write"); }
+    Error mayWrite(Path /*path*/) override { return at("may write"); }
     Error lock(int /*folder*/) override {
-        const Error error = stop("lock");
-        return error || !isLockedByOther ? error : reason(EWOULDBLOCK);
+        return at("lock", [&] { return isLockedByOther ? EWOULDBLOCK : 0; });
     }
     std::size_t read(int file, char* into, std::size_t room, std::size_t offset,
                      Error& error) override {
-        error = stop("read");
+        error = at("read");
         const std::string& bytes = files_.at(file)->bytes;
         return error || offset >= bytes.size() ? 0 : bytes.copy(into, room, offset);
     }
     // Half of what is asked for.
     std::size_t write(int file, std::string_view bytes, Error& error) override {
-        error = stop("write");
+        error = at("write");
         const std::size_t count = error ? 0 : (bytes.size() + 1) / 2;
         files_.at(file)->bytes += bytes.substr(0, count);
         return count;
     }
     Error synchronise(int file) override {
-        const Error error = stop(files_.at(file) ? "synchronise" : "synchronise folder");
-        if (!error && files_.at(file)) files_.at(file)->onDisk = files_.at(file)->bytes;
-        if (!error && !files_.at(file)) history = {names};
-        return error;
+        File& it = *files_.at(file);
+        return at(&it == folder_.get() ? "synchronise folder" : "synchronise", [&] {
+            it.onDisk = it.bytes;
+            if (&it == folder_.get()) history = {names};
+            return 0;
+        });
     }
     Error synchroniseAll(int file) override {
         history = {names};
         return synchronise(file);
     }
     Error changeOwner(int file, uid_t owner, gid_t group) override {
-        if (const Error error = stop("owner")) return error;
-        if (!mayChangeOwner) return reason(EPERM);
-        files_.at(file)->owner = owner;
-        files_.at(file)->group = group;
-        return {};
+        return at("owner", [&] {
+            if (mayChangeOwner) files_.at(file)->owner = owner, files_.at(file)->group = group;
+            return mayChangeOwner ? 0 : EPERM;
+        });
     }
     Error changeMode(int file, mode_t mode) override {
-        const Error error = stop("mode");
-        if (!error) files_.at(file)->mode = mode;
-        return error;
+        return at("mode", [&] { return files_.at(file)->mode = mode, 0; });
     }
-    Error copyAttributes(int /*from*/, int /*to*/) override { return stop("attributes"); }
+    Error copyAttributes(int /*from*/, int /*to*/) override { return at("attributes"); }
     AccessList accessList(int file, Error& error) override {
-        error = hasAccessLists ? stop("access list") : reason(ENOTSUP);
+        error = at("access list", [&] { return hasAccessLists ? 0 : ENOTSUP; });
         return error ? AccessList() : files_.at(file)->list;
     }
     Error setAccessList(int file, const AccessList& list) override {
-        const Error error = stop("set access list");
-        if (error || (!hasAccessLists && !list.empty())) return error ? error : reason(ENOTSUP);
-        files_.at(file)->list = list;
-        return {};
+        return at("set access list", [&] {
+            if (!hasAccessLists) return list.empty() ? 0 : ENOTSUP;
+            return files_.at(file)->list = list, 0;
+        });
     }
     Error link(int file, Path path) override {
-        if (const Error error = stop("link")) return error;
-        if (find(path)) return reason(EEXIST);
-        change([&] { names[path.filename()] = files_.at(file); });
-        return {};
+        return at("link", [&] { return find(path) ? EEXIST : (named(path, files_.at(file)), 0); });
     }
     Error rename(Path from, Path to) override {
-        const Error error = stop("rename");
-        return error ? error : move(from, to);
+        return at("rename", [&] { return move(from, to); });
     }
     Error renameExclusively(Path from, Path to) override {
-        if (const Error error = stop("rename exclusively")) return error;
-        return find(to) ? reason(EEXIST) : move(from, to);
+        return at("rename exclusively", [&] { return find(to) ? EEXIST : move(from, to); });
     }
     Error exchange(Path a, Path b) override {
-        if (const Error error = stop("exchange")) return error;
-        if (!find(a) || !find(b)) return reason(ENOENT);
-        change([&] { std::swap(names[a.filename()], names[b.filename()]); });
-        return {};
+        return at("exchange", [&] {
+            if (!find(a) || !find(b)) return ENOENT;
+            std::swap(names[a.filename()], names[b.filename()]);
+            return history.push_back(names), 0;
+        });
     }
     Error remove(Path path) override {
-        if (const Error error = stop("remove")) return error;
-        if (!find(path)) return reason(ENOENT);
-        change([&] { names.erase(path.filename()); });
-        return {};
+        return at("remove", [&] {
+            if (names.erase(path.filename()) == 0) return ENOENT;
+            return history.push_back(names), 0;
+        });
     }
     void pause(std::chrono::milliseconds /*time*/) override {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -180,44 +153,47 @@ class FolderModel : public FileSystem {
 
   private:
     static Error reason(int number) { return {number, std::generic_category()}; }
-    Error stop(std::string_view call) {
-        const int number = isOff ? 0 : before(call);
-        return reason(isOff ? EIO : number);
+    static int succeed() { return 0; }
+    Error at(std::string_view call, const std::function<int()>& action = succeed) {
+        if (isOff) return reason(EIO);
+        const int failure = before(call);
+        return reason(failure != 0 ? failure : action());
     }
-    std::shared_ptr<File> find(Path path) {
-        const auto found = names.find(path.filename());
-        return path.parent_path() == kFolder && found != names.end() ? found->second : nullptr;
+    int open(std::string_view call, Error& error, const std::function<FilePointer()>& file) {
+        const int number = descriptors_ + 1;
+        error = at(call, [&] { return (files_[number] = file()) ? 0 : ENOENT; });
+        return error ? -1 : ++descriptors_;
     }
-    std::shared_ptr<File> newFile() {
+    FilePointer newFile() {
         auto file = std::make_shared<File>();
         file->inode = ++inodes_;
         return file;
     }
-    Error move(Path from, Path to) {
-        if (!find(from)) return reason(ENOENT);
-        change([&] { names[to.filename()] = names.extract(from.filename()).mapped(); });
-        return {};
+    FilePointer find(Path path) {
+        const auto found = names.find(path.filename());
+        return path.parent_path() == "/folder" && found != names.end() ? found->second : nullptr;
     }
-    int opened(std::shared_ptr<File> file) {
-        files_[++descriptors_] = std::move(file);
-        return descriptors_;
-    }
-    template <typename Change>
-    void change(const Change& change) {
-        change();
+    FilePointer named(Path path, FilePointer file) {
+        names[path.filename()] = file;
         history.push_back(names);
+        return file;
     }
-    static struct stat statusOf(const File& file) {
-        struct stat status {};
-        status.st_mode = S_IFREG | file.mode;
-        status.st_uid = file.owner;
-        status.st_gid = file.group;
-        status.st_size = static_cast<off_t>(file.bytes.size());
-        status.st_ino = file.inode;
-        return status;
+    int move(Path from, Path to) {
+        if (!find(from)) return ENOENT;
+        named(to, names.extract(from.filename()).mapped());
+        return 0;
+    }
+    static int fill(struct stat& status, const FilePointer& file) {
+        status.st_mode = S_IFREG | file->mode;
+        status.st_uid = file->owner;
+        status.st_gid = file->group;
+        status.st_size = static_cast<off_t>(file->bytes.size());
+        status.st_ino = file->inode;
+        return 0;
     }
 
-    std::map<int, std::shared_ptr<File>> files_;  // null: the folder
+    std::map<int, FilePointer> files_;
+    FilePointer folder_ = std::make_shared<File>();
     int descriptors_ = 0;
     ino_t inodes_ = 0;
 };
