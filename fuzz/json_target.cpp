@@ -69,17 +69,21 @@ std::optional<json::Document> parsedTwice(std::string_view text, std::ptrdiff_t 
     if (library.capacity() < text.size()) {
         require(library.allocate(text.size(), json::kMaxDepth + 1) == simdjson::SUCCESS, "memory");
     }
+    // Newer versions of the library have a code of its own for a whole number beyond 64 bits.
+    static const auto tooLarge = library.parse(std::string("[100000000000000000000]")).error();
     auto ours = json::parse(text);
     dom::element theirs;
     const auto error = library.parse(text.data(), text.size()).get(theirs);
     if (ours) {
-        const bool mayDiffer = holdsLargeNumber(ours->root());
+        const bool isOfNumber = error == simdjson::NUMBER_ERROR || error == tooLarge;
         require(error == simdjson::SUCCESS ? sameAsLibrary(ours->root(), theirs)
-                                           : mayDiffer && error == simdjson::NUMBER_ERROR,
+                                           : isOfNumber && holdsLargeNumber(ours->root()),
                 "what is accepted is what the library reads");
     } else if (error == simdjson::SUCCESS && (theirs.is_array() || theirs.is_object())) {
-        // The library does not count the innermost container where it is empty.
-        require(depth > std::ptrdiff_t{json::kMaxDepth}, "what is refused is no JSON");
+        // The library does not count the innermost container where it is empty, and newer versions
+        // of it skip a byte-order mark.
+        require(depth > std::ptrdiff_t{json::kMaxDepth} || text.starts_with("\xEF\xBB\xBF"),
+                "what is refused is no JSON");
     }
     return ours;
 }

@@ -1,16 +1,20 @@
-# What `cmake --install` puts where, the package that `--target package` makes of it, and the bundle
-# for assistant hosts that `--target bundle` makes.
+# What `cmake --install` puts where, and what is made of it: the Debian package by `--target package`,
+# a tarball by `--target tarball`, the bundles for assistant hosts by `--target bundle`.
 include(GNUInstallDirs)
 
-install(FILES packaging/tovra-mcp.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES packaging/tovra-mcp.1 packaging/tovra-mcp-check.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+# What the licences of the libraries ask for where these are a part of the program.
+set(TOVRA_NOTICES "" CACHE FILEPATH "The licences of the libraries in a static program")
+if(TOVRA_NOTICES)
+    install(FILES ${TOVRA_NOTICES} DESTINATION ${CMAKE_INSTALL_DOCDIR} RENAME LIBRARIES)
+endif()
 
 # The examples name the program by its path: each is installed with the path that it has here.
-set(tovra_examples mcp-stdio.json mcp-stdio-read-only.json mcp-http.json)
+file(GLOB_RECURSE tovra_examples RELATIVE ${PROJECT_SOURCE_DIR}/examples CONFIGURE_DEPENDS
+    examples/*.json examples/*.toml)
 if(APPLE)
     list(APPEND tovra_examples com.local.tovra-mcp.plist)
-else()
-    list(APPEND tovra_examples tovra-mcp.service)
 endif()
 install(CODE "
     set(source \"${PROJECT_SOURCE_DIR}/examples\")
@@ -19,28 +23,48 @@ install(CODE "
     set(binary_folder \"${CMAKE_INSTALL_BINDIR}\")
     set(examples_folder \"${CMAKE_INSTALL_DOCDIR}/examples\")")
 install(SCRIPT packaging/install_examples.cmake)
-
-# server.json, for the registry of servers, needs the digest of the finished bundle.
-configure_file(packaging/manifest.json.in packaging/bundle/manifest.json @ONLY)
-if(APPLE)
-    set(tovra_bundle_system darwin)
-else()
-    set(tovra_bundle_system linux)
+if(NOT APPLE)
+    install(CODE "
+        set(names tovra-mcp.service)
+        set(examples_folder lib/systemd/user)")
+    install(SCRIPT packaging/install_examples.cmake)
 endif()
-string(TOLOWER "tovra-mcp-${PROJECT_VERSION}-${tovra_bundle_system}-${CMAKE_SYSTEM_PROCESSOR}.mcpb"
-    tovra_bundle)
-add_custom_target(bundle
-    COMMAND ${CMAKE_COMMAND}
-        -D version=${PROJECT_VERSION}
-        -D bundle=${PROJECT_BINARY_DIR}/${tovra_bundle}
-        -D staging=${PROJECT_BINARY_DIR}/packaging/bundle
-        -D server=$<TARGET_FILE:tovra-mcp>
-        -D license=${PROJECT_SOURCE_DIR}/LICENSE
-        -D template=${PROJECT_SOURCE_DIR}/packaging/server.json.in
-        -P ${PROJECT_SOURCE_DIR}/packaging/make_bundle.cmake
-    COMMENT "Making ${tovra_bundle} and its server.json"
-    VERBATIM)
-add_dependencies(bundle tovra-mcp)
+
+# Made-up records up to the day of the build, for a first try. A program for another processor cannot
+# make them.
+if(NOT CMAKE_CROSSCOMPILING)
+    set(tovra_sample ${PROJECT_BINARY_DIR}/packaging/sample-data.json)
+    add_custom_command(OUTPUT ${tovra_sample}
+        COMMAND make_sample_data --transactions 1000 >${tovra_sample}
+        DEPENDS make_sample_data)
+    add_custom_target(sample_data ALL DEPENDS ${tovra_sample})
+    install(FILES ${tovra_sample} DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+endif()
+
+# What the names of the tarball and the bundles say of the program in them. A bundle is of one
+# platform: a host knows the system that it is for, and people the processor.
+if(APPLE)
+    set(tovra_system darwin)
+else()
+    set(tovra_system linux)
+endif()
+set(TOVRA_PROCESSOR "${CMAKE_SYSTEM_PROCESSOR}" CACHE STRING "The processor in packages' names")
+string(TOLOWER "${PROJECT_VERSION}-${tovra_system}-${TOVRA_PROCESSOR}" tovra_platform)
+
+# tovra_package_target(<name> <script> <variable>=<value>...): runs the script on the built program.
+function(tovra_package_target name script)
+    list(TRANSFORM ARGN PREPEND "-D;")
+    add_custom_target(${name}
+        COMMAND ${CMAKE_COMMAND} ${ARGN}
+            -D source=${PROJECT_SOURCE_DIR} -D build=${PROJECT_BINARY_DIR}
+            -D version=${PROJECT_VERSION} -D platform=${tovra_platform} -D system=${tovra_system}
+            -P ${PROJECT_SOURCE_DIR}/packaging/${script}
+        VERBATIM)
+    add_dependencies(${name} tovra-mcp)
+endfunction()
+tovra_package_target(bundle make_bundles.cmake
+    server=$<TARGET_FILE:tovra-mcp> notices=${TOVRA_NOTICES})
+tovra_package_target(tarball make_tarball.cmake)
 
 set(CPACK_PACKAGE_VENDOR "the tovra-mcp authors")
 set(CPACK_PACKAGE_CONTACT "the tovra-mcp authors <noreply@example.invalid>")
@@ -51,9 +75,9 @@ and add to them, through the Model Context Protocol: five reports and two
 recordings on the application's own data file, over standard input or
 over HTTP on the loopback address. It talks to nothing else.")
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
-set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
 
 find_program(DPKG_SHLIBDEPS dpkg-shlibdeps)
 if(DPKG_SHLIBDEPS)
@@ -65,11 +89,12 @@ if(DPKG_SHLIBDEPS)
     set(CPACK_TOVRA_CHANGELOG ${PROJECT_SOURCE_DIR}/packaging/debian/changelog)
     set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
     set(CPACK_DEBIAN_PACKAGE_SECTION utils)
-    set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
     set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
     set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
-else()
-    set(CPACK_GENERATOR TGZ)
+    if(NOT TOVRA_STATIC)
+        set(CPACK_STRIP_FILES ON)
+        set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+    endif()
+    set(CPACK_SOURCE_GENERATOR "")
+    include(CPack)
 endif()
-set(CPACK_SOURCE_GENERATOR "")
-include(CPack)

@@ -16,7 +16,6 @@ namespace tovra {
 // holds no JSON, with no error. Throws std::bad_alloc. May be called from several threads.
 [[nodiscard]] std::optional<json::Document> parseFile(const std::filesystem::path& path,
                                                       std::error_code& error);
-[[nodiscard]] std::optional<json::Document> parseFile(const std::filesystem::path& path);
 
 // The text of a file without the UTF-8 byte-order mark that it may begin with.
 [[nodiscard]] std::string_view withoutByteOrderMark(std::string_view text);

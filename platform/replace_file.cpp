@@ -61,8 +61,7 @@ void removeUnfinished(FileSystem& system, const Folder& folder) {
     if (!folder.isLocked()) return;
     std::error_code error;
     for (const std::string& name : system.namesIn(folder.path(), error)) {
-        if (!name.starts_with(kPrefix) || !name.ends_with(kUnfinished)) continue;
-        (void)system.remove(folder.path() / name);
+        if (leftoverOf(name) == Leftover::unfinished) (void)system.remove(folder.path() / name);
     }
 }
 
@@ -292,6 +291,12 @@ Replacement replaceFile(FileSystem& system, const Folder& folder, const NewConte
     const auto result = Attempt(system, folder, content, Naming::atLast).make();
     if (result) return *result;
     return Attempt(system, folder, content, Naming::atOnce).make().value();
+}
+
+Leftover leftoverOf(std::string_view name) {
+    if (!name.starts_with(kPrefix)) return Leftover::none;
+    if (name.ends_with(kUnfinished)) return Leftover::unfinished;
+    return name.ends_with(kExchanged) ? Leftover::kept : Leftover::none;
 }
 
 }  // namespace tovra

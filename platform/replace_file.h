@@ -66,4 +66,12 @@ struct NewContent {
 [[nodiscard]] Replacement replaceFile(FileSystem& system, const Folder& folder,
                                       const NewContent& content);
 
+// What a file of that name, in the folder of the target, is to a save.
+enum class Leftover {
+    none,
+    unfinished,  // ".tmp" above: never whole, of no use
+    kept,        // ".kept" above: may be the only copy of something
+};
+[[nodiscard]] Leftover leftoverOf(std::string_view name);
+
 }  // namespace tovra

@@ -28,6 +28,13 @@ class Transaction {
     [[nodiscard]] std::string_view category() const { return asString(category_); }
     [[nodiscard]] std::string_view subcategory() const { return asString(subcategory_); }
     [[nodiscard]] json::Children splits() const { return asObjectArray(splits_); }
+    // Whether the amount can be read, and whether there are splits that cannot.
+    [[nodiscard]] bool hasAmount() const {
+        return amount_.is(json::Kind::number) || amount_.boolean().has_value();
+    }
+    [[nodiscard]] bool hasUnusableSplits() const {
+        return splits_.exists() && !splits_.is(json::Kind::null) && !splits_.isArrayOfObjects();
+    }
 
     [[nodiscard]] bool isIncome() const { return isText(type(), "Income"); }
     [[nodiscard]] bool isExpense() const { return isText(type(), "Expense"); }

@@ -1,7 +1,9 @@
-// conversation SERVER DATA_FILE reports|recordings
+// conversation SERVER DATA_FILE questions|recordings|protocol|picture
 //
-// Starts the server on the data file, talks to it like an assistant host does, and shows every
-// request and answer. Ends with the status 1 where an answer stays away.
+// Starts the server on the data file and asks it what a person would ask an assistant, with the
+// answer under each question: the reports, or two recordings. "protocol" shows the reports with
+// every line of the protocol, "picture" draws two questions. Ends with the status 1 where an answer
+// stays away.
 #include <signal.h>
 #include <unistd.h>
 
@@ -13,15 +15,18 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "json/json.h"
 #include "json/write.h"
 #include "platform/json_file.h"
 #include "support/child_process.h"
+#include "support/exchange.h"
 
 namespace {
 
 using tovra::support::ChildProcess;
+using tovra::support::Exchange;
 namespace json = tovra::json;
 
 constexpr unsigned kSecondsForAll = 120;
@@ -40,58 +45,25 @@ std::string jsonString(std::string_view text) {
     return result;
 }
 
-void showIndented(std::string_view text) {
-    for (std::size_t begin = 0; begin <= text.size();) {
-        const std::size_t end = std::min(text.find('\n', begin), text.size());
-        std::cout << "    " << text.substr(begin, end - begin) << '\n';
-        begin = end + 1;
-    }
-}
-
-// The text of a tool's answer, the tools of a list of tools, the JSON text of anything else.
-void showResult(json::Value result) {
-    const json::Value content = result.member("content");
-    const json::Value tools = result.member("tools");
-    for (const json::Value item : content.children()) {
-        showIndented(item.member("text").string().value_or(""));
-    }
-    for (const json::Value tool : tools.children()) {
-        std::string name(tool.member("name").string().value_or(""));
-        name.resize(std::max<std::size_t>(name.size(), 22), ' ');
-        showIndented(name + std::string(tool.member("description").string().value_or("")));
-    }
-    if (content.exists() || tools.exists()) return;
-    std::string text;
-    json::appendCompact(text, result);
-    showIndented(text);
-}
-
 class Conversation {
   public:
-    Conversation(const std::string& server, const std::string& dataFile)
-        : server_({server}, {"TOVRA_DATA_FILE=" + dataFile}) {}
-
-    void open() {
-        ask("initialize", R"({"protocolVersion":"2025-06-18","capabilities":{},)"
-                          R"("clientInfo":{"name":"demo","version":"1.0.0"}})");
-        show(R"({"jsonrpc":"2.0","method":"notifications/initialized"})");
-        std::cout << coloured("    (a notification: there is no answer)", "2") << "\n\n";
+    Conversation(const std::string& server, const std::string& dataFile, bool showsProtocol)
+        : server_({server}, {"TOVRA_DATA_FILE=" + dataFile}), showsProtocol_(showsProtocol) {
+        request("initialize", R"({"protocolVersion":"2025-06-18","capabilities":{},)"
+                              R"("clientInfo":{"name":"demo","version":"1.0.0"}})");
+        send(R"({"jsonrpc":"2.0","method":"notifications/initialized"})");
+        if (showsProtocol) request("tools/list", "{}");
     }
 
-    void ask(std::string_view method, std::string_view params) {
-        show(R"({"jsonrpc":"2.0","id":)" + std::to_string(nextId_++) + R"(,"method":)" +
-             jsonString(method) + R"(,"params":)" + std::string(params) + "}");
-        const auto line = server_.receive();
-        const auto answer = line ? json::parse(*line) : std::nullopt;
-        if (!answer) throw std::runtime_error("the server gave no answer");
-        const json::Value result = answer->root().member("result");
-        showResult(result.exists() ? result : answer->root());
-        std::cout << '\n' << std::flush;
-    }
-
-    void call(std::string_view tool, std::string_view arguments = "{}") {
-        ask("tools/call",
-            R"({"name":)" + jsonString(tool) + R"(,"arguments":)" + std::string(arguments) + "}");
+    // Asks, and fills in the answer.
+    void ask(Exchange& exchange) {
+        const json::Document response =
+            request("tools/call", R"({"name":)" + jsonString(exchange.tool) + R"(,"arguments":)" +
+                                      exchange.arguments + "}");
+        const json::Value result = response.root().member("result");
+        for (const json::Value item : result.member("content").children()) {
+            exchange.answer += item.member("text").string().value_or("");
+        }
     }
 
     void close() {
@@ -99,23 +71,48 @@ class Conversation {
     }
 
   private:
-    void show(const std::string& request) {
-        std::cout << coloured("> " + request, "36") << '\n';
-        if (!server_.send(request)) throw std::runtime_error("the server does not read");
+    json::Document request(std::string_view method, std::string_view params) {
+        send(R"({"jsonrpc":"2.0","id":)" + std::to_string(nextId_++) + R"(,"method":)" +
+             jsonString(method) + R"(,"params":)" + std::string(params) + "}");
+        const auto line = server_.receive();
+        if (!line) throw std::runtime_error("the server gave no answer");
+        if (showsProtocol_) std::cout << coloured("< " + std::string(*line), "2") << '\n';
+        auto answer = json::parse(*line);
+        if (!answer) throw std::runtime_error("the server's answer is no JSON");
+        return std::move(*answer);
+    }
+
+    void send(const std::string& line) {
+        if (showsProtocol_) std::cout << coloured("> " + line, "36") << '\n';
+        if (!server_.send(line)) throw std::runtime_error("the server does not read");
     }
 
     ChildProcess server_;
+    bool showsProtocol_;
     int nextId_ = 1;
 };
 
-void askForReports(Conversation& conversation) {
-    conversation.ask("tools/list", "{}");
-    conversation.call("get_overview");
-    conversation.call("list_transactions", R"({"limit":8})");
-    conversation.call("list_transactions", R"({"search":"café","type":"Expense","limit":4})");
-    conversation.call("spending_by_category", R"({"days":30})");
-    conversation.call("list_budgets");
-    conversation.call("list_goals");
+void show(const Exchange& exchange) {
+    std::string_view rest = exchange.answer;
+    while (!rest.empty()) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        std::cout << "    " << line << '\n';
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+    }
+    std::cout << '\n' << std::flush;
+}
+
+std::vector<Exchange> reports() {
+    return {
+        {"How am I doing this month?", "get_overview", "{}", {}},
+        {"What did I spend money on lately?", "list_transactions", R"({"limit":8})", {}},
+        {"And at cafés?",
+         "list_transactions",
+         R"({"search":"café","type":"Expense","limit":4})",
+         {}},
+        {"Where did my money go in the last month?", "spending_by_category", R"({"days":30})", {}},
+        {"Which budgets are running out?", "list_budgets", "{}", {}},
+        {"How far are my savings goals?", "list_goals", "{}", {}}};
 }
 
 // The name of the last goal in the data file, or one that it does not have.
@@ -130,11 +127,36 @@ std::string goalName(const std::string& dataFile) {
     return name;
 }
 
-void record(Conversation& conversation, const std::string& goal) {
-    conversation.call("add_transaction",
-                      R"({"amount":4.8,"payee":"Café Müller","category":"Dining",)"
-                      R"("account":"wallet","note":"two espressos"})");
-    conversation.call("add_to_goal", R"({"goal":)" + jsonString(goal) + R"(,"amount":25})");
+std::vector<Exchange> recordings(const std::string& goal) {
+    return {{"Add 4.80 for two espressos at Café Müller, from my wallet.",
+             "add_transaction",
+             R"({"amount":4.8,"payee":"Café Müller","category":"Dining","account":"wallet"})",
+             {}},
+            {"Put 25 towards " + goal + ".",
+             "add_to_goal",
+             R"({"goal":)" + jsonString(goal) + R"(,"amount":25})",
+             {}}};
+}
+
+void run(const std::string& server, const std::string& dataFile, std::string_view what) {
+    std::vector<Exchange> exchanges =
+        what == "recordings" ? recordings(goalName(dataFile)) : reports();
+    if (what == "picture") {
+        exchanges = {reports()[4], recordings(goalName(dataFile))[0]};
+    }
+    Conversation conversation(server, dataFile, what == "protocol");
+    for (Exchange& exchange : exchanges) {
+        if (what != "picture") std::cout << coloured(exchange.question, "1") << '\n';
+        conversation.ask(exchange);
+        if (what != "picture") show(exchange);
+    }
+    conversation.close();
+    if (what == "picture") {
+        std::cout << picture(
+            "Two things that a person says to an assistant, each with the call that "
+            "the assistant makes of it and the server's answer.",
+            exchanges);
+    }
 }
 
 }  // namespace
@@ -142,20 +164,13 @@ void record(Conversation& conversation, const std::string& goal) {
 int main(int argc, char** argv) {
     const std::span<char*> arguments(argv, static_cast<std::size_t>(argc));
     if (arguments.size() != 4) {
-        std::cerr << "use: conversation SERVER DATA_FILE reports|recordings\n";
+        std::cerr << "use: conversation SERVER DATA_FILE questions|recordings|protocol|picture\n";
         return 2;
     }
     ::signal(SIGPIPE, SIG_IGN);
     ::alarm(kSecondsForAll);  // a server that hangs must not hang its caller
     try {
-        Conversation conversation(arguments[1], arguments[2]);
-        conversation.open();
-        if (arguments[3] == std::string_view("recordings")) {
-            record(conversation, goalName(arguments[2]));
-        } else {
-            askForReports(conversation);
-        }
-        conversation.close();
+        run(arguments[1], arguments[2], arguments[3]);
     } catch (const std::exception& error) {
         std::cerr << "conversation: " << error.what() << '\n';
         return 1;

@@ -7,5 +7,6 @@ set(share "${CPACK_TEMPORARY_DIRECTORY}/usr/share")
 set(doc "${share}/doc/tovra-mcp")
 file(RENAME "${doc}/LICENSE" "${doc}/copyright")
 file(COPY "${CPACK_TOVRA_CHANGELOG}" DESTINATION "${doc}" NO_SOURCE_PERMISSIONS)
-execute_process(COMMAND gzip -9n "${doc}/changelog" "${share}/man/man1/tovra-mcp.1"
+file(GLOB pages "${share}/man/man1/*.1")
+execute_process(COMMAND gzip -9n "${doc}/changelog" ${pages}
     COMMAND_ERROR_IS_FATAL ANY)

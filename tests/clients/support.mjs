@@ -2,17 +2,21 @@
 import assert from "node:assert/strict";
 import { execFile, spawn } from "node:child_process";
 import { once } from "node:events";
-import { mkdtempSync, rmSync, writeFileSync } from "node:fs";
+import { mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { after } from "node:test";
 import { promisify } from "node:util";
+
+import { Client } from "@modelcontextprotocol/client";
+import { StdioClientTransport } from "@modelcontextprotocol/client/stdio";
 
 export const server = process.env.TOVRA_SERVER;
 const folder = mkdtempSync(`${tmpdir()}/tovra-clients-`);
 after(() => rmSync(folder, { recursive: true }));
 
 // The tools in the order of their list, with the text that each answers on such a data file as below.
-export { default as tools } from "./golden/tools.json" with { type: "json" };
+import tools from "./golden/tools.json" with { type: "json" };
+export { tools };
 
 // A data file with one goal and nothing else; gives its path.
 export function dataFile() {
@@ -37,7 +41,44 @@ export async function withHttp(token, visit) {
     assert.deepEqual(await exited, [0, null]);
 }
 
-// Runs a command of an installed package, which npm has put in PATH; gives what it printed in stdout
-// and stderr. Rejects with the same where the command fails or takes longer than 30 s.
-export const run = (command, ...args) => promisify(execFile)(command, args,
-    { cwd: folder, env: { HOME: folder, PATH: process.env.PATH }, timeout: 30_000 });
+// Everything that a host does with a server, and what it has to get.
+export async function converse(client, transport, file) {
+    await client.connect(transport);
+    assert.deepEqual(client.getServerVersion(), { name: "tovra", version: "1.0.0" });
+    assert.deepEqual(client.getServerCapabilities(), { tools: {} });
+    await client.ping();
+    const listed = await client.listTools();
+    assert.deepEqual(listed.tools.map(({ name }) => name), Object.keys(tools));
+
+    const calls = { ...tools, no_such_tool: { text: "Unknown tool: no_such_tool", isError: true } };
+    for (const [name, { text, args = {}, isError = false }] of Object.entries(calls)) {
+        const result = await client.callTool({ name, arguments: args });
+        assert.deepEqual(result, { content: [{ type: "text", text }], isError }, name);
+    }
+    await assert.rejects(client.getPrompt({ name: "any" }), { code: -32601 });
+    await client.close();
+
+    const { transactions, goals } = JSON.parse(readFileSync(file));
+    assert.deepEqual([transactions[0].payee, goals[0].saved], ["Café", 29]);
+}
+
+// Starts a server, or a bridge to one, with those arguments and that environment beside PATH, for as
+// long as visit(client) takes.
+export async function withStdio(command, args, env, visit) {
+    const client = new Client({ name: "test", version: "1" });
+    const transport = new StdioClientTransport({ command, args, stderr: "ignore", env: { PATH: process.env.PATH, HOME: folder, ...env } });
+    try {
+        await client.connect(transport);
+        return await visit(client);
+    } finally {
+        await transport.close();
+    }
+}
+
+// Runs a program, or a command of an installed package, which npm has put in PATH; gives what it printed
+// in stdout and stderr. Rejects with the same where it fails or takes longer than 60 s.
+export const run = (command, ...args) => {
+    const options = typeof args[0] === "object" ? args.shift() : {};
+    return promisify(execFile)(command, args, { cwd: folder, timeout: 60_000, ...options,
+        env: { HOME: folder, PATH: process.env.PATH, ...options.env } });
+};

@@ -1,37 +1,44 @@
 // configurations.mjs BUILD ROOT FILE...: the host configurations name only options and variables
-// that exist, and the program that they start, found below ROOT, answers; the bundle's manifest and
-// server.json agree with the server and the bundle. KNOWN lists the options and variables, TOOLS the
-// tools of the server.
+// that exist, and the program that they start, found below ROOT, answers; the bundles' manifests and
+// server.json agree with the server and the bundles. KNOWN lists the options and variables.
 import assert from "node:assert/strict";
 import { execFileSync } from "node:child_process";
 import { createHash } from "node:crypto";
-import { readFileSync } from "node:fs";
+import { existsSync, readdirSync, readFileSync } from "node:fs";
 
 const [build, root, ...files] = process.argv.slice(2);
-const names = (variable) => process.env[variable].split(/\s+/);
 const readJson = (path) => JSON.parse(readFileSync(path, "utf8"));
 
-// Starts the program as a host does; gives its version.
+// Starts the program as a host does; gives its version and its tools.
 function start(command, args = [], env = {}) {
-    for (const name of [...args, ...Object.keys(env)]) assert(names("KNOWN").includes(name), name);
-    const input = '{"jsonrpc":"2.0","id":1,"method":"initialize","params":{}}\n';
-    return JSON.parse(execFileSync(command, args, { env, input, timeout: 30_000 })).result.serverInfo.version;
+    for (const name of [...args, ...Object.keys(env)]) assert(process.env.KNOWN.split(/\s+/).includes(name), name);
+    const input = ["initialize", "tools/list"].map((method) => `{"jsonrpc":"2.0","id":1,"method":"${method}"}\n`).join("");
+    const [first, second] = execFileSync(command, args, { env, input, timeout: 30_000, encoding: "utf8" }).split("\n");
+    const names = JSON.parse(second).result.tools.map(({ name }) => name);
+    return { version: JSON.parse(first).result.serverInfo.version, names };
 }
 
 for (const { command, args, env, url } of files.map((file) => readJson(file).mcpServers.tovra))
     if (command) start(root + command, args, env);
     else assert.equal(url, "http://127.0.0.1:8765/");
 
-const manifest = readJson(`${build}/packaging/bundle/manifest.json`);
 const { packages: [announced], ...entry } = readJson(`${build}/server.json`);
-const { env } = manifest.server.mcp_config;
-// A setting without a default would reach the server as its own placeholder.
-for (const value of Object.values(env))
-    assert.equal(manifest.user_config[value.slice("${user_config.".length, -1)].default, "");
-const version = start(`${build}/server/tovra-mcp`, announced.packageArguments[0].choices, env);
-assert.deepEqual([manifest.version, entry.version], [version, version]);
+const bundles = readdirSync(`${build}/packaging/bundle`);
+assert.deepEqual(bundles.sort(), ["tovra-mcp", "tovra-mcp-read-only"]);
+for (const name of bundles) {
+    const folder = `${build}/packaging/bundle/${name}`;
+    const manifest = readJson(`${folder}/manifest.json`);
+    const { args, env } = manifest.server.mcp_config;
+    const { version, names } = start(`${folder}/${manifest.server.entry_point}`, args, env);
+    assert.deepEqual([manifest.name, manifest.version, entry.version], [name, version, version]);
+    assert.deepEqual(manifest.tools.map((tool) => tool.name), names);
+    assert(existsSync(`${folder}/${manifest.icon}`));
+    // A setting without a default would reach the server as its own placeholder.
+    for (const value of Object.values(env))
+        assert.equal(manifest.user_config[value.slice("${user_config.".length, -1)].default, "");
+    assert.deepEqual(announced.environmentVariables.map((variable) => variable.name), Object.keys(env));
+}
+start(`${build}/server/tovra-mcp`, announced.packageArguments[0].choices);
 assert(entry.description.length <= 100);
-assert.deepEqual(manifest.tools.map(({ name }) => name).sort(), names("TOOLS").sort());
-assert.deepEqual(announced.environmentVariables.map(({ name }) => name), Object.keys(env));
 const bundle = readFileSync(build + announced.identifier.slice(announced.identifier.lastIndexOf("/")));
 assert.equal(announced.fileSha256, createHash("sha256").update(bundle).digest("hex"));

@@ -64,6 +64,15 @@ inline std::string fileBytes(const std::filesystem::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+// The text with `to` in place of each `from`.
+inline std::string replaced(std::string_view text, std::string_view from, std::string_view to) {
+    std::string result(text);
+    for (std::size_t at = 0; (at = result.find(from, at)) != std::string::npos; at += to.size()) {
+        result.replace(at, from.size(), to);
+    }
+    return result;
+}
+
 // A data file with that content, which TOVRA_DATA_FILE names meanwhile.
 class DataFileScope {
   public:
