@@ -6,5 +6,5 @@
 extern "C" {
 // Without the marks of a table it is refused by whatever asks for one.
 alignas(16) extern const char U_ICUDATA_ENTRY_POINT[32];
-const char U_ICUDATA_ENTRY_POINT[32] = {};
+alignas(16) const char U_ICUDATA_ENTRY_POINT[32] = {};
 }
