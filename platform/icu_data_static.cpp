@@ -1,6 +1,6 @@
 // ICU's tables of locales, 30 MB, are one object that its library names. The properties of letters,
-// all that is used here, are in the library itself: this object, with nothing in it, takes the place
-// of the other one.
+// all that is used here, are in the library itself: this object, with nothing in it, takes the
+// place of the other one.
 #include <unicode/utypes.h>
 
 extern "C" {
