@@ -2,13 +2,17 @@
 #include <stdio.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include "platform/file_system.h"
 
 namespace tovra {
 
 int FileSystem::synchronise(int descriptor) {
-    // fsync leaves the bytes in the drive's own cache; not every file system knows the full form.
+    // fsync leaves the bytes in the drive's own cache. It is the next best where a file system does
+    // not know the full form; any other failure is one. The first two are different numbers here.
     if (::fcntl(descriptor, F_FULLFSYNC) == 0) return 0;
+    if (errno != ENOTSUP && errno != EOPNOTSUPP && errno != ENOTTY) return -1;
     return ::fsync(descriptor);
 }
 
