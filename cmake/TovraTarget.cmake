@@ -11,6 +11,10 @@ if(TOVRA_DEVELOPER)
         # It sees an overlap in every "text" + string there.
         target_compile_options(tovra_build INTERFACE -Wno-restrict)
     endif()
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND CMAKE_CXX_COMPILER_VERSION VERSION_GREATER 16)
+        # It speaks up about what std::stable_sort of GCC 12's library does inside.
+        target_compile_options(tovra_build INTERFACE -Wno-deprecated-declarations)
+    endif()
 endif()
 if(TOVRA_STATIC)
     # Without what nothing refers to, and without symbols: it starts the faster.
