@@ -1,4 +1,4 @@
-// compare FOLDER SERVER CONSTANT_SERVER [PART...]
+// compare FOLDER SERVER PORTABLE_SERVER CONSTANT_SERVER [PART...]
 //
 // Prints the table of what the server costs beside the least that its work can cost. FOLDER is an
 // empty folder for the data files.
@@ -33,7 +33,8 @@ constexpr std::array kParts = {
 };
 
 int usage() {
-    std::cerr << "use: compare FOLDER SERVER CONSTANT_SERVER [PART...], where a part is one of";
+    std::cerr << "use: compare FOLDER SERVER PORTABLE_SERVER CONSTANT_SERVER [PART...], where a "
+                 "part is one of";
     for (const Part& part : kParts) std::cerr << ' ' << part.name;
     std::cerr << '\n';
     return 2;
@@ -43,8 +44,8 @@ int usage() {
 
 int main(int argc, char** argv) {
     const std::vector<std::string_view> arguments(argv, argv + argc);
-    if (arguments.size() < 4) return usage();
-    const std::vector<std::string_view> wanted(arguments.begin() + 4, arguments.end());
+    if (arguments.size() < 5) return usage();
+    const std::vector<std::string_view> wanted(arguments.begin() + 5, arguments.end());
     for (const std::string_view name : wanted) {
         const auto isNamed = [&](const Part& part) { return part.name == name; };
         if (std::none_of(kParts.begin(), kParts.end(), isNamed)) return usage();
@@ -53,7 +54,7 @@ int main(int argc, char** argv) {
     ::signal(SIGPIPE, SIG_IGN);
     ::alarm(kSecondsForAll);  // whatever hangs, this ends
     try {
-        const Workplace workplace(argv[2], argv[3], argv[1]);
+        const Workplace workplace({argv[2], argv[3], argv[4]}, argv[1]);
         tovra::bench::printHeading();
         for (const Part& part : kParts) {
             const bool isWanted =

@@ -11,10 +11,8 @@
 namespace tovra::bench {
 namespace fs = std::filesystem;
 
-Workplace::Workplace(std::string server, std::string constantServer, fs::path folder)
-    : server_(std::move(server)),
-      constantServer_(std::move(constantServer)),
-      folder_(std::move(folder)) {}
+Workplace::Workplace(Programs programs, fs::path folder)
+    : programs_(std::move(programs)), folder_(std::move(folder)) {}
 
 fs::path Workplace::dataFile(const Size& size) const {
     fs::path file =

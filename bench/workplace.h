@@ -18,11 +18,18 @@ struct Size {
 
 class Workplace {
   public:
-    // `folder` exists, is empty, and holds the data files from now on.
-    Workplace(std::string server, std::string constantServer, std::filesystem::path folder);
+    struct Programs {
+        std::string server;
+        std::string portableServer;  // without shared libraries; empty where there is none
+        std::string constantServer;
+    };
 
-    [[nodiscard]] const std::string& server() const { return server_; }
-    [[nodiscard]] const std::string& constantServer() const { return constantServer_; }
+    // `folder` exists, is empty, and holds the data files from now on.
+    Workplace(Programs programs, std::filesystem::path folder);
+
+    [[nodiscard]] const std::string& server() const { return programs_.server; }
+    [[nodiscard]] const std::string& portableServer() const { return programs_.portableServer; }
+    [[nodiscard]] const std::string& constantServer() const { return programs_.constantServer; }
     // The path of a data file of this size; it is made on the first call. Not to be changed.
     [[nodiscard]] std::filesystem::path dataFile(const Size& size) const;
     // A copy of that file that may be changed.
@@ -30,8 +37,7 @@ class Workplace {
                                                        std::string_view name) const;
 
   private:
-    std::string server_;
-    std::string constantServer_;
+    Programs programs_;
     std::filesystem::path folder_;
 };
 

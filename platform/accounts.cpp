@@ -17,6 +17,7 @@ using Texts = std::array<char, 16384>;
 
 struct User {
     std::string name;
+    std::string home;
     gid_t group;
 };
 
@@ -26,7 +27,7 @@ std::optional<User> findUser(uid_t user) {
     Texts texts{};
     ::getpwuid_r(user, &entry, texts.data(), texts.size(), &found);
     if (found == nullptr) return std::nullopt;
-    return User{found->pw_name, found->pw_gid};
+    return User{found->pw_name, found->pw_dir, found->pw_gid};
 }
 
 // getgrouplist takes the numbers as int on macOS.
@@ -54,6 +55,11 @@ std::string groupName(gid_t group) {
     Texts texts{};
     ::getgrgid_r(group, &entry, texts.data(), texts.size(), &found);
     return found == nullptr ? std::to_string(group) : found->gr_name;
+}
+
+std::string accountHome() {
+    const auto found = findUser(::getuid());
+    return found ? found->home : std::string();
 }
 
 bool isInGroup(uid_t user, gid_t group) {

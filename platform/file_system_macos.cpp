@@ -13,17 +13,22 @@ namespace {
 
 std::error_code notSupported() { return std::make_error_code(std::errc::not_supported); }
 
+// Two different numbers here.
+bool isUnsupported(const std::error_code& error) {
+    return error == std::errc::not_supported || error == std::errc::operation_not_supported;
+}
+
 // Sets the list of the one file as that of the other, an empty one where it has none: the new file
 // may have inherited entries from its folder.
 std::error_code copyAccessList(int from, int to) {
     acl_t list = ::acl_get_fd_np(from, ACL_TYPE_EXTENDED);
     if (list == nullptr && errno != ENOENT) {
-        return errno == ENOTSUP ? std::error_code() : errorOf(-1);
+        return isUnsupported(errorOf(-1)) ? std::error_code() : errorOf(-1);
     }
     if (list == nullptr) list = ::acl_init(1);
     const std::error_code error = errorOf(::acl_set_fd_np(to, list, ACL_TYPE_EXTENDED));
     ::acl_free(list);
-    return error == std::errc::not_supported ? std::error_code() : error;
+    return isUnsupported(error) ? std::error_code() : error;
 }
 
 }  // namespace
@@ -34,8 +39,10 @@ int FileSystem::createUnnamed(Path /*folder*/, Error& error) {
 }
 
 std::error_code FileSystem::synchronise(int file) {
-    // fsync leaves the bytes in the drive's own cache; not every file system knows the full form.
+    // fsync leaves the bytes in the drive's own cache. It is the next best where a file system does
+    // not know the full form; any other failure is one.
     if (::fcntl(file, F_FULLFSYNC) == 0) return {};
+    if (errno != ENOTSUP && errno != EOPNOTSUPP && errno != ENOTTY) return errorOf(-1);
     return errorOf(::fsync(file));
 }
 
@@ -44,7 +51,7 @@ std::error_code FileSystem::synchroniseAll(int file) { return synchronise(file);
 
 std::error_code FileSystem::copyAttributes(int from, int to) {
     const Error error = errorOf(::fcopyfile(from, to, nullptr, COPYFILE_XATTR));
-    if (error && error != std::errc::not_supported) return error;
+    if (error && !isUnsupported(error)) return error;
     return copyAccessList(from, to);
 }
 

@@ -16,8 +16,11 @@ constexpr std::size_t kKeptSize = 1024 * 1024;
 
 // Waits until a descriptor that was set not to block (a host may have done so) can go on.
 void waitFor(int descriptor, short event) {
+    constexpr int kMilliseconds = 20;
     pollfd waiting{descriptor, event, 0};
     ::poll(&waiting, 1, -1);
+    // macOS cannot wait for a terminal in this way, and says so at once.
+    if ((waiting.revents & POLLNVAL) != 0) ::poll(nullptr, 0, kMilliseconds);
 }
 
 bool mayGoOn(int descriptor, short event) {

@@ -53,7 +53,7 @@ bool isUnchanged(FileSystem& system, const fs::path& path, const FileVersion& ve
 
 bool isUnsupported(const std::error_code& error) {
     return error == std::errc::invalid_argument || error == std::errc::function_not_supported ||
-           error == std::errc::not_supported;
+           error == std::errc::not_supported || error == std::errc::operation_not_supported;
 }
 
 // Only under the lock is it certain that nobody is writing them.

@@ -8,10 +8,6 @@ build_packages=(
     libgtest-dev libbenchmark-dev
 )
 
-# What the tests with the official clients need beyond that.
-client_packages=()
-command -v node npm >/dev/null || client_packages=(nodejs npm)
-
 # quietly COMMAND...: shows what the command says only where it fails.
 quietly() {
     local log
@@ -24,8 +20,10 @@ quietly() {
     rm -f "$log"
 }
 
-# What makes the Debian package and looks at it and at the manual page.
-package_packages=(dpkg-dev file man-db)
+# What the tests need beyond that: for the Debian package, the manual page and the official clients.
+# (Never empty: the Bash of macOS does not know an empty list.)
+test_packages=(dpkg-dev file man-db)
+command -v node npm >/dev/null || test_packages+=(nodejs npm)
 
 package_is_installed() {
     [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]

@@ -48,4 +48,7 @@ configurations "$PWD/root" root/{opt/tovra,usr}/share/doc/tovra-mcp/examples/mcp
 configurations "" a*/share/doc/tovra-mcp/examples/mcp-*.json
 
 zcat root/usr/share/doc/tovra-mcp/changelog.gz | grep "^tovra-mcp ($(dpkg-deb --field packages/*.deb Version))"
-[[ $(dpkg-deb --field packages/*.deb Depends) == *libc6*libicu*libsimdjson* ]]
+depends='*libc6*libicu*libsimdjson*'
+! grep -qx 'TOVRA_STATIC:.*=ON' "$build/CMakeCache.txt" || depends=
+# shellcheck disable=SC2053
+[[ $(dpkg-deb --field packages/*.deb Depends) == $depends ]]

@@ -3,6 +3,7 @@
 
 #include <stdlib.h>
 #include <time.h>
+#include <unistd.h>  // mkdtemp on macOS
 
 #include <filesystem>
 #include <fstream>
