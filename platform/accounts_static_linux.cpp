@@ -20,6 +20,7 @@ template <typename Entry>
 bool findEntry(const char* path, int (*next)(std::FILE*, Entry*, char*, std::size_t, Entry**),
                const std::function<bool(const Entry&)>& isRight) {
     struct Close {
+        // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): it is owned, by this class's holder
         void operator()(std::FILE* file) const { std::fclose(file); }
     };
     const std::unique_ptr<std::FILE, Close> file(std::fopen(path, "re"));

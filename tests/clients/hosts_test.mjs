@@ -2,7 +2,7 @@
 // there is, lets the reports run and has the recordings asked for, and starts or reaches the server.
 // The hosts whose own program is installed here read theirs, and connect.
 import assert from "node:assert/strict";
-import { existsSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, rmSync, writeFileSync } from "node:fs";
+import { globSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, rmSync, writeFileSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { dirname } from "node:path";
 import { after, test } from "node:test";
@@ -81,35 +81,14 @@ test("every entry starts or reaches the server", async () => {
     }
 });
 
-const modules = `${import.meta.dirname}/node_modules`;
-const codex = () => readdirSync(`${modules}/codex-linux-${process.arch}/vendor`, { recursive: true }).find((name) => /\/bin\/codex$/.test(name));
+// Hosts with a program of their own: where it is, where its file goes below the home directory, and what
+// it prints for a server that it is connected to, and for one that wants a token.
+import hosts from "./golden/hosts.json" with { type: "json" };
 
-// Hosts with a program of their own: where it is, where its file goes below the home directory, how it
-// lists servers, and what it prints for one that it is connected to, and for one that wants a token.
-const hosts = {
-    "claude-code/mcp": {
-        program: () => `${modules}/@anthropic-ai/claude-code-linux-${process.arch}/claude`,
-        file: ".claude.json", list: ["mcp", "list"],
-        good: /tovra: .* ✔ Connected/, refused: /Dynamic Client Registration rejected \(HTTP 401\)/,
-    },
-    "codex/config": {
-        program: () => `${modules}/codex-linux-${process.arch}/vendor/${codex()}`,
-        file: ".codex/config.toml", list: ["mcp", "list"], good: /^tovra .* enabled/m,
-    },
-    "gemini-cli/settings": {
-        program: () => `${modules}/.bin/gemini`,
-        file: ".gemini/settings.json", list: ["mcp", "list"],
-        good: /✓ tovra: .* Connected\n✓ tovra-record: .* Connected/, refused: /✗ tovra: .* Disconnected/,
-    },
-    "opencode/opencode": {
-        program: () => `${modules}/opencode-linux-${process.arch}/bin/opencode`,
-        file: ".config/opencode/opencode.json", list: ["mcp", "list"],
-        good: /✓ tovra .*connected/, refused: /✗ tovra .*failed/,
-    },
-};
-
-for (const [name, { program, file, list, good, refused }] of Object.entries(hosts)) {
-    test(`${name} by the host itself`, { skip: !existsSync(modules) }, async (context) => {
+for (const [name, { pattern, file, good, refused }] of Object.entries(hosts)) {
+    const [program] = globSync(pattern.replace("ARCH", process.arch), { cwd: `${import.meta.dirname}/node_modules` });
+    const isMissing = !program && process.arch !== "x64"; // not every host is made for every processor
+    test(`${name} by the host itself`, { skip: isMissing }, async (context) => {
         const type = file.endsWith(".toml") ? "toml" : "json";
         // What the host prints about a configuration.
         const read = async (content, environment = {}) => {
@@ -119,18 +98,24 @@ for (const [name, { program, file, list, good, refused }] of Object.entries(host
             writeFileSync(`${home}/${file}`, content);
             const env = { HOME: home, TOVRA_DATA_FILE: dataFile(), GEMINI_CLI_TRUST_WORKSPACE: "true",
                 CLAUDE_CODE_DISABLE_NONESSENTIAL_TRAFFIC: "1", DISABLE_AUTOUPDATER: "1", NO_COLOR: "1", ...environment };
-            const { stdout, stderr } = await run(program(), { env, cwd: home }, ...list);
+            const { stdout, stderr } = await run(`${import.meta.dirname}/node_modules/${program}`, { env, cwd: home }, "mcp", "list");
             return stdout + stderr;
         };
+        // Hosts give up early where the machine is busy: what they say is asked for up to three times.
+        const says = async (wanted, ...configuration) => {
+            let said = await read(...configuration);
+            for (let tries = 1; tries < 3 && !new RegExp(wanted, "m").test(said); ++tries) said = await read(...configuration);
+            assert.match(said, new RegExp(wanted, "m"));
+        };
         const stdio = text(`${name}.${type}`).replaceAll("/usr/local/bin/tovra-mcp", server);
-        assert.match(await read(stdio), good);
+        await says(good, stdio);
         if (type === "toml") // to be sure that it reads the approvals
             await assert.rejects(read(stdio.replaceAll('"approve"', '"always"')), { stderr: /unknown variant/ });
         await withHttp("s3cret", async ({ href }) => {
             const http = text(`${name}.http.${type}`).replaceAll("http://127.0.0.1:8765/", href);
-            assert.match(await read(http, { TOVRA_MCP_TOKEN: "s3cret" }), good);
+            await says(good, http, { TOVRA_MCP_TOKEN: "s3cret" });
             const withoutToken = () => JSON.stringify(JSON.parse(http), (key, value) => key === "headers" ? undefined : value);
-            if (refused) assert.match(await read(withoutToken()), refused);
+            if (refused) await says(refused, withoutToken());
         });
     });
 }
