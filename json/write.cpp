@@ -219,6 +219,7 @@ void appendString(std::string& out, std::string_view text) {
 }
 
 std::string numberText(double value) {
+    assert(std::isfinite(value));
     constexpr double kPlainBelow = 1e15;
     std::array<char, 32> text{};
     const bool isPlain = std::fabs(value) < kPlainBelow && std::trunc(value) == value;

@@ -6,6 +6,7 @@
 
 #include <sys/stat.h>
 
+#include <cassert>
 #include <cstddef>
 #include <filesystem>
 #include <optional>
@@ -39,7 +40,10 @@ class Descriptor {
     [[nodiscard]] int get() const { return descriptor_; }
     [[nodiscard]] bool isOpen() const { return descriptor_ >= 0; }
     // REQUIRES: isOpen().
-    [[nodiscard]] FileSystem& system() const { return *system_; }
+    [[nodiscard]] FileSystem& system() const {
+        assert(isOpen());
+        return *system_;
+    }
 
   private:
     FileSystem* system_ = nullptr;

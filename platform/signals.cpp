@@ -1,5 +1,6 @@
 #include "platform/signals.h"
 
+#include <cassert>
 #include <initializer_list>
 
 namespace tovra {
@@ -18,6 +19,11 @@ sigset_t endSignals() {
     return signals;
 }
 
+[[maybe_unused]] bool isHeld(int signal) {
+    sigset_t held;
+    return pthread_sigmask(SIG_SETMASK, nullptr, &held) == 0 && sigismember(&held, signal) == 1;
+}
+
 }  // namespace
 
 void holdEndSignals() {
@@ -27,6 +33,7 @@ void holdEndSignals() {
 
 void awaitEndSignal() {
     const sigset_t signals = endSignals();
+    assert(isHeld(SIGTERM));
     int signal = 0;
     while (sigwait(&signals, &signal) != 0) {
     }

@@ -5,8 +5,11 @@
 #include <unicode/stringpiece.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <new>
+
+#include "json/utf8.h"
 
 namespace tovra {
 namespace {
@@ -27,6 +30,7 @@ std::string mapAscii(std::string_view text, char (*map)(char)) {
 // Runs one of ICU's UTF-8 case mappings, given as a call with a source, a sink and an error code.
 template <typename Mapping>
 std::string mapUnicode(std::string_view text, Mapping mapping) {
+    assert(json::isValidUtf8(text));
     std::string mapped;
     icu::StringByteSink<std::string> sink(&mapped, static_cast<std::int32_t>(text.size()));
     UErrorCode error = U_ZERO_ERROR;

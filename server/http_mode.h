@@ -19,7 +19,8 @@ namespace tovra {
 // status 0, whatever calls are still running. `beforeExit` is the place to wait for what must not
 // be cut short, and to keep it from being begun again.
 //
-// REQUIRES: the calling thread is the only one of the process.
+// Call it before any other thread is started: a signal that reaches one of those ends the process
+// at once, and `beforeExit` is not called.
 int runHTTP(std::uint16_t port, const std::optional<std::string>& token,
             const http::Handler& handle, const std::function<void()>& beforeExit);
 
