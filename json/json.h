@@ -76,7 +76,7 @@ class Value {
 
     // Whether both are the same place of the same document.
     [[nodiscard]] bool isSame(Value other) const { return node_ == other.node_; }
-    // Whether this element stands before the other one. REQUIRES: one array holds both.
+    // Whether this element stands before the other one in the array that holds both.
     [[nodiscard]] bool precedes(Value other) const { return node_ < other.node_; }
 
   private:

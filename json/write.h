@@ -20,8 +20,9 @@ void appendString(std::string& out, std::string_view text);
 [[nodiscard]] std::string numberText(double value);
 
 // Appends `value` without blanks. Numbers keep their text. Members are written in ascending order
-// of their names' bytes; of members with the same name only the last is written. REQUIRES:
-// value.exists().
+// of their names' bytes; of members with the same name only the last is written.
+//
+// REQUIRES: value.exists().
 void appendCompact(std::string& out, Value value);
 
 // One change to a document, made while it is written.

@@ -15,14 +15,13 @@ struct AccessProblem {
     std::string sentence;  // for people, without a full stop; empty where `error` says it all
 };
 
-// Gives the new file what the original at `path` has: extended attributes, owner, group, access
-// control list and mode. What fits already is not set. May be called from several threads.
+// Gives the new file, which is its owner's alone, what the original at `path` has: extended
+// attributes, owner, group, access control list and mode. What fits already is not set. May be
+// called from several threads.
 //
 // Where the owner or the group cannot be kept, an entry of the access control list gives them what
 // they had. It is left out where the mode does so anyway. Nobody gains a right, and nobody loses
 // one. Where that is impossible, the problem names the owner or group.
-//
-// REQUIRES: nobody but its owner has access to the new file.
 [[nodiscard]] AccessProblem keepAccess(const std::filesystem::path& path, const OpenFile& original,
                                        const Descriptor& fresh);
 

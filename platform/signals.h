@@ -18,7 +18,7 @@ void awaitEndSignal();
 [[nodiscard]] bool isEndSignalPending();
 
 // While one exists, the signals do not reach the thread that made it. One that came meanwhile takes
-// effect when the object is destroyed. REQUIRES: the same thread destroys it.
+// effect when the same thread destroys the object.
 class SignalHold {
   public:
     SignalHold();

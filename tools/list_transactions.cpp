@@ -20,7 +20,7 @@ constexpr std::int64_t kDefaultLimit = 20;
 struct Filter {
     std::string_view type;            // "All" keeps every type
     std::string search;               // in lower case; empty keeps everything
-    std::optional<Instant> earliest;  // an earlier transaction is not listed
+    std::optional<Instant> earliest;  // drops what has an earlier date, but keeps what has none
 };
 
 // The date of a transaction without a readable one: before all others.
