@@ -8,7 +8,7 @@
 namespace tovra::http {
 namespace {
 
-// Messages from this size on are answered one at a time. A message of short numbers or brackets
+// Requests larger than this are answered one at a time. A message of short numbers or brackets
 // takes many times its size in memory.
 constexpr std::size_t kLargeMessage = std::size_t{64} * 1024;
 
