@@ -1,4 +1,4 @@
-// A look at the data file with the store's own eyes, for a person whose assistant sees no data.
+// Looks at the data file as the server does, for a person whose assistant sees no data.
 #pragma once
 
 #include <filesystem>
@@ -13,7 +13,7 @@ namespace tovra::check {
 
 struct Check {
     DataFileLocation location;
-    bool isNamed;  // on the command line; the location's source is then without meaning
+    bool isNamed;  // by the command line; location.source then has no meaning
     Place place;
     json::Document document;         // what `content` points into
     std::optional<Content> content;  // nothing where the server sees an empty document
@@ -23,8 +23,8 @@ struct Check {
     [[nodiscard]] int exitStatus() const;
 };
 
-// Looks at the data file as the reports do at that instant: at `named`, or else where the server
-// looks for it. Never writes. May be called from several threads.
+// Looks at the data file as the reports would at the instant `now`. That is `named`, or else the
+// file that the server finds. Never writes. May be called from several threads.
 [[nodiscard]] Check check(const std::optional<std::filesystem::path>& named, Instant now);
 
 }  // namespace tovra::check

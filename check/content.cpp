@@ -25,7 +25,7 @@ Counts sorted(const Numbers& numbers) {
     return counts;
 }
 
-// The texts that occur again, each once, in the order in which they do so.
+// Gathers the texts that occur more than once, each once, in the order of their second occurrence.
 class Repeated {
   public:
     void add(std::string_view key, std::string_view text) {
@@ -37,7 +37,7 @@ class Repeated {
     std::unordered_map<std::string, std::size_t> numbers_;
 };
 
-// A list with one element that is no object reads as an empty one.
+// Where one element is no object, the server sees an empty list.
 List look(json::Value data, std::string_view name) {
     List list{.name = name, .value = data.member(name)};
     list.count = asObjectArray(list.value).size();
@@ -50,14 +50,14 @@ List look(json::Value data, std::string_view name) {
     return list;
 }
 
-// Of members with the same name the server sees the last.
+// The names that occur more than once. Of such members the server sees the last.
 std::vector<std::string_view> repeatedMembers(json::Value data) {
     Repeated repeated;
     for (const json::Value member : data.children()) repeated.add(member.name(), member.name());
     return repeated.texts;
 }
 
-// What equals without regard to letter case comes out equal here.
+// Equal for names that are equal without regard to letter case.
 std::string folded(std::string_view name) { return lowerCased(upperCased(name)); }
 
 // Adds up what the transactions are like, in one pass over them.

@@ -27,8 +27,8 @@ struct Tally {
 struct List {
     std::string_view name = {};
     json::Value value = {};                      // absent where the document has no such member
-    std::size_t count = 0;                       // of the records that the server sees
-    std::optional<std::size_t> firstStray = {};  // the place of the first element that is no record
+    std::size_t count = 0;                       // how many records the server sees
+    std::optional<std::size_t> firstStray = {};  // index of the first element that is no object
 };
 
 // Counts by text, the most frequent first; equal counts by the bytes of the text.
@@ -37,7 +37,7 @@ using Counts = std::vector<std::pair<std::string_view, std::size_t>>;
 // Texts are views into the document, which must outlive this.
 struct Content {
     std::string_view baseCurrency;
-    bool namesBaseCurrency = false;                 // else the base currency is a default
+    bool namesBaseCurrency = false;                 // else the base currency is the default
     std::array<List, 4> lists;                      // accounts, transactions, budgets, goals
     std::vector<std::string_view> repeatedMembers;  // of the document itself
 
@@ -62,8 +62,8 @@ struct Content {
     std::vector<std::string_view> wrongRates;
 };
 
-// Looks at an object as the reports read it at that instant, in one pass over its transactions. May
-// be called from several threads.
+// Looks at a data document as the reports would at the instant `now`, in one pass over its
+// transactions. May be called from several threads.
 [[nodiscard]] Content survey(json::Value data, Instant now);
 
 }  // namespace tovra::check

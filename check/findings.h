@@ -21,8 +21,8 @@ struct Finding {
     std::string text;        // a sentence or two, for a person
 };
 
-// The findings, errors first. `fault` says where a file that could be read is no JSON; `content` is
-// there where it holds an object. Pure.
+// The findings, errors first. `fault` is there where the file could be read and is no JSON, and
+// `content` where it holds an object. Pure.
 [[nodiscard]] std::vector<Finding> findingsOf(const DataFileLocation& location, const Place& place,
                                               const std::optional<JsonFault>& fault,
                                               const std::optional<Content>& content);

@@ -13,7 +13,7 @@ constexpr std::string_view kBlanks = " \t\r\n";
 constexpr std::string_view kDigits = "0123456789";
 constexpr std::string_view kNoComma[] = {"a comma or a } is missing", "a comma or a ] is missing"};
 
-// Reads a text from its beginning; every method leaves `at` where it found the fault, if any.
+// Reads a text from its beginning. Where a method finds a fault, `at` is left at that place.
 class Reader {
   public:
     explicit Reader(std::string_view text) : text_(text) {}
@@ -136,7 +136,7 @@ class Reader {
         return true;
     }
 
-    // Four hexadecimal digits; negative where they are none.
+    // The value of four hexadecimal digits; negative where they are none.
     int hexadecimal() {
         int unit = 0;
         for (int i = 0; i < 4; ++i, ++at) {

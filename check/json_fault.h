@@ -13,8 +13,8 @@ struct JsonFault {
     std::string_view reason;  // a clause: "a comma is missing"
 };
 
-// The first place at which the text is no JSON as json::parse takes it; nothing where it is. Pure;
-// the time is linear in the size, and no input drives a recursion.
+// The first place at which json::parse refuses the text; nothing where it accepts it. Pure. The
+// time is linear in the size, and no input drives a recursion.
 [[nodiscard]] std::optional<JsonFault> findJsonFault(std::string_view text);
 
 }  // namespace tovra::check

@@ -7,10 +7,10 @@
 
 namespace tovra::check {
 
-// Plain lines, with colours where somebody looks at a terminal.
+// Lines of text for a person.
 [[nodiscard]] std::string asText(const Check& check, bool inColour);
 
-// One JSON object, and a line feed.
+// One JSON object and a line feed, for a program.
 [[nodiscard]] std::string asJson(const Check& check);
 
 }  // namespace tovra::check

@@ -16,7 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The first part of the path that leads nowhere; empty where all of it exists or cannot be seen.
+// The first element of the path that does not exist. Empty where there is none or it cannot be
+// seen.
 fs::path firstMissing(const fs::path& path) {
     fs::path part;
     std::error_code error;
@@ -40,7 +41,7 @@ void findLeftovers(Place& place) {
     std::sort(place.kept.begin(), place.kept.end());
 }
 
-// Why a new file cannot be made in the folder; a folder that is missing is made by the first save.
+// Why no new file can be made in the folder. The first save makes a folder that is missing.
 std::error_code whyNotWritable(fs::path folder) {
     std::error_code error;
     while (!fs::exists(folder, error) && !error && folder.has_relative_path()) {

@@ -8,8 +8,8 @@
 namespace tovra::http {
 namespace {
 
-// Messages from this size on are answered one at a time: one that is nothing but short numbers or
-// brackets takes many times its size while it is looked at.
+// Requests larger than this are answered one at a time. A message of short numbers or brackets
+// takes many times its size in memory.
 constexpr std::size_t kLargeMessage = std::size_t{64} * 1024;
 
 // What the exchanges of one server have in common; outlives each of them.

@@ -12,14 +12,14 @@ namespace {
 
 constexpr std::string_view kLineEnd = "\r\n";
 
-// The tab and the space separators of Unicode. Control characters are none of them, so a carriage
-// return that ends no line stays part of its value.
+// The tab and the space separators of Unicode. A carriage return that ends no line is none of them
+// and stays in its value.
 constexpr std::array<std::string_view, 18> kBlanks = {
     "\t",     " ",      "\u00A0", "\u1680", "\u2000", "\u2001", "\u2002", "\u2003", "\u2004",
     "\u2005", "\u2006", "\u2007", "\u2008", "\u2009", "\u200A", "\u202F", "\u205F", "\u3000"};
 
-// The number of bytes of the blank at the start or end of a text, 0 where there is none. In valid
-// UTF-8 the bytes of a blank are never a part of another character.
+// How many bytes the blank at the start or end of a text has, 0 where there is none. In valid UTF-8
+// the bytes of a blank never belong to another character.
 std::size_t leadingBlank(std::string_view text) {
     for (const std::string_view blank : kBlanks) {
         if (text.starts_with(blank)) return blank.size();
@@ -42,7 +42,7 @@ std::string_view trimmed(std::string_view text) {
 
 constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-// ASCII is enough for the names compared here: no other letter has one of theirs as its lower case.
+// ASCII is enough for the names compared here. No other letter has one of theirs as its lower case.
 bool equalsIgnoringCase(std::string_view text, std::string_view lowerCase) {
     const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
     return std::equal(text.begin(), text.end(), lowerCase.begin(), lowerCase.end(),

@@ -1,6 +1,6 @@
 // The head of a request: its method and the three fields that matter here.
 //
-// Pure functions over bytes; any number of threads may call them.
+// Pure functions; any number of threads may call them.
 #pragma once
 
 #include <cstdint>
@@ -17,8 +17,8 @@ struct Head {
     std::optional<std::string_view> origin;
 };
 
-// Reads a header block, which is everything before the first empty line. Nothing comes back where
-// the block is not valid UTF-8; every other block is a head.
+// Reads a header block: everything before the first empty line. Nothing comes back where it is not
+// valid UTF-8; every other block is a head.
 [[nodiscard]] std::optional<Head> parseHead(std::string_view block);
 
 // Whether the value of an Origin field names this machine: localhost, 127.0.0.1 or [::1], with any

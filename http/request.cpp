@@ -14,8 +14,8 @@ constexpr std::string_view kHeadEnd = "\r\n\r\n";
 constexpr std::string_view kJson = "application/json";
 constexpr std::string_view kPlainText = "text/plain";
 
-// Looks at every byte of `given` whatever they are, so that the time it takes tells nobody how much
-// of a guessed token was right.
+// Looks at every byte of `given`, whatever they are. The time then does not tell how much of a
+// guessed token was right.
 bool equalsInConstantTime(std::string_view given, std::string_view expected) {
     std::size_t difference = given.size() ^ expected.size();
     for (std::size_t i = 0; i < given.size(); ++i) {
@@ -50,7 +50,7 @@ bool RequestReader::examine(std::string_view received) {
 }
 
 void RequestReader::findHead(std::string_view received) {
-    // No further than a head may reach, so that the answer does not depend on how much came at
+    // Looks no further than a head may reach. The answer then does not depend on how much came at
     // once.
     const std::string_view window = received.substr(0, limits_.head + kHeadEnd.size());
     const std::size_t end = window.find(kHeadEnd, searched_);
@@ -64,8 +64,8 @@ void RequestReader::findHead(std::string_view received) {
     }
 }
 
-// A head that is broken, comes from a web page elsewhere or announces too much is answered at once;
-// every other answer waits for the body, also where the body will not be looked at.
+// Some heads are answered at once: broken ones, those of a web page elsewhere, and those that
+// announce too much. Every other answer waits for the body, even if nobody looks at it.
 void RequestReader::judge(std::string_view headerBlock) {
     const std::optional<Head> head = parseHead(headerBlock);
     if (head && head->origin && !isLocalOrigin(*head->origin)) {

@@ -16,20 +16,18 @@
 namespace tovra::http {
 
 // Answers one message, a JSON object: the response as compact JSON, or nothing where the message
-// gets none. May be called from several threads at once, and throws for no message, but where
-// memory runs out.
+// gets none. May be called from several threads at once. Throws std::bad_alloc, and nothing else.
 using Handler = std::function<std::optional<std::string>(json::Value message)>;
 
-// How large a request may be, in bytes. What is larger is answered "400 Bad Request" as soon as
-// that is known. REQUIRES: head + 4 <= request.
+// How large a request may be, in bytes. A larger one is answered "400 Bad Request" as soon as that
+// is known. REQUIRES: head + 4 <= request.
 struct RequestLimits {
     std::size_t head = std::size_t{64} * 1024;            // without the empty line that ends it
     std::size_t request = std::size_t{16} * 1024 * 1024;  // head, empty line and body
 };
 
-// Follows one request while its bytes come in. The time it takes is linear in the bytes, in however
-// many pieces they come: the head's end is searched in new bytes only, and the body is only
-// counted.
+// Follows one request while its bytes come in. The time is linear in the bytes, in however many
+// pieces they come: the head's end is searched in new bytes only, and the body is counted.
 class RequestReader {
   public:
     // An empty token means that none is asked for. The token must outlive the reader.
@@ -38,12 +36,12 @@ class RequestReader {
         assert(limits.head + 4 <= limits.request);
     }
 
-    // Takes all bytes received so far, each time from the first byte of the request. True once
-    // they hold all that the answer depends on; what follows them will be ignored.
+    // Is given all bytes received so far, each time from the first byte of the request. True once
+    // they hold all that the answer depends on; what follows is ignored.
     bool examine(std::string_view received);
 
-    // The size that the request has, head included, as far as it is known yet: the largest one
-    // that is accepted until the head is whole.
+    // The size of the request, head included. Until the head is whole, the largest size that is
+    // accepted.
     [[nodiscard]] std::size_t expectedSize() const { return verdict_ ? size_ : limits_.request; }
 
     // The response, whole. Calls `handle` where the request carries a message.

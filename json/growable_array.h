@@ -13,7 +13,7 @@
 
 namespace tovra::json {
 
-// Room that is never used costs no memory, but for the rest of a page. Not for several threads.
+// Room that is never used costs no memory beyond the last page in use. Not for several threads.
 template <typename T>
 class GrowableArray {
   public:
@@ -32,8 +32,8 @@ class GrowableArray {
     [[nodiscard]] T* begin() const { return items_.get(); }
     [[nodiscard]] T* end() const { return end_; }
 
-    // Makes room behind the end. Throws std::length_error where there would be more than positions
-    // of 32 bits tell apart.
+    // Makes room behind the end. Throws std::length_error where positions would not fit into 32
+    // bits, and std::bad_alloc.
     void reserve(std::size_t count) {
         if (room() < count) grow(count);
     }
@@ -74,7 +74,7 @@ class GrowableArray {
         const std::size_t room = std::min(2 * size() + count, kMost);
         Block<T> larger = makeBlock<T>(room, items_.get_deleter().reuse);
         end_ = std::copy(begin(), end(), larger.get());
-        items_.get_deleter().touched = 0;  // outgrown once, it would be outgrown again: it is freed
+        items_.get_deleter().touched = 0;  // not pooled: the next document would outgrow it as well
         items_ = std::move(larger);
         limit_ = begin() + room;
     }

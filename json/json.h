@@ -1,9 +1,9 @@
 // JSON values: parsed strictly, kept exactly, read without copying.
 //
 // A Document owns a compact tree and the bytes of its strings, numbers and names. A Value is a
-// light handle (two pointers) to one node of that tree. It stays usable as long as its Document
+// light handle (two pointers) to one node of that tree. It stays valid as long as its Document
 // lives, also after the Document has been moved. Strings are views into the document's bytes.
-// Numbers keep the very text in which they were written.
+// Numbers keep the text in which they were written.
 //
 // A Document never changes after it was parsed, so any number of threads may read it at once.
 #pragma once
@@ -32,15 +32,15 @@ inline constexpr std::size_t kMaxSize = std::numeric_limits<std::int32_t>::max()
 // A text that is to be parsed, given piece by piece.
 struct Source {
     std::size_t size;  // how much it gives at most, in bytes; at most kMaxSize
-    // Copies the next bytes, at most `room`, and tells how many. 0 stands for the end of the text,
-    // which may come early; a negative number for a text that cannot be read.
+    // Copies the next bytes, at most `room`, and returns how many. 0 stands for the end of the
+    // text, which may come early. A negative number stands for a text that cannot be read.
     std::function<std::ptrdiff_t(char* into, std::size_t room)> read;
 };
 
 enum class Kind : std::uint8_t { null, falseValue, trueValue, number, string, array, object };
 
-// A handle to one value, or to nothing ("absent": a member that does not exist). An absent value is
-// of no kind and has no children; only what says "REQUIRES" may not be asked of it.
+// A handle to one value, or to nothing: a member that does not exist is "absent". An absent value
+// is of no kind and has no children. Functions that REQUIRE more may not be called on it.
 class Value {
   public:
     Value() = default;
@@ -69,9 +69,9 @@ class Value {
     // The name of a member; empty for what is no member. REQUIRES: exists().
     [[nodiscard]] std::string_view name() const;
 
-    // Whether the string, or the member's name, was written with escapes and may need them again.
-    // REQUIRES: is(Kind::string), or exists().
+    // Whether the string was written with escapes. REQUIRES: is(Kind::string).
     [[nodiscard]] bool wasEscaped() const;
+    // Whether the member's name was written with escapes. REQUIRES: exists().
     [[nodiscard]] bool nameWasEscaped() const;
 
     // Whether both are the same place of the same document.
@@ -150,10 +150,11 @@ class Document {
 };
 
 // Parses a JSON text (RFC 8259) whose top level is an array or an object. Nothing comes back for
-// anything else, nor where the source cannot be read. Refused are also other text around it,
-// invalid UTF-8, a byte order mark and a lone surrogate. So are nesting beyond kMaxDepth, more than
-// kMaxSize bytes and more than 4 GiB of names. The time is linear in the size, and no input drives
-// a recursion. Throws std::bad_alloc where memory is short. REQUIRES: source.size <= kMaxSize.
+// anything else, nor where the source cannot be read. It refuses other text around the value,
+// invalid UTF-8, a byte-order mark and a lone surrogate. It also refuses nesting beyond kMaxDepth
+// and more than 4 GiB of names. The time is linear in the size, and no input drives a recursion.
+// Throws std::bad_alloc. A longer text than kMaxSize is refused; for a Source, REQUIRES:
+// source.size <= kMaxSize.
 [[nodiscard]] std::optional<Document> parse(const Source& source);
 [[nodiscard]] std::optional<Document> parse(std::string_view text);
 

@@ -10,7 +10,7 @@
 namespace tovra::json {
 namespace {
 
-// Smaller blocks are the C library's business.
+// Smaller blocks are left to the C library.
 constexpr std::size_t kSmallestPooled = std::size_t{256} << 10;
 constexpr std::size_t kMostBlocks = 64;
 
@@ -24,8 +24,8 @@ bool hasLargePages(const BlockDeleter& block) {
     return block.reuse == Reuse::never && block.size >= kLargePage;
 }
 
-// A block begins with a line of the cache; otherwise each of the wide pieces in which its bytes are
-// read and written lies in two lines.
+// A block begins at a line of the cache. Otherwise wide reads and writes would each touch two
+// lines.
 constexpr std::size_t kCacheLine = 64;
 
 std::align_val_t alignmentOf(const BlockDeleter& block) {
@@ -55,7 +55,7 @@ class BlockPool {
         return block;
     }
 
-    // Blocks that have waited longest go where there are too many.
+    // Where there are too many, those that have waited longest are freed.
     void put(FreedBlock block) {
         const std::lock_guard lock(mutex_);
         touched_ += block.get_deleter().block.touched;

@@ -1,4 +1,4 @@
-// The memory of documents: how the process gets large blocks, pools some and gives the rest back.
+// The memory of documents: large blocks, of which a pool keeps some for the next document.
 // May be called from several threads.
 #pragma once
 
@@ -9,25 +9,24 @@
 
 namespace tovra::json {
 
-// The most that the process may hold after a call, in bytes, and what it holds before the first
-// one.
+// The most bytes that the process may hold after a call, and what it holds before the first one.
 inline constexpr std::size_t kMostResident = 12'000'000;
 inline constexpr std::size_t kResidentAtRest = 4'400'000;
 
-// How many bytes the pool may hold. Taking fresh pages costs more than parsing what is read into
-// them, so blocks of documents of ordinary size are pooled.
+// How many bytes the pool may hold. A fresh page costs more than parsing what is read into it, so
+// the blocks of documents of ordinary size are pooled.
 inline constexpr std::size_t kPoolCapacity = kMostResident - kResidentAtRest;
 
-// Whether a block serves others of its size after its owner, or goes back to the system.
+// Whether a block that is freed stays in the pool for another owner, or goes back to the system.
 enum class Reuse : bool { never, pooled };
 
 // Gives a block back when its owner is done with it.
 struct BlockDeleter {
     std::size_t size = 0;        // in bytes
     Reuse reuse = Reuse::never;  // never changes: it decides how the block is aligned
-    std::size_t touched = 0;     // how many bytes hold memory; where it is 0 the block is freed
+    std::size_t touched = 0;     // bytes that hold memory; a block with 0 is not pooled
 
-    // Tells that so many bytes at the beginning have been written.
+    // To be called when so many bytes at the beginning have been written.
     void touch(std::size_t bytes) { touched = std::max(touched, bytes); }
     void operator()(void* block) const;
 };
@@ -36,8 +35,8 @@ struct BlockDeleter {
 template <typename T>
 using Block = std::unique_ptr<T[], BlockDeleter>;
 
-// A block of at least `size` bytes, pooled only where it is large enough to be worth it. One that
-// is not pooled is made of large pages where there are such. Throws std::bad_alloc.
+// A block of at least `size` bytes. Blocks below 256 KiB are never pooled. A large one that is not
+// pooled is made of large pages where the system has them. Throws std::bad_alloc.
 [[nodiscard]] Block<char> allocateBlock(std::size_t size, Reuse reuse);
 
 template <typename T>
@@ -54,7 +53,8 @@ template <typename T>
 // The size of a large page; a block made of them begins at a multiple of it.
 inline constexpr std::size_t kLargePage = std::size_t{2} << 20;
 
-// Asks for large pages behind a block. A hint. REQUIRES: `begin` is a multiple of kLargePage.
+// Asks the system to use large pages for a block; it need not. REQUIRES: `begin` is a multiple of
+// kLargePage.
 void preferLargePages(void* begin, std::size_t size);
 
 // Makes blocks from a megabyte on go back to the system as soon as they are freed. Called once, at

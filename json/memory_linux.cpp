@@ -15,7 +15,7 @@ void preferLargePages(void* begin, std::size_t size) {
 
 void returnFreedMemory() {
 #ifdef M_MMAP_THRESHOLD
-    // Set, they do not grow with the blocks that are freed.
+    // Unless they are set, these thresholds grow with the blocks that are freed.
     ::mallopt(M_MMAP_THRESHOLD, 1 << 20);
     ::mallopt(M_TRIM_THRESHOLD, 1 << 19);
 #endif

@@ -1,4 +1,4 @@
-// macOS has no such hints; its allocator gives large blocks back by itself.
+// macOS has no such settings. Its allocator gives large blocks back by itself.
 #include "json/memory.h"
 
 namespace tovra::json {

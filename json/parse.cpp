@@ -1,5 +1,5 @@
-// Parsing. The builder below walks over the tokens of a text and checks the grammar. On the way it
-// lays out the tree, and gathers the bytes of strings, numbers and names.
+// The parser. The builder below walks over the tokens of a text and checks the grammar. On the way
+// it lays out the tree and gathers the bytes of strings, numbers and names.
 #include <algorithm>
 #include <cassert>
 #include <cstring>
@@ -55,7 +55,7 @@ char* appendUtf8(char* out, std::uint32_t c) {
 }
 
 // Decodes the escape whose backslash is at `in` to `out`, and moves both on. False when it is no
-// escape of JSON. The string's closing quote bounds what is looked at: it is no hexadecimal digit.
+// escape of JSON. Never looks beyond the string's closing quote, which is no hexadecimal digit.
 bool decodeEscape(const char*& in, char*& out) {
     static constexpr std::string_view kNames = "\"\\/bfnrt";
     static constexpr std::string_view kMeanings = "\"\\/\b\f\n\r\t";
@@ -82,7 +82,7 @@ bool decodeEscape(const char*& in, char*& out) {
     return true;
 }
 
-// The end of the number that begins at `p`, or null when none does.
+// The end of the number that begins at `p`, or null where no number begins there.
 const char* endOfNumber(const char* p) {
     if (*p == '-') ++p;
     if (!isDigit(*p)) return nullptr;
@@ -106,17 +106,17 @@ const char* endOfNumber(const char* p) {
 
 static_assert(Tokens::kPadding >= TextStore::kPadding);
 
-// What few texts outgrow: a value in sixteen bytes, and five eighths of a text in strings, numbers
-// and names. Few values wait at once, since those of a finished container have their place.
+// Few texts outgrow this room. They have at most one value in sixteen bytes, and five eighths of
+// their bytes are strings, numbers and names. Few values wait at once for their container to close.
 constexpr std::size_t kTextPerValue = 16;
 constexpr std::size_t kTextPerWaiting = 128;
 constexpr std::size_t bytesIn(std::size_t text) { return text / 8 * 5; }
-// Room beside that, which is most of what a message of a few lines needs.
+// Room beside that. It is enough for most messages of a few lines.
 constexpr std::size_t kFewNodes = 64;
 constexpr std::size_t kFewBytes = 256;
 
-// Nodes and bytes mostly take two fifths of the text's size each. Up to the first size both fit
-// into the pool. Up to the second one the bytes do, and are pooled while the nodes are not.
+// Nodes and bytes mostly take two fifths of the text's size each. Both fit into the pool up to the
+// first size. Up to the second one only the bytes fit, and only they are pooled.
 constexpr std::size_t kBothPooledUpTo = kPoolCapacity / 4 * 5;
 constexpr std::size_t kBytesPooledUpTo = kPoolCapacity / 4 * 9;
 
@@ -124,11 +124,11 @@ Reuse pooledUpTo(std::size_t size, const Source& source) {
     return source.size <= size ? Reuse::pooled : Reuse::never;
 }
 
-// Builds the tree of one text. Finished children of the containers that are still open wait; when a
-// container closes, its children move to their place together.
+// Builds the tree of one text. Values wait until their container closes. Then its children move to
+// their place together.
 //
-// Between any two steps below the current token is one of the current window, or the text is over:
-// whoever moves on takes the next window where the current one has no token left.
+// Between any two steps below, the current token is one of the current window, or the text has
+// ended. So a step that leaves the last token of a window takes the next window.
 class Builder {
   public:
     explicit Builder(const Source& source)
@@ -153,7 +153,7 @@ class Builder {
   private:
     using Window = Tokens::Window;
 
-    // A container that is not closed yet; the first one stands around the root.
+    // A container that is not closed yet. The first one is made up, to hold the root.
     struct Open {
         std::uint32_t name;
         Kind kind;
@@ -161,17 +161,17 @@ class Builder {
         std::size_t waitingBelow;  // how many waited when it opened
     };
 
-    // Takes the next window: the bytes of the current one go, and there is room for the new texts.
+    // Takes the next window and makes room for its texts. The bytes of the current one are gone.
     [[gnu::noinline]] void takeWindow(Window& token) {
         token = tokens_.next();
         texts_.reserve(tokens_.size());
     }
-    // The same, where the current window has no token left. A token that begins as it is likely to
-    // begin spares the look at the window's end.
+    // The same, but only where the current window has no token left. If the current token begins
+    // with `likely`, it exists, and the window's end need not be looked at.
     void takeWindowAtEnd(Window& token, char likely) {
         if (!token.is(likely) && token.isAtEnd()) takeWindow(token);
     }
-    // Leaves the current token, whose bytes are not needed any more.
+    // Goes to the next token. The bytes of the current one may be gone then.
     void moveOn(Window& token, char likely) {
         token.move();
         takeWindowAtEnd(token, likely);
@@ -191,8 +191,8 @@ class Builder {
         }
     }
 
-    // Reads a value, with its name where the innermost container is an object. A container is only
-    // opened, and then the first value in it is read, if there is one.
+    // Reads a value, with its name where the innermost container is an object. A value that is a
+    // container is only opened; then the first value in it is read, if there is one.
     bool value(Window& token) {
         for (;;) {
             std::uint32_t name = 0;
@@ -260,9 +260,9 @@ class Builder {
         bool escaped = false;    // it was written with escapes
     };
 
-    // Reads the string that begins at the current token and leaves that token. False where one of
-    // its escapes is none. Between a string's opening quote and the next token there is the text,
-    // the closing quote and blanks, nothing else.
+    // Reads the string that begins at the current token, and leaves that token. False where it has
+    // a wrong escape. Between its opening quote and the next token there are the text, the closing
+    // quote and blanks.
     [[gnu::always_inline]] bool readText(Window& token, Text& text) {
         const char* begin = token.place() + 1;
         token.move();
@@ -280,7 +280,7 @@ class Builder {
         const char* end = in + text.size();
         const char* escape = tokens_.backslash(in);
         if (escape >= end) return Text{text};
-        // Resolved, a text is never longer.
+        // Resolving escapes makes no text longer.
         if (resolved_.size() < text.size() + TextStore::kPadding) {
             resolved_.resize(text.size() + TextStore::kPadding);
         }
@@ -294,8 +294,8 @@ class Builder {
         return Text{{resolved_.data(), static_cast<std::size_t>(out - resolved_.data())}, true};
     }
 
-    // A number, true, false or null. It has to reach to the next token or to a blank: what comes
-    // after a blank is a token of its own.
+    // Reads a number, true, false or null. It has to end at the next token or at a blank, since
+    // anything after a blank is a token of its own.
     bool scalar(Window& token, std::uint32_t name) {
         const char* begin = token.place();
         const char* end = nullptr;

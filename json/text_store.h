@@ -1,4 +1,4 @@
-// The bytes of a document's strings, numbers and names, gathered while it is parsed. Only for the
+// Gathers the bytes of a document's strings, numbers and names while it is parsed. Only for the
 // parser in parse.cpp.
 #pragma once
 
@@ -16,20 +16,20 @@
 
 namespace tovra::json {
 
-// Tells at which offset each text is. Names are interned: one that comes again mostly stands there
-// once. Not for several threads.
+// Returns the offset of each text. Names are interned: a name that comes again is mostly kept once.
+// Not for several threads.
 class TextStore {
-    // A text that is not longer is copied as so many bytes, without a loop or a branch: three of
-    // the registers that every processor has. Most texts are.
+    // Most texts are at most this long. They are copied as this many bytes, three registers of 16,
+    // without a loop or a branch.
     static constexpr std::size_t kShort = 3 * 16;
 
   public:
-    // So many bytes behind any text that is put may be read.
+    // So many bytes from the beginning of any text that is put may be read.
     static constexpr std::size_t kPadding = kShort;
 
     TextStore(std::size_t room, Reuse reuse) : bytes_(room, reuse) { addName({}, false); }
 
-    // Makes room for texts of that many bytes together; names need none.
+    // Makes room for strings and numbers of so many bytes together. Names make room themselves.
     void reserve(std::size_t size) {
         reserved_ = size + kPadding;
         bytes_.reserve(reserved_);
@@ -46,7 +46,7 @@ class TextStore {
     }
 
     // The offset of the name's head. Objects of one kind mostly have the same names in the same
-    // order. So the name that is looked at first is the one that followed the latest name before.
+    // order. So it first tries the name that followed the latest one last time.
     std::uint32_t intern(std::string_view name, bool escaped) {
         if (escaped) return addName(name, escaped);
         const std::uint32_t expected = interned_[latest_].next;
@@ -62,7 +62,7 @@ class TextStore {
     static constexpr std::size_t kSlots = 256;
     static constexpr int kProbes = 4;
 
-    // A name that may come again. A slot without one holds the empty name.
+    // A name that may come again. A free slot holds the empty name.
     struct Interned {
         std::uint32_t offset = 0;
         std::uint32_t size = 0;
@@ -81,7 +81,7 @@ class TextStore {
         return std::equal(name.begin(), name.end(), bytes);
     }
 
-    // Whether the first and the last bytes are the same, as many as a word has.
+    // Whether the first word and the last word are the same. They may overlap.
     // REQUIRES: the name is at least one word long and at most two, so that no byte is left out.
     template <typename Word>
     static bool haveSameEnds(const char* bytes, std::string_view name) {
@@ -111,7 +111,7 @@ class TextStore {
         const NameHead head = static_cast<NameHead>(name.size()) << 1 | (escaped ? 1 : 0);
         constexpr std::size_t kStep = Node::kNameStep;
         const std::size_t gap = (kStep - bytes_.size() % kStep) % kStep;
-        // The room for the texts stays what it was.
+        // A name takes no room from what reserve() has promised.
         bytes_.reserve(gap + sizeof head + name.size() + reserved_);
         bytes_.extend(gap);
         const std::size_t offset = bytes_.size();

@@ -13,14 +13,14 @@ namespace tovra::json {
 static_assert(Tokens::kPadding >= simdjson::SIMDJSON_PADDING);
 
 Tokens::Tokens(const Source& source) : source_(source) {
-    // One byte more than the text: the source then tells the text's end in the same round.
+    // With room for one byte more than the text, the first fill() also sees the end of the text.
     makeRoom(std::min(source.size + 1, kUsualSize));
 }
 
 Tokens::~Tokens() = default;
 
 Tokens::Window Tokens::next() {
-    // Before the first window, and behind the last one, nothing looks at that byte.
+    // Puts back the byte that the window's end took.
     text_[size_] = behind_;
     drop();
     while (fill()) {
@@ -42,14 +42,14 @@ Tokens::Window Tokens::next() {
     return {};
 }
 
-// Lets the window go. What has been read behind it moves to the front.
+// Drops the window. What has been read behind it moves to the front.
 void Tokens::drop() {
     filled_ -= size_;
     std::memmove(text_.get(), text_.get() + size_, filled_);
     size_ = 0;
 }
 
-// Reads until the room is full or the text ends. False where nothing is left to look at.
+// Reads until the room is full or the text ends. False where nothing is left or reading fails.
 bool Tokens::fill() {
     while (filled_ < room_ && !isLast_ && !failed_) {
         const auto count = source_.read(text_.get() + filled_, room_ - filled_);
@@ -68,10 +68,9 @@ void Tokens::makeRoom(std::size_t room) {
     room_ = room;
 }
 
-// A window has to end where a token does. A line feed stands in no string, so a window ends behind
-// one. Without any it ends behind a comma, and the scan tells whether that comma stands in a
-// string. Either is mostly near the end of what has been read. Only where it is not, all of that is
-// searched.
+// A window has to end where a token does. No string contains a line feed, so a window ends behind
+// one. Without any it ends behind a comma, and the scan finds out whether that is inside a string.
+// Either is mostly near the end of what has been read. If not, all of it is searched.
 std::size_t Tokens::usableSize() const {
     if (isLast_) return filled_;
     constexpr std::size_t kNear = 4096;
@@ -85,8 +84,8 @@ std::size_t Tokens::usableSize() const {
     return 0;
 }
 
-// The library calls this first stage its own affair. What is used of it was the same in versions
-// 3.0.1, 3.12.3 and 4.6.11; fuzz_json compares the outcome.
+// This first stage is no public interface of the library. What is used of it was the same in
+// versions 3.0.1, 3.12.3 and 4.6.11. fuzz_json compares the outcome.
 Tokens::Scan Tokens::scan() {
     if (!scanner_ || scanner_->capacity() < size_) {
         scanner_.reset();

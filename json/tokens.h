@@ -16,16 +16,16 @@ class dom_parser_implementation;
 
 namespace tovra::json {
 
-// Gives the tokens, a window of the text at a time. A window and its tokens are still in the
-// processor's cache when the parser comes by. Nothing here takes memory of the whole text's size.
+// Gives the tokens, a window of the text at a time. A window and its tokens are then still in the
+// processor's cache when the parser reads them. Nothing here takes memory of the whole text's size.
 // Not for several threads.
 class Tokens {
   public:
-    // So many bytes behind the beginning of any token may be read.
+    // So many bytes from the beginning of any token on may be read.
     static constexpr std::size_t kPadding = 64;
 
-    // The longest window, unless one of that length has no place to end, as within a long string.
-    // With its tokens it fits into the processor's second cache.
+    // The longest window, unless a longer string needs a longer one. With its tokens it fits into
+    // the processor's second cache.
     static constexpr std::size_t kUsualSize = std::size_t{64} << 10;
 
     explicit Tokens(const Source& source);
@@ -33,22 +33,21 @@ class Tokens {
     Tokens& operator=(const Tokens&) = delete;
     ~Tokens();
 
-    // The tokens of one window, and which of them is the current one. A small value, so that it
-    // stays in the processor's registers while its holder goes through it.
+    // The tokens of one window, and which of them is the current one. It is small, so that it stays
+    // in the processor's registers.
     class Window {
       public:
         Window() = default;
         Window(const char* text, const std::uint32_t* token, std::size_t count)
             : text_(text), token_(token), end_(token + count), place_(text + *token) {}
 
-        // Where the current token begins; between it and the one before there are only that one's
-        // characters and blanks. Behind the last token it is the window's end, where a U+0000
-        // stands.
+        // Where the current token begins. Between it and the token before there are only blanks.
+        // Behind the last token it is the window's end, where a U+0000 stands.
         [[nodiscard]] const char* place() const { return place_; }
         // Whether the current token begins with that character, which is not U+0000.
         [[nodiscard]] bool is(char first) const { return *place_ == first; }
         [[nodiscard]] bool isAtEnd() const { return token_ == end_; }
-        // To the next token. REQUIRES: !isAtEnd().
+        // Goes to the next token. REQUIRES: !isAtEnd().
         void move() {
             assert(!isAtEnd());
             place_ = text_ + *++token_;
@@ -61,9 +60,8 @@ class Tokens {
         const char* place_ = "";
     };
 
-    // The next window that has a token; the bytes of the one before are gone. A window without a
-    // token, where the text has ended, is no sequence of tokens, or cannot be read. Throws
-    // std::bad_alloc.
+    // The next window that has a token; the bytes of the one before are gone. The window has no
+    // token where the text has ended or failed() is true. Throws std::bad_alloc.
     Window next();
     // Whether the text is no sequence of tokens, or cannot be read.
     [[nodiscard]] bool failed() const { return failed_; }

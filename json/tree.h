@@ -1,5 +1,5 @@
-// How a document lies in memory, and the questions about it that reports ask a million times, which
-// are therefore inline. Part of json/json.h; only json/ knows what stands here.
+// How a document lies in memory. Reports ask some questions about it a million times, so the
+// answers are inline. This belongs to json/json.h, and only json/ may use it directly.
 #pragma once
 
 #include <cassert>
@@ -17,8 +17,9 @@ namespace tovra::json {
 struct Node {
     std::uint32_t start;  // string, number: offset of its bytes; array, object: first child's index
     std::uint32_t extent;  // string, number: length in bytes; array, object: number of children
-    // From the lowest: the bits of the kind, a flag (string: it was written with escapes; array: it
-    // holds objects only), and the offset of the member's name, a multiple of kNameStep.
+    // From the lowest bit: the kind, a flag, and the offset of the member's name, a multiple of
+    // kNameStep. The flag of a string: it was written with escapes. Of an array: all elements are
+    // objects.
     std::uint32_t bits;
 
     static constexpr std::uint32_t kKindBits = 3;
@@ -33,9 +34,9 @@ struct Node {
 static_assert(sizeof(Node) == 12);
 static_assert(static_cast<std::uint32_t>(Kind::object) <= Node::kKindMask);
 
-// What stands before the bytes of a member's name: its length in bytes and, in the lowest bit,
-// whether it was written with escapes. Members mostly share their names. At offset 0 stands the
-// empty name, which is also that of everything that is no member.
+// What stands before the bytes of a member's name. The lowest bit says whether the name was written
+// with escapes, the others are its length in bytes. At offset 0 stands the empty name, which is
+// also the name of values that are no members.
 using NameHead = std::uint32_t;
 static_assert(kMaxSize <= std::numeric_limits<NameHead>::max() >> 1);
 

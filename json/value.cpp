@@ -8,13 +8,13 @@
 namespace tovra::json {
 namespace {
 
-// The value of a number of at most fifteen digits without an exponent. It is exact: its digits and
-// the power of ten are doubles, and their quotient is rounded once (W. D. Clinger, "How to Read
-// Floating Point Numbers Accurately", 1990).
+// The value of a number of at most fifteen digits without an exponent. Its digits and the power of
+// ten are exact doubles, and their quotient is rounded once (W. D. Clinger, "How to Read Floating
+// Point Numbers Accurately", 1990).
 std::optional<double> shortDecimal(std::string_view text) {
     static constexpr std::array kPowersOfTen{1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6, 1e7,
                                              1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14};
-    // With a sign or a point there are fewer digits than characters, so fewer decimals as well.
+    // A text of so many characters has at most so many digits, and fewer decimals.
     constexpr std::size_t kMostDigits = std::numeric_limits<double>::digits10;
     static_assert(kPowersOfTen.size() == kMostDigits);
     const bool isNegative = text.front() == '-';
@@ -40,7 +40,7 @@ std::optional<double> shortDecimal(std::string_view text) {
 std::optional<double> Value::number() const {
     if (!is(Kind::number)) return std::nullopt;
     if (const auto exact = shortDecimal(numberText())) return exact;
-    // Rare enough for the copy that strtod needs; this program never leaves the C locale.
+    // strtod needs a copy, which is rare enough. This program never leaves the C locale.
     return std::strtod(std::string(numberText()).c_str(), nullptr);
 }
 

@@ -32,7 +32,7 @@ void appendEscape(std::string& out, char c) {
     }
 }
 
-// Gathers what is written, which goes to the sink a buffer at a time.
+// Gathers what is written, and gives it to the sink a buffer at a time.
 class Output {
   public:
     Output(std::size_t size, const Sink& sink)
@@ -70,7 +70,7 @@ class Output {
     char* cursor_;
 };
 
-// Whether the members stand in the order in which they are written, no name twice.
+// Whether the members stand in the order in which they are to be written, without repeated names.
 bool isAscending(const Children& members) {
     for (std::size_t i = 1; i < members.size(); ++i) {
         if (members[i - 1].name() >= members[i].name()) return false;
@@ -239,7 +239,7 @@ void appendCompact(std::string& out, Value value) {
 }
 
 void writePretty(const Document& document, const Edit& edit, const Sink& sink) {
-    // Small enough for the processor's cache, and gone from the process when it is freed.
+    // Small enough for the processor's cache, and large enough to go back to the system when freed.
     constexpr std::size_t kSize = std::size_t{1} << 20;
     Output output(kSize, sink);
     Writer(output, true, &edit).write(document.root());

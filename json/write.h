@@ -15,29 +15,30 @@ namespace tovra::json {
 // REQUIRES: text is valid UTF-8.
 void appendString(std::string& out, std::string_view text);
 
-// The JSON number that reads back as the same double: integers below 10^15 without an exponent,
-// others in the shortest form. REQUIRES: value is finite.
+// The JSON number that reads back as the same double. Integers below 10^15 have no exponent, others
+// the shortest form. REQUIRES: value is finite.
 [[nodiscard]] std::string numberText(double value);
 
-// Appends `value` without blanks. Numbers keep their text; of members with the same name only the
-// last is written; the members of an object are in ascending order of their names' bytes.
+// Appends `value` without blanks. Numbers keep their text. Members are written in ascending order
+// of their names' bytes; of members with the same name only the last is written.
+//
 // REQUIRES: value.exists().
 void appendCompact(std::string& out, Value value);
 
 // One change to a document, made while it is written.
 struct Edit {
-    // An array, to which `value` is appended; or an object, in which `value` becomes the member of
-    // that name, in place of any there was.
+    // An array gets `value` appended. In an object `value` becomes the member `name`, in place of
+    // any that it had.
     Value target;
-    std::string name;   // of the member; without meaning for an array
+    std::string name;   // has no meaning for an array
     std::string value;  // JSON text of any kind of value
 };
 
-// Takes a text piece by piece.
+// Is given a text piece by piece.
 using Sink = std::function<void(std::string_view)>;
 
 // Writes the whole document with `edit` made, pretty-printed: one element or member a line, two
-// blanks for each level, otherwise like appendCompact; a line feed ends it. The sink may throw.
+// blanks for each level, a line feed at the end. Otherwise like appendCompact. The sink may throw.
 void writePretty(const Document& document, const Edit& edit, const Sink& sink);
 
 }  // namespace tovra::json

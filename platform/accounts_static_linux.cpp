@@ -1,5 +1,5 @@
-// For a program without shared libraries. The C library's own search loads one for each source that
-// the system names. This one reads the files alone, and knows no accounts of a network.
+// For a program without shared libraries. The C library's own search would load one for each source
+// of accounts. This one reads /etc/passwd and /etc/group alone, and knows no accounts of a network.
 #include <grp.h>
 #include <pwd.h>
 #include <unistd.h>
@@ -14,8 +14,8 @@
 namespace tovra {
 namespace {
 
-// Shows the entries of a database one after another, until one is the right one. Gives whether any
-// was. `next` is fgetpwent_r or fgetgrent_r, `Entry` what it reads.
+// Shows the entries of a database one after another until one is the right one, and tells whether
+// one was. `next` is fgetpwent_r or fgetgrent_r, and `Entry` what it reads.
 template <typename Entry>
 bool findEntry(const char* path, int (*next)(std::FILE*, Entry*, char*, std::size_t, Entry**),
                const std::function<bool(const Entry&)>& isRight) {

@@ -6,7 +6,7 @@
 namespace tovra {
 namespace {
 
-// What a connection holds beside the total: an ordinary request is answered whatever others hold.
+// Up to so many bytes of a connection do not count, so that an ordinary request always has room.
 constexpr std::size_t kUncounted = std::size_t{16} * 1024;
 
 }  // namespace
@@ -94,7 +94,7 @@ Connections::Seat* Connections::longestWaiting(bool holdingBytes) {
     return longest;
 }
 
-// Lets the seat hold that much, if need be at the cost of others.
+// Lets the seat hold that much, and closes others for it where there is no room.
 bool Connections::makeRoom(Seat& seat, std::size_t bytes) {
     const std::size_t held = bytes > kUncounted ? bytes : 0;
     while (held > seat.held && held_ - seat.held + held > mostBytes_) {
@@ -107,7 +107,7 @@ bool Connections::makeRoom(Seat& seat, std::size_t bytes) {
     return true;
 }
 
-// One step for those who claim or close it: else its event, or its socket, could be another's.
+// Called under the lock: nobody may claim or close the connection before its event is asked for.
 void Connections::waitForClient(Seat& seat, EventQueue::Direction direction) {
     seat.waitsSince = Clock::now();
     seat.state = Seat::State::waiting;

@@ -1,9 +1,9 @@
-// The connections of a server: a bounded number of seats, a bounded number of bytes, and the one
-// rule for both. Where either runs out, the connection that has kept the server waiting longest, by
-// the time since it last took or gave a byte, is closed for the one that needs it.
+// The connections of a server. There is a seat for each, and their number is bounded; so are the
+// bytes that all hold together. Where either runs out, one rule decides: the connection that has
+// kept the server waiting longest is closed. Its wait began when it last took or gave a byte.
 //
-// A connection waits, mostly for its client, or else belongs to the one thread that works on it.
-// Nothing here allocates once the table exists. May be called from several threads.
+// A connection either belongs to the one thread that works on it, or it waits: for its client, or
+// for room. Nothing here allocates once the table exists. May be called from several threads.
 #pragma once
 
 #include <chrono>
@@ -26,7 +26,7 @@ struct Connection {
 
     Phase phase = Phase::receiving;
     Descriptor socket;
-    std::chrono::steady_clock::time_point deadline;  // it is not waited for any longer
+    std::chrono::steady_clock::time_point deadline;  // closed if it still waits then
     std::unique_ptr<Exchange> exchange;
     std::vector<char> request;  // what has been received
     std::string answer;
@@ -38,24 +38,24 @@ class Connections {
     // REQUIRES: seats > 0. The event queue outlives the table.
     Connections(std::size_t seats, std::size_t mostBytes, EventQueue& events);
 
-    // An empty connection that belongs to the caller; null while others work on all of them.
+    // An empty connection, which belongs to the caller. Null while threads work on all of them.
     [[nodiscard]] Connection* take();
-    // The connection that the event is for; it belongs to the caller from now on. Null where it has
-    // been closed since.
+    // The connection that the event with this tag is for. It belongs to the caller from now on.
+    // Null where it has been closed since.
     [[nodiscard]] Connection* claim(std::uint64_t tag);
-    // Counts what the caller's connection is about to hold for its request; small things do not
-    // count. False where there is no room, because others work on all that holds any: then the
-    // connection is the caller's no longer, and may be claimed after the next tick.
+    // Counts what the caller's connection is about to hold for its request; up to 16 KiB count as
+    // nothing. False where there is no room, because threads work on all that hold any. Then the
+    // connection is the caller's no longer, and an event for it comes after the next tick.
     [[nodiscard]] bool holdRequest(Connection& connection, std::size_t bytes);
-    // Counts what the caller's connection holds for its answer, in any case.
+    // Counts what the caller's connection holds for its answer, even where there is no room.
     void holdAnswer(Connection& connection, std::size_t bytes);
-    // The caller's connection waits, and may be claimed when it can go on. It is closed where the
-    // system has no room to wait for it.
+    // The caller's connection waits for its client, and an event comes when it can go on. It is
+    // closed where the system has no room to wait for it.
     void wait(Connection& connection, EventQueue::Direction direction);
     // Closes the caller's connection.
     void close(Connection& connection);
-    // To be called now and then. Closes all that wait and whose deadline has passed, and lets those
-    // that wait for room try again. False where there are no connections.
+    // To be called now and then. Closes all that wait beyond their deadline, and lets those that
+    // wait for room try again. False where there are no connections.
     bool tick();
 
   private:
@@ -67,7 +67,7 @@ class Connections {
         State state = State::free;
         std::uint64_t tag = 0;  // another one for each connection
         Clock::time_point waitsSince;
-        bool isForRoom = false;  // what it waits for, rather than its client
+        bool isForRoom = false;  // it waits for room, not for its client
         std::size_t held = 0;
     };
 

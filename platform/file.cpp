@@ -10,7 +10,7 @@
 namespace tovra {
 namespace {
 
-// What the system has no number for.
+// The one error that the system has no number for.
 class FileCategory : public std::error_category {
   public:
     [[nodiscard]] const char* name() const noexcept override { return "file"; }
@@ -22,7 +22,7 @@ std::error_code notRegular() {
     return {1, category};
 }
 
-// Why the file is not one to be read; no error where it is.
+// Why the file is not read; no error where it can be.
 std::error_code problemWith(const struct stat& status, std::size_t longest) {
     if (S_ISDIR(status.st_mode)) return std::make_error_code(std::errc::is_a_directory);
     if (!S_ISREG(status.st_mode)) return notRegular();
@@ -37,7 +37,7 @@ std::error_code problemWith(const struct stat& status, std::size_t longest) {
 std::optional<OpenFile> openFile(const std::filesystem::path& path, std::size_t longest,
                                  std::error_code& error, FileSystem& system) {
     OpenFile file{Descriptor(system, system.openFile(path, error))};
-    // That is what a socket says.
+    // This is the system's error for a socket.
     if (error == std::errc::no_such_device_or_address) error = notRegular();
     if (!error) error = system.status(file.descriptor.get(), file.status);
     if (!error) error = problemWith(file.status, longest);
@@ -51,8 +51,9 @@ std::size_t readAt(const Descriptor& file, char* into, std::size_t room, std::si
     return file.system().read(file.get(), into, room, offset, error);
 }
 
-// A file that shrinks meanwhile is taken as long as it still is, one that grows as long as it was:
-// either is somebody's half-done write, which does not parse or is read anew.
+// A file may shrink or grow while it is read: somebody is writing it. Then there are fewer bytes,
+// or as many as there were at first. Such a text does not parse, or the save finds that it has
+// changed.
 std::optional<FileVersion> readFileVersion(FileSystem& system, const std::filesystem::path& path,
                                            std::size_t longest, std::error_code& error) {
     auto file = openFile(path, longest, error, system);

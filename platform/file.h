@@ -58,9 +58,8 @@ struct OpenFile {
     [[nodiscard]] std::size_t size() const { return static_cast<std::size_t>(status.st_size); }
 };
 
-// Opens the regular file at `path`. Nothing comes back when it does not exist, cannot be opened, is
-// a folder (EISDIR) or something else than a regular file, or is longer than `longest` bytes
-// (EFBIG).
+// Opens the regular file at `path`. Nothing comes back where it cannot be opened, or is no regular
+// file (EISDIR for a folder). Nor where it is longer than `longest` bytes (EFBIG).
 [[nodiscard]] std::optional<OpenFile> openFile(const std::filesystem::path& path,
                                                std::size_t longest, std::error_code& error,
                                                FileSystem& system = FileSystem::system());
@@ -70,8 +69,8 @@ struct OpenFile {
 [[nodiscard]] std::size_t readAt(const Descriptor& file, char* into, std::size_t room,
                                  std::size_t offset, std::error_code& error);
 
-// A file as it was read once. The file stays open: as long as it does, no other file can take its
-// inode, so the inode tells whether a path still leads to it.
+// A file as it was read once. It stays open, so that no other file can take its inode. The inode
+// therefore tells whether a path still leads to this file.
 struct FileVersion {
     OpenFile file;
     json::Block<char> bytes;
@@ -90,7 +89,8 @@ struct FileVersion {
 // Whether the open file holds at this moment exactly what was read.
 [[nodiscard]] bool isAsRead(const FileVersion& version);
 
-// The path for people to read. A message has to be valid UTF-8, a path need not be.
+// The path for people to read, in valid UTF-8. A path that is not loses its bytes beyond ASCII to
+// question marks.
 [[nodiscard]] std::string readablePath(const std::filesystem::path& path);
 
 }  // namespace tovra

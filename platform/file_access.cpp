@@ -42,7 +42,7 @@ bool isForGroups(const AccessEntry& entry) {
     return entry.kind == Kind::group || entry.kind == Kind::otherGroup;
 }
 
-// Takes the mask off the list, by leaving each entry the rights that it lets through.
+// Takes the mask off the list: each entry keeps the rights that the mask lets through.
 void applyMask(AccessList& list) {
     const AccessEntry* mask = find(list, Kind::mask);
     if (mask == nullptr) return;
@@ -53,7 +53,7 @@ void applyMask(AccessList& list) {
     std::erase_if(list, [](const AccessEntry& entry) { return entry.kind == Kind::mask; });
 }
 
-// A list with more than the three digits of a mode needs a mask, and its entries in order.
+// A list of more than owner, group and others needs a mask, and its entries in order.
 void complete(AccessList& list) {
     if (list.size() <= 3) return;
     AccessEntry mask{Kind::mask, 0, find(list, Kind::owner)->id};
@@ -82,8 +82,8 @@ unsigned rightsOf(uid_t user, gid_t group, const AccessList& list) {
     return isMember ? asMember : others;
 }
 
-// The list of a file that changes hands. The new owner may do what it may do now; the old one and
-// the old group are named where they need it.
+// The list of a file that changes hands. The new owner may do what it could do before. The old
+// owner and the old group get an entry of their own where they need one.
 class Handover {
   public:
     Handover(const struct stat& before, const struct stat& after, AccessList list)
@@ -96,7 +96,7 @@ class Handover {
         if (before_.st_gid == after_.st_gid) return true;
         AccessEntry& group = *find(list_, Kind::group);
         const std::uint16_t others = find(list_, Kind::others)->rights;
-        // Members of the new group have been others so far, or had the rights of another entry.
+        // So far others, or other entries, said what members of the new group may do.
         for (const AccessEntry& entry : list_) {
             if (isForGroups(entry) && !include(entry.rights, others)) return false;
         }
@@ -109,7 +109,7 @@ class Handover {
         if (before_.st_uid == after_.st_uid) return;
         AccessEntry& owner = *find(list_, Kind::owner);
         const std::uint16_t rights = std::exchange(owner.rights, kRead | (mayWrite ? kWrite : 0));
-        constexpr uid_t kSuperuser = 0;  // is let in anyway
+        constexpr uid_t kSuperuser = 0;  // is let in by every file
         if (before_.st_uid == kSuperuser) return;
         if (!include(rightsOf(before_.st_uid, after_.st_gid, list_), rights)) {
             name(Kind::user, before_.st_uid, rights);
@@ -154,7 +154,7 @@ class Keeper {
     }
 
   private:
-    // As far as this process may.
+    // Keeps owner and group, or the group alone, as far as this process may.
     std::error_code keepOwner() {
         const struct stat& before = original_.status;
         const auto fits = [&] {
@@ -189,7 +189,7 @@ class Keeper {
         return {keepMode(modeOfList(wanted)), {}};
     }
 
-    // A mode that fits is not set: some file systems know no chmod.
+    // A mode that fits is not set, since some file systems know no chmod.
     std::error_code keepMode(mode_t mode) {
         const std::error_code error = system_.status(file_, after_);
         if (error || (after_.st_mode & 07777) == mode) return error;

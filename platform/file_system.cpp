@@ -61,7 +61,7 @@ int FileSystem::createExclusively(Path path, Error& error) {
     return uninterrupted([&] { return ::open(path.c_str(), kFlags, S_IRUSR | S_IWUSR); }, error);
 }
 
-// Not again where a signal interrupts it: the descriptor may be somebody else's by then.
+// Not repeated where a signal interrupts it: the number may be another descriptor's by then.
 std::error_code FileSystem::close(int file) { return errorOf(::close(file)); }
 
 std::error_code FileSystem::status(int file, struct stat& status) {

@@ -1,9 +1,8 @@
-// Every call that a save makes to the system, the looks and the lock included, one method each, so
-// that a test can stand in for all of them.
+// Every call that a save makes to the system, one method each. A test can stand in for all of them.
 //
-// A method that returns an error code, or sets the one it is given, clears it on success and gives
-// the system's reason on failure. A call that a signal interrupts is made again. May be called from
-// several threads.
+// An error code that a method returns or sets is empty on success, and the system's reason on
+// failure. A call that a signal interrupts is made again, except close. May be called from several
+// threads.
 #pragma once
 
 #include <sys/stat.h>
@@ -21,8 +20,8 @@
 
 namespace tovra {
 
-// Who may do what with a file, beyond its mode: a POSIX access control list. The kinds have the
-// numbers of the system's own form.
+// One entry of a POSIX access control list: who may do what with a file, beyond its mode. The kinds
+// have the numbers that Linux stores.
 struct AccessEntry {
     enum Kind : std::uint16_t {
         owner = 1,
@@ -54,23 +53,23 @@ class FileSystem {
     // The system itself.
     [[nodiscard]] static FileSystem& system();
 
-    // Each gives a descriptor, negative on failure. The new files have mode 0600.
+    // Each of the four gives a descriptor, negative on failure. The new files have mode 0600.
     virtual int openFile(Path path, Error& error);
     virtual int openFolder(Path path, Error& error);
-    // A file in that folder that has no name yet; an error where the system knows none.
+    // A file without a name in that folder; an error where the system knows no such files.
     virtual int createUnnamed(Path folder, Error& error);
     virtual int createExclusively(Path path, Error& error);
     virtual Error close(int file);
 
     virtual Error status(int file, struct stat& status);
-    // The status of what the path names itself, a link too.
+    // The status of what the path itself names; a link is not followed.
     virtual Error look(Path path, struct stat& status);
     virtual std::filesystem::path linkTarget(Path path, Error& error);
     virtual std::vector<std::string> namesIn(Path folder, Error& error);
     // Whether this process may write to the file.
     virtual Error mayWrite(Path path);
 
-    // Locks a folder that is open; EWOULDBLOCK where somebody else has it locked.
+    // Locks an open folder, without waiting; EWOULDBLOCK where somebody else has it locked.
     virtual Error lock(int folder);
     virtual std::size_t read(int file, char* into, std::size_t room, std::size_t offset,
                              Error& error);
@@ -83,14 +82,14 @@ class FileSystem {
 
     virtual Error changeOwner(int file, uid_t owner, gid_t group);
     virtual Error changeMode(int file, mode_t mode);
-    // Extended attributes; on macOS the access control list too. What the system keeps for itself
-    // and what the other file cannot carry is left out.
+    // Copies extended attributes, on macOS the access control list too. What the system keeps for
+    // itself is left out, and what the other file cannot carry.
     virtual Error copyAttributes(int from, int to);
     // Empty where the mode says everything; ENOTSUP where there are no such lists.
     virtual AccessList accessList(int file, Error& error);
     virtual Error setAccessList(int file, const AccessList& list);
 
-    // Gives a name to a file without one, unless that exists (EEXIST).
+    // Gives the name to a file without one, unless the name is taken (EEXIST).
     virtual Error link(int file, Path path);
     virtual Error rename(Path from, Path to);
     // Renames unless `to` exists (EEXIST).

@@ -13,16 +13,16 @@ namespace tovra {
 namespace {
 
 constexpr const char* kAccessListName = "system.posix_acl_access";
-// What comes before the entries of an access control list: the number of its form.
+// The number that stands before the entries of an access control list and tells their form.
 constexpr std::uint32_t kAccessListForm = 2;
 
-// By number, since not every C library has the call.
+// Called by its number, since not every C library has a function for it.
 int rename2(const std::filesystem::path& from, const std::filesystem::path& to, unsigned flags) {
     return static_cast<int>(
         ::syscall(SYS_renameat2, AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), flags));
 }
 
-// Calls `read` with no room, to learn the size, and with room for that.
+// Calls `read` without room, to learn the size, then with room for that size.
 template <typename Read>
 std::string readSized(const Read& read, std::error_code& error) {
     std::string bytes;
@@ -53,12 +53,13 @@ std::vector<std::string> attributeNames(int file, std::error_code& error) {
     return names;
 }
 
-// Whether the attribute goes with the bytes or is set in another way.
+// Whether the attribute belongs to the bytes, or is set in another way.
 bool isNotForCopying(std::string_view name) {
     return name == kAccessListName || name == "security.ima" || name == "security.evm";
 }
 
-// Whether the attribute may stay behind for that reason. Those of the system say who has access.
+// Whether an attribute that could not be set for that reason may be left out. Those of the system
+// may not: they say who has access.
 bool mayStayBehind(std::string_view name, const std::error_code& error) {
     return !name.starts_with("system.") &&
            (error == std::errc::not_supported || error == std::errc::operation_not_permitted ||
@@ -131,7 +132,7 @@ std::error_code FileSystem::renameExclusively(Path from, Path to) {
         return error;
     }
     if (::link(from.c_str(), to.c_str()) != 0) return errorOf(-1);
-    ::unlink(from.c_str());  // a second name is no harm
+    ::unlink(from.c_str());  // a second name does no harm
     return {};
 }
 

@@ -13,13 +13,13 @@ namespace {
 
 std::error_code notSupported() { return std::make_error_code(std::errc::not_supported); }
 
-// Two different numbers here.
+// On macOS these are two different numbers.
 bool isUnsupported(const std::error_code& error) {
     return error == std::errc::not_supported || error == std::errc::operation_not_supported;
 }
 
-// Sets the list of the one file as that of the other, an empty one where it has none: the new file
-// may have inherited entries from its folder.
+// Copies the access control list. Where there is none an empty one is set, since the new file may
+// have inherited entries from its folder.
 std::error_code copyAccessList(int from, int to) {
     acl_t list = ::acl_get_fd_np(from, ACL_TYPE_EXTENDED);
     if (list == nullptr && errno != ENOENT) {
@@ -39,14 +39,14 @@ int FileSystem::createUnnamed(Path /*folder*/, Error& error) {
 }
 
 std::error_code FileSystem::synchronise(int file) {
-    // fsync leaves the bytes in the drive's own cache. It is the next best where a file system does
-    // not know the full form; any other failure is one.
+    // fsync leaves the bytes in the drive's own cache. It is used only where the file system does
+    // not know the full form.
     if (::fcntl(file, F_FULLFSYNC) == 0) return {};
     if (errno != ENOTSUP && errno != EOPNOTSUPP && errno != ENOTTY) return errorOf(-1);
     return errorOf(::fsync(file));
 }
 
-// The full form writes out the whole volume's changes.
+// On macOS the full form writes out the changes of the whole volume.
 std::error_code FileSystem::synchroniseAll(int file) { return synchronise(file); }
 
 std::error_code FileSystem::copyAttributes(int from, int to) {

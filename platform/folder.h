@@ -1,5 +1,5 @@
-// The folder of a file that is to be replaced: locked, and made where it is missing. May be used by
-// several threads, each with an object of its own.
+// The folder of a file that is to be replaced: locked, and made where it is missing. Several
+// threads may each use an object of their own.
 #pragma once
 
 #include <filesystem>
@@ -13,16 +13,16 @@
 
 namespace tovra {
 
-// A folder that exists, with an exclusive lock among the programs that ask for it, until it is
-// destroyed. The folder carries the lock because one on the file itself ends when the file is
-// replaced, and because this way nothing is left behind.
+// A folder that exists. Until this is destroyed it is locked against other programs that ask for
+// the same lock. A lock on the file itself would end when the file is replaced, and a lock file
+// would be left behind.
 //
-// The lock spares work and is no need: there is none where the file system has no locks, where the
-// folder may not be read, and where somebody else keeps it.
+// A save is right without the lock, which only spares it from being done again. There is none where
+// the file system has no locks, the folder may not be read, or somebody else keeps it.
 class Folder {
   public:
     // Waits while another program has the lock and `mayWait` allows it. Nothing comes back where
-    // the folder does not exist or cannot be opened for another reason than its mode.
+    // the folder does not exist or cannot be opened. A folder that may not be read is no failure.
     static std::optional<Folder> open(FileSystem& system, const std::filesystem::path& path,
                                       const std::function<bool()>& mayWait, std::error_code& error);
 
@@ -39,7 +39,7 @@ class Folder {
     bool isLocked_ = false;
 };
 
-// Folders that are made for a file, and go again with this unless they are kept.
+// Folders that are made for a file. They are removed with this object unless they are kept.
 class NewFolders {
   public:
     explicit NewFolders(FileSystem& system) : system_(system) {}

@@ -11,10 +11,10 @@
 namespace tovra {
 namespace {
 
-// A buffer that a long line has left larger than this is given back.
+// A buffer that a long line has made larger than this is freed.
 constexpr std::size_t kKeptSize = 1024 * 1024;
 
-// Waits until a descriptor that was set not to block (a host may have done so) can go on.
+// A host may have set the descriptor not to block. Waits until it can go on.
 void waitFor(int descriptor, short event) {
     constexpr int kMilliseconds = 20;
     pollfd waiting{descriptor, event, 0};
@@ -51,7 +51,7 @@ std::optional<std::string_view> LineReader::next() {
     return line_;
 }
 
-// Where there is no memory for it, nothing of the line is kept: the next one needs the room.
+// Where there is no memory for the line, what was read of it is freed for the next one.
 void LineReader::keep(std::string_view piece) {
     try {
         if (!isTooLong_) line_ += piece;

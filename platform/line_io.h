@@ -15,10 +15,10 @@ class LineReader {
   public:
     explicit LineReader(int descriptor) : descriptor_(descriptor) {}
 
-    // The next line without its line feed and without a carriage return directly before that; also
-    // the last one that no line feed ends. A line that there is no memory for is passed over.
-    // Nothing at the end of the input or when reading fails, and ever after. The view is valid
-    // until the next call.
+    // The next line, without its line feed and a carriage return directly before that. The last
+    // line need not end with a line feed. A line that there is no memory for is passed over.
+    // Nothing comes back at the end of the input or when reading fails, and ever after. The view
+    // is valid until the next call.
     std::optional<std::string_view> next();
 
   private:
@@ -28,15 +28,14 @@ class LineReader {
 
     int descriptor_;
     bool hasEnded_ = false;
-    bool isTooLong_ = false;  // the current line, for the memory that there is
-    std::string line_;        // what was read of the current line before what `read_` holds
+    bool isTooLong_ = false;  // there was no memory for the current line
+    std::string line_;        // the current line as far as `read_` does not hold it
     std::size_t begin_ = 0;   // where in `read_` the next line begins
     std::size_t end_ = 0;     // how much `read_` holds
     std::array<char, std::size_t{16} * 1024> read_{};
 };
 
-// Writes all of `bytes`, however the system cuts it up. Gives the system's reason where it cannot
-// be written.
+// Writes all of `bytes`, in as many writes as it takes. Gives the system's reason where that fails.
 [[nodiscard]] std::error_code writeAll(int descriptor, std::string_view bytes);
 
 }  // namespace tovra

@@ -1,5 +1,5 @@
-// Built on localtime_r alone. mktime is no help: its failure, -1, is also an instant. And it
-// guesses whether daylight-saving time is in force, wrongly where midnight happens twice.
+// Built on localtime_r alone. The failure of mktime, -1, is also an instant. And mktime guesses
+// whether daylight-saving time is in force, wrongly where midnight happens twice.
 #include "platform/local_clock.h"
 
 #include <time.h>

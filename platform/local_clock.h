@@ -2,8 +2,8 @@
 // rules are those of the machine's time zone (TZ, or the system's) in force at each call. May be
 // called from several threads as long as none of them changes the environment.
 //
-// Instants are whole seconds since 1970-01-01T00:00:00Z; local time is counted in the same way, as
-// if the local clock stood in UTC. Days are counted from 1970-01-01, in the proleptic Gregorian
+// Instants are whole seconds since 1970-01-01T00:00:00Z. Local time is counted in the same way, as
+// if the local clock showed UTC. Days are counted from 1970-01-01, in the proleptic Gregorian
 // calendar.
 #pragma once
 
@@ -18,8 +18,8 @@ inline constexpr std::int64_t kSecondsPerDay = 86400;
 inline constexpr std::int64_t kFirstDay = -719162;
 inline constexpr std::int64_t kLastDay = 2932897;
 
-// Reads the time zone in force now, for the functions below. It has to have been read once before
-// descriptors can run out: the C library never tries again to read a zone that it has failed to.
+// Reads the time zone in force now, for the functions below. Call it once before descriptors can
+// run out: the C library never reads a zone again that it has failed to read.
 void readTimeZone();
 
 // How far the local clock is ahead of UTC at the instant, in seconds; nothing beyond the years that
@@ -32,8 +32,9 @@ void readTimeZone();
 [[nodiscard]] std::int64_t startOfLocalDay(std::int64_t day);
 
 // An instant at which the local clock shows `localTime`. Of two such instants it is the one with
-// the offset `preferredOffset`, if either has it, else the first; where the clock skips that time,
-// it shows a time later by the length of the gap. Nothing beyond what the C library can express.
+// the offset `preferredOffset`, if either has it, else the first. Where the clock skips that time,
+// it is the instant that shows a time later by the length of the gap. Nothing comes back beyond
+// what the C library can express.
 [[nodiscard]] std::optional<std::int64_t> instantOfLocalTime(std::int64_t localTime,
                                                              std::int64_t preferredOffset);
 

@@ -30,7 +30,8 @@ bool awaitReader(int descriptor) {
     }
 }
 
-// In pieces that do not wait once the reader is ready: a write that waits could not be ended.
+// Written in pieces of PIPE_BUF bytes, which a ready pipe takes at once. A write that waits for the
+// reader could not be broken off.
 std::error_code writeToReader(int descriptor, std::string_view bytes) {
     constexpr int kPause = 50;
     while (!bytes.empty()) {

@@ -12,8 +12,8 @@ namespace tovra {
 // Waits until the descriptor takes PIPE_BUF bytes at once. False when nobody reads any more.
 [[nodiscard]] bool awaitReader(int descriptor);
 
-// Writes all of `bytes`. Gives the system's reason where it cannot be written (EPIPE: nobody reads
-// any more), and EINTR where the reader lets the writing wait while an end signal is held back.
+// Writes all of `bytes`. Gives the system's reason where that fails, EPIPE where nobody reads any
+// more. Gives EINTR where the reader is not ready while an end signal is held back.
 [[nodiscard]] std::error_code writeToReader(int descriptor, std::string_view bytes);
 
 }  // namespace tovra

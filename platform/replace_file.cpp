@@ -37,8 +37,7 @@ bool isSameFile(FileSystem& system, const fs::path& path, const struct stat& fil
     return !system.look(path, found) && isSameFile(found, file);
 }
 
-// Whether the path still leads to the file that was read, and nobody has changed that since, as far
-// as a look from outside tells.
+// Whether the path still leads to the file that was read, with the same size and times.
 bool isUnchanged(FileSystem& system, const fs::path& path, const FileVersion& version) {
     struct stat found {};
     if (system.look(path, found) || !isSameFile(found, version.file.status)) return false;
@@ -56,7 +55,7 @@ bool isUnsupported(const std::error_code& error) {
            error == std::errc::not_supported || error == std::errc::operation_not_supported;
 }
 
-// Only under the lock is it certain that nobody is writing them.
+// Only the lock makes sure that nobody is writing one of them.
 void removeUnfinished(FileSystem& system, const Folder& folder) {
     if (!folder.isLocked()) return;
     std::error_code error;
@@ -67,7 +66,7 @@ void removeUnfinished(FileSystem& system, const Folder& folder) {
 
 enum class Naming { atLast, atOnce };
 
-// The new file. Where it has a name in the end, that is removed with this.
+// The new file. A name that it still has is removed with this object.
 class NewFile {
   public:
     NewFile(FileSystem& system, const Folder& folder, Naming naming)
@@ -105,7 +104,7 @@ class NewFile {
         check(system_.status(file_.get(), status_));
     }
 
-    // Takes the name `target`, unless that exists (EEXIST).
+    // Takes the name `target`, unless that is taken (EEXIST).
     std::error_code takeName(const fs::path& target) {
         if (path_.empty()) return system_.link(file_.get(), target);
         const std::error_code error = system_.renameExclusively(path_, target);
@@ -113,7 +112,7 @@ class NewFile {
         return error;
     }
 
-    // Takes the name of a file that takes part in an exchange.
+    // Takes a name that ends in ".kept", before an exchange.
     std::error_code takeKeptName() {
         const fs::path kept = freshPath(kExchanged);
         const std::error_code error =
@@ -122,14 +121,14 @@ class NewFile {
         return error;
     }
 
-    // False where something lies there and stays. What another program has removed does not.
+    // False where the file stays. One that another program has removed is gone as well.
     bool remove() {
         if (path_.empty()) return true;
         const std::error_code error = system_.remove(std::exchange(path_, {}));
         return !error || error == std::errc::no_such_file_or_directory;
     }
 
-    // The name is no longer ours to remove.
+    // What has the name now is not this object's to remove.
     void forget() { path_.clear(); }
 
     [[nodiscard]] bool isNamed() const { return !path_.empty(); }
@@ -161,7 +160,7 @@ class Attempt {
           content_(content),
           fresh_(system, folder, naming) {}
 
-    // Nothing comes back where a file without a name cannot get one.
+    // Nothing comes back where the system cannot name a file that was made without a name.
     std::optional<Replacement> make() try {
         content_.writeBytes([&](std::string_view bytes) { fresh_.write(bytes); });
         if (content_.before != nullptr) {
@@ -187,7 +186,7 @@ class Attempt {
         std::error_code error = fresh_.takeName(target_);
         if (error == std::errc::file_exists) return Replacement::changed;
         if (error && !isNamed) return std::nullopt;
-        // Where that is not possible, a last look has to do.
+        // A file system without exclusive renaming: a last look has to do.
         if (isUnsupported(error) || error == std::errc::operation_not_permitted) {
             struct stat found {};
             if (!system_.look(target_, found)) return Replacement::changed;
@@ -209,7 +208,7 @@ class Attempt {
         return !error || error == std::errc::no_such_file_or_directory;
     }
 
-    // Exchanges the two files in one step and only then looks at what was replaced: no other writer
+    // Exchanges the two files in one step, and only then looks at what came out. So no other writer
     // can slip in unseen.
     std::optional<Replacement> replace() {
         const FileVersion& before = *content_.before;
@@ -231,8 +230,8 @@ class Attempt {
         throw ReplaceError(error);
     }
 
-    // For file systems that cannot exchange two files: the last look at the target comes before the
-    // renaming, and what happens in between is not seen. There is no way back either.
+    // For file systems that cannot exchange two files. What happens between the last look and the
+    // renaming is not seen, and there is no way back.
     Replacement renameOver(const FileVersion& before) {
         if (!isSameFile(system_, target_, before.file.status) || !isAsRead(before)) {
             return Replacement::changed;
@@ -244,13 +243,13 @@ class Attempt {
         return Replacement::done;
     }
 
-    // Puts back what an exchange brought out, a version newer than the one that was read. Should
-    // yet another version come out in place of what the exchange before put in, that one is newer
-    // still.
+    // Puts back what the exchange brought out: another program's version, newer than the one that
+    // was read. That is an exchange too. It may bring out something else than the one before put
+    // in: a version newer still, which goes back in turn.
     void putBack() {
         constexpr int kMostTries = 16;
         struct stat putIn = fresh_.status();
-        Descriptor held;  // keeps the inode of what was put in from becoming another file's
+        Descriptor held;  // so that no other file gets the inode of what was put in
         for (int i = 0; i < kMostTries; ++i) {
             struct stat out {};
             std::error_code error = system_.look(fresh_.path(), out);
@@ -264,7 +263,7 @@ class Attempt {
                 continue;
             }
             if (error != std::errc::no_such_file_or_directory) leaveBehind(error.message());
-            // Somebody removed what was put in: what came out is all there is, and goes back.
+            // Somebody has removed what was put in. What came out goes back to the free name.
             const std::error_code again = system_.renameExclusively(fresh_.path(), target_);
             if (!again) return fresh_.forget();
             if (again != std::errc::file_exists) leaveBehind(again.message());
@@ -272,7 +271,7 @@ class Attempt {
         leaveBehind("other programs keep changing it");
     }
 
-    // What is there is not ours: better left behind than lost.
+    // The file at that path is another program's: better left behind than lost.
     [[noreturn]] void leaveBehind(const std::string& reason) {
         const std::string kept = readablePath(fresh_.path());
         fresh_.forget();

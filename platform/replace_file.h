@@ -1,5 +1,5 @@
-// Replacing a file without ever losing a byte: neither of the file that is replaced, nor of a
-// version that another program puts in its place at the same moment.
+// Replacing a file without ever losing a byte. A version that another program puts in its place at
+// the same moment is not lost either.
 #pragma once
 
 #include <filesystem>
@@ -21,7 +21,7 @@ class ReplaceError : public std::runtime_error {
     // What the attempt has left.
     enum class Left {
         nothing,  // everything is as it was
-        remains,  // the file is as it was, or as another program left it; something lies beside it
+        remains,  // the file was not replaced, but a temporary file or a new folder stays
         unknown,  // the file may be the new one
     };
 
@@ -49,27 +49,28 @@ struct NewContent {
     const std::filesystem::path& target;  // no symbolic link
     const FileVersion* before;            // the version that was read; null where there was no file
     const WriteBytes& writeBytes;         // called once or twice
-    const std::function<void()>& beforeReplacing;  // called last, may throw to stop everything
+    const std::function<void()>& beforeReplacing;  // called before the exchange; may throw
 };
 
-// Puts what is written in the place of the file at the target, which is in `folder`. The new file
-// gets what keepAccess gives it, mode 0600 where there was none. The bytes are on the disk before
-// they take the name, and whatever another program has put there meanwhile keeps it.
+// Puts a new file in the place of the one at the target, which is in `folder`. The new file gets
+// what keepAccess() gives it, or mode 0600 where there was no file. Its bytes are on the disk
+// before it takes the target's name. A version that another program puts there meanwhile stays.
 //
-// Until then the new file has no name where the system allows that. Elsewhere it lies in the folder
-// as ".tovra-<letters>.tmp", and what a process that was killed has left under such a name is
-// removed by the next one that has the folder's lock. A file called ".tovra-<letters>.kept" took
-// part in an exchange and may be the only copy of something: nobody removes it but who made it.
+// Until then the new file has no name, where the system allows that. Elsewhere it is called
+// ".tovra-<letters>.tmp". A process that is killed leaves it behind, and the next one that has the
+// folder's lock removes it. For the exchange it is called ".tovra-<letters>.kept". Such a file may
+// be the only copy of something, so only the process that made it removes it.
 //
-// Throws ReplaceError when that fails, and whatever the two functions throw. Then, unless the error
-// says otherwise, and after `changed`, the target is as it was and nothing lies beside it.
+// Throws ReplaceError when that fails, and whatever the two functions throw. After an exception,
+// and after `changed`, the target is as it was and nothing lies beside it, unless left() says
+// otherwise.
 [[nodiscard]] Replacement replaceFile(FileSystem& system, const Folder& folder,
                                       const NewContent& content);
 
-// What a file of that name, in the folder of the target, is to a save.
+// What a save takes a file of that name beside the target for.
 enum class Leftover {
     none,
-    unfinished,  // ".tmp" above: never whole, of no use
+    unfinished,  // ".tmp" above: of no use
     kept,        // ".kept" above: may be the only copy of something
 };
 [[nodiscard]] Leftover leftoverOf(std::string_view name);

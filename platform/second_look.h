@@ -7,8 +7,8 @@
 
 namespace tovra {
 
-// Calls `look` until `isSettled` is true of what it gives, five times within a quarter of a second
-// at most, and returns what it gave last.
+// Calls `look` until `isSettled` is true of what it gives, and returns what it gave last. That is
+// at most five times, with pauses of 0.2 seconds together.
 template <typename Look, typename IsSettled>
 auto lookUntil(FileSystem& system, const IsSettled& isSettled, const Look& look) {
     constexpr int kMostLooks = 5;

@@ -6,7 +6,7 @@
 namespace tovra {
 namespace {
 
-// As many stay when there is less to do: to start one costs more than a short request.
+// So many stay when there is less to do, since a start costs more than a short request.
 constexpr std::size_t kMostIdle = 2;
 
 }  // namespace

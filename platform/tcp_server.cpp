@@ -32,7 +32,7 @@ using Phase = Connection::Phase;
 constexpr std::size_t kChunkSize = std::size_t{64} * 1024;
 constexpr std::size_t kSmallRequest = std::size_t{4} * 1024;
 
-// Events that are no connection's.
+// The tags of events that belong to no connection.
 constexpr std::uint64_t kTick = std::numeric_limits<std::uint64_t>::max();
 constexpr std::uint64_t kAccept = kTick - 1;
 constexpr std::uint64_t kStop = kTick - 2;
@@ -48,7 +48,7 @@ Descriptor listenOn(std::uint16_t port) {
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    // The address may be in use by connections that are still fading away, not by a listener.
+    // Old connections that the system still remembers may use the address; a listener may not.
     const int reuse = 1;
     const int socket = listener.get();
     if (::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse) != 0 ||
@@ -59,8 +59,8 @@ Descriptor listenOn(std::uint16_t port) {
     return listener;
 }
 
-// How many connections may be open at once, so that there are always descriptors left for what the
-// answers need: files, locks, the time zone. A low limit of the process is raised first.
+// How many connections may be open at once. Answers need descriptors too, for files, locks and the
+// time zone. A low limit of the process is raised first.
 std::size_t seatsFor(std::size_t wanted) {
     constexpr rlim_t kOthers = 64;
     constexpr rlim_t kEnough = 1024;
@@ -118,7 +118,7 @@ class TcpServer::Implementation {
     bool serveOnce() {
         const std::uint64_t event = events_.next();
         if (stopped_) {
-            // For the next thread that waits.
+            // Wakes the next thread that waits.
             std::ignore = events_.tellWhen(stopOut_, Direction::in, kStop);
             return false;
         }
@@ -132,8 +132,8 @@ class TcpServer::Implementation {
         return true;
     }
 
-    // Time is looked at now and then: to keep a clock for each connection would cost more than all
-    // the rest of a short request.
+    // One clock for all connections: a clock for each would cost more than all the rest of a short
+    // request.
     void startTicking() {
         if (!ticking_.exchange(true)) events_.tellAfter(limits_.tick, kTick);
     }
@@ -146,8 +146,8 @@ class TcpServer::Implementation {
 
     void acceptNext() { std::ignore = events_.tellWhen(listener_, Direction::in, kAccept); }
 
-    // What keeps a connection from being accepted needs time to pass: others work on all seats, or
-    // descriptors have run out.
+    // Accepting goes on at the next tick. Threads work on all connections, or descriptors have run
+    // out, and both need time to pass.
     void pauseAccepting() {
         acceptPaused_ = true;
         startTicking();
@@ -157,7 +157,7 @@ class TcpServer::Implementation {
         Connection* connection = connections_.take();
         if (connection == nullptr) return pauseAccepting();
         const int socket = ::accept(listener_.get(), nullptr, nullptr);
-        // The client may also have gone already.
+        // A client that has gone already is no reason to pause.
         socket >= 0 || wouldWait() || errno == ECONNABORTED ? acceptNext() : pauseAccepting();
         if (socket < 0) return connections_.close(*connection);
         startTicking();
@@ -201,9 +201,8 @@ class TcpServer::Implementation {
         return {connection.request.data(), connection.request.size()};
     }
 
-    // How many bytes of the request there is room for, taken in doubling steps up to its size and
-    // never at once for what is only announced. Zero where the connection goes on later or not at
-    // all.
+    // How many more bytes of the request there is room for. Room grows in doubling steps, since a
+    // client may announce more than it sends. 0 where the connection goes on later or is closed.
     std::size_t roomToReceive(Connection& connection) {
         std::vector<char>& request = connection.request;
         if (request.size() == request.capacity()) {
@@ -237,7 +236,7 @@ class TcpServer::Implementation {
         send(connection);
     }
 
-    // An answer is usually gone at once; a long one waits for its client to take the rest.
+    // A short answer is gone at once. A long one waits until its client takes the rest.
     void send(Connection& connection) {
         const std::string& answer = connection.answer;
         while (connection.sent < answer.size()) {
@@ -253,7 +252,7 @@ class TcpServer::Implementation {
         finish(connection);
     }
 
-    // Closing now would cut the answer off where bytes of the client are still unread.
+    // Closing while bytes of the client are unread would cut the answer off.
     void finish(Connection& connection) {
         std::string().swap(connection.answer);
         connections_.holdAnswer(connection, 0);
@@ -278,7 +277,7 @@ class TcpServer::Implementation {
     std::atomic<bool> stopped_ = false;
     std::atomic<bool> ticking_ = false;
     std::atomic<bool> acceptPaused_ = false;
-    Descriptor stopOut_;  // what is read from and written to when the server stops
+    Descriptor stopOut_;  // a pipe: a byte in it wakes the threads when the server stops
     Descriptor stopIn_;
     EventQueue events_;
     Descriptor listener_;

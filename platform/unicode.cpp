@@ -35,7 +35,7 @@ std::string mapUnicode(std::string_view text, Mapping mapping) {
     icu::StringByteSink<std::string> sink(&mapped, static_cast<std::int32_t>(text.size()));
     UErrorCode error = U_ZERO_ERROR;
     mapping(icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())), sink, error);
-    // There is nothing else to go wrong, and half a text must not pass for the whole.
+    // Nothing else can go wrong here. Half a text must not pass for the whole.
     if (U_FAILURE(error)) throw std::bad_alloc();
     return mapped;
 }

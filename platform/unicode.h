@@ -1,8 +1,8 @@
 // The letter case of Unicode text in UTF-8.
 //
-// Every mapping is the full one of the Unicode Character Database for the root locale: it may
-// change a text's length, and no setting of the user's changes it. For want of memory it throws
-// std::bad_alloc. All functions may be called from several threads.
+// Every mapping is the full one of the Unicode Character Database for the root locale. It may
+// change a text's length, and no setting of the user changes it. Throws std::bad_alloc where memory
+// is short. All functions may be called from several threads.
 #pragma once
 
 #include <string>

@@ -1,5 +1,5 @@
 // Where the operating system keeps a user's application data and another application's
-// preferences. Both are looked up afresh at each call and may be called from several threads, as
+// preferences. Both are looked up afresh at each call. Several threads may call these functions, as
 // long as none of them changes the environment.
 #pragma once
 
@@ -22,9 +22,9 @@ struct Preference {
 };
 
 // The string that the user's preferences hold under `key` in the domain of another application. On
-// macOS the domain is the system's own, which has no problems; elsewhere it is the JSON object in
-// $XDG_CONFIG_HOME/<domain>/preferences.json (~/.config in place of the variable). That file may be
-// half-written: where it is unusable, it is read again for a quarter of a second.
+// macOS the system keeps them, and reports no problem. Elsewhere they are the JSON object in
+// $XDG_CONFIG_HOME/<domain>/preferences.json, or below ~/.config without the variable. That file
+// may be half-written: where it is unusable, it is read again for a quarter of a second.
 [[nodiscard]] Preference preference(const std::string& domain, const std::string& key);
 
 // The user's home directory: $HOME, or what the password database says where that is unset or

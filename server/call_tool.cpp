@@ -12,8 +12,8 @@
 namespace tovra {
 namespace {
 
-// A place among the reports that run at once. More of them would not be done sooner, and each holds
-// a whole document. Recordings stand in a line of their own.
+// A place among the reports that run at once. Each holds a whole document, and more at once would
+// not be done sooner. Recordings need no place: they have their turn in changeDataFile().
 class Place {
   public:
     explicit Place(Access access) : isTaken_(access == Access::reads) {
@@ -45,8 +45,8 @@ class Place {
     bool isTaken_;
 };
 
-// Memory that is set aside during a call, so that what it comes to can be said even where the call
-// has used up all the rest.
+// Memory that is set aside during a call, and freed for its result. The result can then be said
+// even where the call has used up all the rest.
 std::unique_ptr<char[]> setMemoryAside() {
     constexpr std::size_t kSize = std::size_t{64} * 1024;
     return std::make_unique_for_overwrite<char[]>(kSize);

@@ -14,9 +14,9 @@ struct ToolResult {
 };
 
 // Runs the tool of that name, compared exactly. In read-only mode the recording tools are refused
-// before anything is touched. `arguments` is an object, or absent for an empty one. Throws nothing
-// but std::bad_alloc, where there is not even memory for the result. May be called from several
-// threads: few reports run at once, the others wait.
+// before anything is touched. `arguments` is an object, or absent for an empty one. Throws
+// std::bad_alloc, and nothing else, where there is not even memory for the result. May be called
+// from several threads: four reports run at once, the others wait.
 [[nodiscard]] ToolResult callTool(std::string_view name, json::Value arguments, bool readOnly);
 
 }  // namespace tovra

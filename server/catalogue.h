@@ -1,4 +1,4 @@
-// The tools that the server offers: what is told about them, and the operation behind each name.
+// The tools that the server offers: what clients are told about them, and the operation of each.
 #pragma once
 
 #include <span>
@@ -9,7 +9,7 @@
 
 namespace tovra {
 
-// What a tool does to the data file. Read-only mode offers and runs those alone that only read it.
+// What a tool does to the data file. Read-only mode offers and runs only those that read it.
 enum class Access : bool { writes, reads };
 
 struct ToolDefinition {

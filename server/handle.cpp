@@ -65,8 +65,7 @@ std::optional<std::string> envelope(json::Value id, std::string_view outcome,
     return response += '}';
 }
 
-// The response to a call. Where the tool has run and there is no memory for what it said, it says
-// that.
+// The response to a call. Where there is no memory for what the tool said, the response says so.
 std::optional<std::string> toolsCallResponse(json::Value id, json::Value params, bool readOnly) {
     try {
         return envelope(id, "result",

@@ -8,13 +8,13 @@
 
 namespace tovra {
 
-// Answers one JSON-RPC message, a JSON object, with the compact JSON text of the response; nothing
-// for a message that gets none (a notification, or one without a method). A tool that is called
+// Answers one JSON-RPC message, a JSON object, with the compact JSON text of the response. Nothing
+// for a message that gets none: a notification, or one without a method. A tool that is called
 // without an id runs all the same. Keeps nothing between messages; may be called from several
 // threads.
 //
-// A call that there is no memory for gets a result with the error flag. Throws nothing but
-// std::bad_alloc, where there is not even memory for that.
+// A call that there is no memory for gets a result with the error flag. Throws std::bad_alloc, and
+// nothing else, where there is not even memory for that.
 [[nodiscard]] std::optional<std::string> handle(json::Value message, bool readOnly);
 
 }  // namespace tovra

@@ -10,14 +10,14 @@
 namespace tovra {
 namespace {
 
-// One write for the whole line, so that nobody reads half of it.
+// One write for the whole line, so that lines of several programs do not mix.
 void writeToStandardError(const std::string& line) { std::fputs(line.c_str(), stderr); }
 
 }  // namespace
 
 int runHTTP(std::uint16_t port, const std::optional<std::string>& token,
             const http::Handler& handle, const std::function<void()>& beforeExit) {
-    // Before there are other threads and before anybody is told that the server is there.
+    // Threads that are started from here on inherit this.
     holdEndSignals();
     const std::unique_ptr<TcpServer> server =
         TcpServer::listen(port, TcpLimits{}, http::requestExchanges(token.value_or(""), handle));
@@ -33,7 +33,7 @@ int runHTTP(std::uint16_t port, const std::optional<std::string>& token,
     awaitEndSignal();
     server->stop();
     beforeExit();
-    // Not by returning: a call that is still running would have to be waited for.
+    // Returning would wait for the calls that are still running.
     std::_Exit(0);
 }
 

@@ -15,9 +15,9 @@ namespace tovra {
 // a token is asked for; an empty token counts as none.
 //
 // Returns 1, after a line on standard error, where it cannot listen. Otherwise it never returns. On
-// the signal it begins no further call of `handle`, calls `beforeExit`, and ends the process with
-// status 0, whatever calls are still running. `beforeExit` is the place to wait for what must not
-// be cut short, and to keep it from being begun again.
+// the signal it begins no further call of `handle` and calls `beforeExit`. Then it ends the process
+// with status 0, whatever calls are still running. `beforeExit` has to wait for calls that must not
+// be cut short, and to let none of those begin.
 //
 // Call it before any other thread is started: a signal that reaches one of those ends the process
 // at once, and `beforeExit` is not called.

@@ -12,7 +12,7 @@
 #include "store/recording.h"
 
 int main(int argc, char** argv) {
-    // A reader that went away and a file that may not grow are errors of a write, not our end.
+    // These two would end the process. Ignored, they are errors of a write.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::uint16_t kDefaultPort = 8765;
 
-// A port: decimal digits after an optional sign, from 0 to 65535; "-" only before zero.
+// A port from 0 to 65535: decimal digits after an optional sign, which is "-" only before zero.
 std::optional<std::uint16_t> parsePort(std::string_view text) {
     const bool negative = text.starts_with('-');
     if (negative || text.starts_with('+')) text.remove_prefix(1);

@@ -1,5 +1,4 @@
-// The process-wide values: fixed by the environment and the command line at start-up, only read
-// afterwards.
+// The values that the environment and the command line fix when the program starts.
 #pragma once
 
 #include <cstdint>
@@ -16,8 +15,8 @@ struct Settings {
     std::optional<std::string> authToken;   // the bearer token of HTTP mode; empty counts as none
 };
 
-// Reads the arguments that follow the program's name, left to right; the last occurrence of an
-// option wins and whatever is not known is ignored. `environmentToken` is the value of
+// Reads the arguments that follow the program's name, from left to right. The last occurrence of an
+// option wins, and an argument that is not known is ignored. `environmentToken` is the value of
 // TOVRA_MCP_TOKEN, which --token overrides.
 [[nodiscard]] Settings readSettings(std::span<const std::string_view> arguments,
                                     std::optional<std::string> environmentToken);

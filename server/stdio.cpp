@@ -19,8 +19,7 @@ namespace {
 constexpr int kStandardInput = 0;
 constexpr int kStandardOutput = 1;
 
-// The line that answers this one. The whole document of a message goes away before the next line is
-// read. A message that there is no memory for is dropped.
+// The line that answers this one. A message that there is no memory for gets none.
 std::optional<std::string> answer(std::string_view line, bool readOnly) {
     try {
         const auto message = json::parse(line);
@@ -40,12 +39,12 @@ int runStdio(bool readOnly) {
     LineReader input(kStandardInput);
     while (const auto line = input.next()) {
         if (!awaitReader(kStandardOutput)) return 0;
-        // Until the answer is written: what is recorded is answered, too.
+        // No signal ends the process between a recording and its answer.
         const SignalHold hold;
         const auto response = answer(*line, readOnly);
         if (!response) continue;
         if (const std::error_code error = writeToReader(kStandardOutput, *response)) {
-            // A host that reads no more has ended the session; everything else is a failure.
+            // A host that reads no more has ended the session, which is no failure.
             return error == std::errc::broken_pipe ? 0 : 1;
         }
     }

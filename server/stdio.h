@@ -4,11 +4,11 @@
 namespace tovra {
 
 // Answers the messages on standard input, strictly one after another, until it ends or standard
-// output is closed. A line that is no JSON object, one that there is no memory for, and a message
-// that gets no response, is passed over in silence.
+// output has no reader. Passes over in silence what is no JSON object, what there is no memory for,
+// and messages that get no response.
 //
-// Returns the status with which the process is to end: 0, or 1 where an answer could not be written
-// for another reason than that nobody reads it.
+// Returns the status with which the process is to end. That is 0, or 1 where an answer could not be
+// written although somebody reads.
 [[nodiscard]] int runStdio(bool readOnly);
 
 }  // namespace tovra

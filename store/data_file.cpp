@@ -27,7 +27,7 @@ std::filesystem::path dataFileURL() { return locateDataFile().path; }
 json::Document loadData() {
     std::error_code error;
     auto document = parseFile(dataFileURL(), error);
-    // Zeros would be a false statement about a file that is there and does not fit.
+    // The file is there and does not fit: reports with zeros would be false.
     if (error == std::errc::file_too_large || error == std::errc::not_enough_memory) {
         throw std::bad_alloc();
     }

@@ -40,7 +40,7 @@ std::optional<std::int64_t> parseDay(std::string_view text) {
     return dayNumber(date);
 }
 
-// The seconds by which a zone designator is ahead of UTC: "Z", or a sign, hours and minutes.
+// How many seconds a zone is ahead of UTC. It is written as "Z", or as a sign, hours and minutes.
 std::optional<std::int64_t> parseZone(std::string_view text) {
     if (text == "Z") return 0;
     if (text.size() != 6 || (text[0] != '+' && text[0] != '-') || text[3] != ':') {
@@ -56,7 +56,7 @@ std::optional<std::int64_t> parseZone(std::string_view text) {
 static_assert(sys_days(year(1) / 1 / 1).time_since_epoch().count() == kFirstDay);
 static_assert(sys_days(year(10000) / 1 / 1).time_since_epoch().count() == kLastDay);
 
-// Whether the instant lies in the years 1 to 9999 (UTC), which four digits can tell.
+// Whether the instant lies in the years 1 to 9999 in UTC, which four digits can express.
 bool isExpressible(std::int64_t instant) {
     return instant >= kFirstDay * kSecondsPerDay && instant < kLastDay * kSecondsPerDay;
 }

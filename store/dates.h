@@ -24,7 +24,8 @@ using Instant = double;
 class IsoFormatter {
   public:
     [[nodiscard]] std::optional<Instant> parse(std::string_view text) const;
-    // In UTC, ending in "Z"; a fraction of a second is cut off. REQUIRES: a year from 1 to 9999.
+    // In UTC, ending in "Z"; a fraction of a second is cut off.
+    // REQUIRES: a year from 1 to 9999 in UTC.
     [[nodiscard]] std::string format(Instant instant) const;
 };
 inline constexpr IsoFormatter isoFormatter;
@@ -45,7 +46,7 @@ class DayFormatter {
         std::int64_t day = std::numeric_limits<std::int64_t>::min();
         std::int64_t instant = 0;
     };
-    static constexpr std::size_t kDays = 1024;  // as many in a row are remembered
+    static constexpr std::size_t kDays = 1024;  // so many days in a row are remembered
 
     Start& startAt(std::int64_t day) { return starts_[static_cast<std::uint64_t>(day) % kDays]; }
     [[nodiscard]] std::int64_t startOf(std::int64_t day);

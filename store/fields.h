@@ -28,15 +28,15 @@ namespace tovra {
 // element is no object.
 [[nodiscard]] json::Children objectArrayField(json::Value object, std::string_view name);
 
-// The same readings of a value that is already at hand.
+// The same for a value that is already at hand.
 [[nodiscard]] inline std::string_view asString(json::Value value) {
     return value.string().value_or(std::string_view());
 }
 [[nodiscard]] double asNumber(json::Value value);
 [[nodiscard]] json::Children asObjectArray(json::Value value);
 
-// A number, read like numberField and truncated toward zero, where that gives at least 1; nothing
-// where it gives less or does not fit a signed 64-bit integer.
+// A number, read like numberField and truncated toward zero. Nothing where that gives less than 1,
+// or does not fit a signed 64-bit integer.
 [[nodiscard]] std::optional<std::int64_t> positiveWholeNumberField(json::Value object,
                                                                    std::string_view name);
 

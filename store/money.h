@@ -6,8 +6,8 @@
 
 namespace tovra {
 
-// The amount with two decimals, as "%.2f" prints it in the C locale: rounded to the nearest, ties
-// by the exact value of the double, "-0.00" for a negative amount that rounds to zero. Pure.
+// The amount with two decimals, as "%.2f" prints it in the C locale. The exact value of the double
+// is rounded to the nearest; a negative amount that rounds to zero gives "-0.00". Pure.
 [[nodiscard]] std::string moneyText(double amount);
 
 // The currency code, one space and the money text; an empty code leaves the space. Pure.

@@ -32,8 +32,8 @@ std::function<bool()>& canAnswer() {
 // Whether a recording may still be saved.
 bool mayRecord() { return !turnstile().isClosed() && (!canAnswer() || canAnswer()()); }
 
-// The file that a path leads to, so that a link stays a link when that file is replaced. Where it
-// leads nowhere, the path of the file that is missing.
+// The file that the path leads to, or the path of the one that is missing. Replacing that file
+// keeps a symbolic link to it.
 fs::path resolved(FileSystem& system, fs::path path) {
     constexpr int kMostLinks = 40;
     for (int i = 0; i < kMostLinks; ++i) {
@@ -72,8 +72,8 @@ Loaded loadOnce(FileSystem& system, const fs::path& path) {
     return loaded;
 }
 
-// A file with a problem may have been caught in the middle of somebody's write, and one that is
-// missing between the two halves of it; not where there is no folder.
+// Looks again where the file has a problem: somebody may be writing it. Also where it is missing
+// from a folder that exists: some programs remove the old file before they name the new one.
 Loaded load(FileSystem& system, const fs::path& path, bool folderExists) {
     const auto isWhole = [&](const Loaded& loaded) {
         return !loaded.data.problem && (loaded.version || !folderExists);
@@ -155,8 +155,8 @@ class Recording {
     FileSystem& system_;
     NewFolders newFolders_;
     fs::path path_;
-    // Counted from the call, so that those in line behind one that waits in vain do not each wait
-    // as long again.
+    // Counted from the call, the wait in line included. Otherwise each in the line would wait anew
+    // for a lock that stays taken.
     const std::chrono::steady_clock::time_point deadline_ =
         std::chrono::steady_clock::now() + kLongestWait;
 };

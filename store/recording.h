@@ -1,8 +1,8 @@
 // Recording: the one way in which the data file is changed.
 //
-// Other servers and the finance application may write the file at any moment. A recording that is
-// confirmed is on the disk, everything else in the file is as it was, and no other writer's change
-// has been undone; one that fails says what it has left. May be called from several threads.
+// Other servers and the finance application may write the file at any moment. Where a recording is
+// confirmed, it is on the disk, and everything else in the file is as it was. No other writer's
+// change is undone. One that fails says what it has left. May be called from several threads.
 #pragma once
 
 #include <filesystem>
@@ -18,8 +18,8 @@
 
 namespace tovra {
 
-// Why nothing could be recorded: a sentence that says what is wrong and where, and that nothing was
-// changed where that is certain.
+// Why nothing could be recorded. The text says what is wrong and where. It ends with "Nothing was
+// changed." where that is certain.
 class RecordingError : public std::runtime_error {
   public:
     using Left = ReplaceError::Left;
@@ -34,7 +34,7 @@ struct DataSnapshot {
     std::filesystem::path path;
     // An object, empty where there is no file or the file is unusable.
     json::Document document;
-    // What is wrong with a file that exists and cannot be read, or holds no JSON object.
+    // What is wrong with a file that exists: a sentence without its full stop.
     std::optional<std::string> problem;
 
     [[nodiscard]] json::Value root() const { return document.root(); }
@@ -51,26 +51,26 @@ struct Change {
 };
 
 // Loads the data file, lets `change` decide, saves the edit that it gives and returns its text.
-// Without an edit nothing is written, not even a directory. `change` is called again, with the
-// newer file, when another writer was quicker; it may throw RecordingError to refuse. Calls have
+// Without an edit nothing is written, not even a directory. `change` may throw RecordingError to
+// refuse. Where another writer was quicker, it is called again with the newer file. Calls have
 // their turn in the order in which they come.
 //
-// The folder's lock is waited for at most two seconds from the call on; then the recording goes on
-// without it. A file that is missing from a folder that exists, one that holds no JSON object, and
-// unreadable preferences are looked at again for a quarter of a second.
+// Waits for the folder's lock at most until two seconds after the call, then goes on without it.
+// Three things are looked at again for a quarter of a second: a file with a problem, one that is
+// missing from a folder that exists, and preferences that cannot be read.
 //
 // Throws RecordingError when the preferences stay unreadable, when the file cannot be saved, or
 // when other writers were quicker sixteen times in a row.
 [[nodiscard]] std::string changeDataFile(const std::function<Change(const DataSnapshot&)>& change,
                                          FileSystem& system = FileSystem::system());
 
-// From now on a recording is saved only if `canAnswer`, asked at the last moment before the file is
-// replaced and while it waits, says that somebody can still be told; without this it always is. To
-// be called before the first recording; `canAnswer` must be callable from several threads.
+// From now on a recording is saved only if `canAnswer` says that somebody can still be told. It is
+// asked while a recording waits, and again just before the file is replaced. To be called before
+// the first recording; `canAnswer` may be called from several threads.
 void recordOnlyWhile(std::function<bool()> canAnswer);
 
-// Returns when no recording is under way in this process, and lets none begin any more: for a
-// process that is about to end.
+// For a process that is about to end: waits for the recording that is under way, and lets none
+// begin any more.
 void finishRecordings();
 
 }  // namespace tovra

@@ -1,6 +1,6 @@
-// A transaction of the data document, its members found in one walk over the record instead of one
-// search for each. Every member reads as the lookups in store/fields.h would read it; where a name
-// occurs more than once the last one wins. Views into the document.
+// A transaction of the data document. Its members are found in one walk over the record, instead of
+// one search for each. Every member reads as with the lookups in store/fields.h; where a name
+// occurs more than once the last one wins. Keeps views into the document.
 #pragma once
 
 #include <cstddef>
@@ -41,7 +41,7 @@ class Transaction {
     [[nodiscard]] bool isTransfer() const { return isText(type(), "Transfer"); }
 
   private:
-    // A comparison of known length is a few instructions where one of unknown length is a call.
+    // A comparison of a length known at compile time is a few instructions, any other is a call.
     template <std::size_t size>
     static bool isText(std::string_view text, const char (&wanted)[size]) {
         return text.size() == size - 1 && std::memcmp(text.data(), wanted, size - 1) == 0;

@@ -1,4 +1,4 @@
-// One at a time, in the order in which they came.
+// Lets threads in one at a time, in the order in which they came.
 #pragma once
 
 #include <condition_variable>
@@ -10,7 +10,7 @@ namespace tovra {
 // Used by any number of threads.
 class Turnstile {
   public:
-    // Waits for everyone who came before. False, and nothing to leave, once it is closed.
+    // Waits for everyone who came before. False once it is closed; then leave() is not called.
     [[nodiscard]] bool enter();
     // REQUIRES: enter() returned true, and leave() was not called since.
     void leave();

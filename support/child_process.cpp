@@ -11,13 +11,13 @@
 #include <system_error>
 #include <utility>
 
-// The C library of some systems leaves this to us.
+// Some C libraries do not declare this.
 extern "C" char** environ;  // NOLINT(readability-redundant-declaration)
 
 namespace tovra::support {
 namespace {
 
-// Both ends are closed in the program that is started, but for the ones it is given by name.
+// The program that is started keeps neither end open, except those that it is given.
 std::array<int, 2> makePipe() {
     std::array<int, 2> ends{};
     if (::pipe(ends.data()) != 0) throw std::system_error(errno, std::generic_category(), "pipe");

@@ -1,4 +1,4 @@
-// A program that runs as a child of this one and is talked to line by line: what an assistant host
+// A program that runs as a child of this one and is talked to line by line, as an assistant host
 // does with the server. Not for several threads.
 #pragma once
 
@@ -18,8 +18,8 @@ class ChildProcess {
     enum class Listen { toOutput, toErrors };
 
     // Starts the program at the path `command[0]`, with `environment` ("NAME=value") in addition to
-    // this process's own. Of its two output streams the one that is listened to comes here, the
-    // other one goes where this process's goes. Throws std::system_error when it cannot be started.
+    // this process's own. `listen` says which of its two output streams comes here. The other one
+    // goes where this process's goes. Throws std::system_error when it cannot be started.
     ChildProcess(const std::vector<std::string>& command,
                  const std::vector<std::string>& environment, Listen listen = Listen::toOutput);
     ChildProcess(const ChildProcess&) = delete;

@@ -1,9 +1,9 @@
 // conversation SERVER DATA_FILE questions|recordings|protocol|picture
 //
-// Starts the server on the data file and asks it what a person would ask an assistant, with the
-// answer under each question: the reports, or two recordings. "protocol" shows the reports with
-// every line of the protocol, "picture" draws two questions. Ends with the status 1 where an answer
-// stays away.
+// Starts the server on the data file, asks it what a person would ask an assistant, and prints the
+// answer under each question. "questions" are the reports, "recordings" two recordings. "protocol"
+// shows the reports with every line of the protocol, "picture" draws two questions. Ends with the
+// status 1 where an answer does not come.
 #include <signal.h>
 #include <unistd.h>
 
@@ -31,7 +31,7 @@ namespace json = tovra::json;
 
 constexpr unsigned kSecondsForAll = 120;
 
-// Text in colour, where somebody is looking at a terminal.
+// The text in that colour on a terminal, else without colour.
 std::string coloured(std::string_view text, std::string_view colour) {
     if (::isatty(STDOUT_FILENO) == 0 || std::getenv("NO_COLOR") != nullptr) {
         return std::string(text);

@@ -1,5 +1,5 @@
-// A connection to a server on this machine, from a client that is free to misbehave. No wait is
-// longer than 30 s. Not for several threads.
+// A connection to a server on this machine, from a client that may misbehave. No wait is longer
+// than 30 s. Not for several threads.
 #pragma once
 
 #include <cstdint>
@@ -12,19 +12,19 @@ namespace tovra::support {
 class LoopbackClient {
   public:
     // Connects to 127.0.0.1:`port`. Where nobody listens there, sending has no effect and nothing
-    // is received. From now on the process ignores SIGPIPE: a server that hung up is no reason to
-    // end.
+    // is received. From now on the process ignores SIGPIPE, so a server that hangs up does not end
+    // it.
     explicit LoopbackClient(std::uint16_t port);
     LoopbackClient(const LoopbackClient&) = delete;
     LoopbackClient& operator=(const LoopbackClient&) = delete;
     ~LoopbackClient();
 
-    // As much of it as the server takes before it hangs up.
+    // Sends as much of it as the server takes before it hangs up.
     const LoopbackClient& send(std::string_view bytes) const;
     const LoopbackClient& endSending() const;
 
-    // All that the server sends until it ends the connection; nothing where it does not end it, or
-    // not properly.
+    // All that the server sends until it ends the connection. Nothing where it does not end it, or
+    // resets it.
     [[nodiscard]] std::optional<std::string> receive() const;
     // Whether bytes or the end of them come within that many milliseconds.
     [[nodiscard]] bool answersWithin(int milliseconds) const;

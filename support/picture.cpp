@@ -95,7 +95,7 @@ class Drawing {
                  " rx=\"10\"/>\n";
     }
 
-    // The line of that number in the box that begins at y_.
+    // The line with that number in the box that begins at y_.
     [[nodiscard]] std::string line(int number, const std::string& text,
                                    const std::string& kind) const {
         return "    <text" + kind + attribute("x", kMargin + 16) +

@@ -19,7 +19,7 @@ std::string numbered(std::string_view name, std::size_t number) {
     return std::string(name) + " " + std::to_string(number);
 }
 
-// Accounts beyond the named ones are further ones of the same kinds.
+// Accounts beyond the named ones are of the same kinds again, with a number behind the name.
 void appendAccount(PrettyText& out, std::size_t index, const SampleAccount& account) {
     const auto words = accountWords();
     const AccountWords& kind = words[index % words.size()];

@@ -37,7 +37,7 @@ sys_days firstOfMonth(sys_days day) {
     return sys_days{date.year() / date.month() / 1};
 }
 
-// The days of all transactions, ascending: the history up to the current month, then this month.
+// The days of all transactions, ascending: first those before this month, then those in it.
 class Days {
   public:
     explicit Days(const SampleOptions& options)
@@ -59,7 +59,7 @@ class Days {
 
   private:
     [[nodiscard]] days thisMonth() const { return today_ - month_ + days{1}; }
-    // As many of the transactions as fall on `part` of all the days.
+    // How many of the transactions fall on `part` of all the days.
     [[nodiscard]] std::size_t share(days part) const {
         return count_ * static_cast<std::size_t>(part.count()) /
                static_cast<std::size_t>((length_ + thisMonth()).count());
@@ -138,7 +138,7 @@ class TransactionWriter {
     }
 
   private:
-    // What comes once a month goes over the first account, most else over the second.
+    // Monthly payments use the first account, most others the second.
     const SampleAccount& accountOf(const Party& party) {
         const std::size_t roll = random_.below(100);
         if (party.weight == 0 || roll < 20) return accounts_.front();
@@ -198,7 +198,7 @@ class TransactionWriter {
         out_.string(payee, "payee");
     }
 
-    // Either form that a date may have.
+    // The date in one of its two forms, chosen at random.
     std::string dateText(sys_days day) {
         const std::size_t form = random_.below(10);
         if (form < 3) return dayText(day);
@@ -244,7 +244,7 @@ class TransactionWriter {
 }  // namespace
 
 std::size_t subcategoryVersions(std::size_t budgets) {
-    // Budgets beyond the named ones take the versions of the parties' pairs in turn.
+    // Budgets beyond the named ones take versions of the expenses' categories in turn.
     const std::size_t named = budgetWords().size();
     const std::size_t pairs = expenseParties().size();
     return budgets <= named ? 1 : 1 + (budgets - named + pairs - 1) / pairs;

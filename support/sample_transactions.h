@@ -17,8 +17,8 @@ struct SampleAccount {
     std::string_view currency;
 };
 
-// In how many versions each subcategory occurs: enough for each of `budgets` budgets to have a
-// pair of category and subcategory of its own.
+// In how many versions each subcategory occurs. Each of `budgets` budgets then has a pair of
+// category and subcategory of its own.
 [[nodiscard]] std::size_t subcategoryVersions(std::size_t budgets);
 // "Coffee", "Coffee 2", "Coffee 3" and so on; an empty subcategory stays empty.
 [[nodiscard]] std::string versionedSubcategory(std::string_view subcategory, std::size_t version);

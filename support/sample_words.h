@@ -6,8 +6,8 @@
 
 namespace tovra::support {
 
-// Somebody who is paid or pays, with the usual amount in hundredths. How often one occurs is its
-// weight; one with the weight 0 occurs once a month, on that day.
+// Somebody who is paid or pays, with the range of amounts in hundredths. `weight` says how often
+// one occurs; with the weight 0 it occurs once a month, on `dayOfMonth`.
 struct Party {
     std::string_view payee;
     std::string_view category;

@@ -12,7 +12,7 @@ namespace tovra {
 namespace {
 
 // What was spent in the month on each category and subcategory that a budget limits, in base
-// currency. A transaction costs the same whatever the number of budgets.
+// currency. The time for a transaction does not depend on the number of budgets.
 class MonthSpending {
   public:
     MonthSpending(const json::Children& budgets, Instant now, const Currencies& currencies)
@@ -39,7 +39,7 @@ class MonthSpending {
         if (part != parts.end()) part->second += amount;
     }
 
-    // What counts against a budget: its whole category when it names no subcategory.
+    // What counts against a budget. One without a subcategory limits its whole category.
     [[nodiscard]] double spent(std::string_view category, std::string_view subcategory) const {
         const Category& spending = categories_.at(category);
         return subcategory.empty() ? spending.total : spending.bySubcategory.at(subcategory);

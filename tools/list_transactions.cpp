@@ -20,10 +20,10 @@ constexpr std::int64_t kDefaultLimit = 20;
 struct Filter {
     std::string_view type;            // "All" keeps every type
     std::string search;               // in lower case; empty keeps everything
-    std::optional<Instant> earliest;  // drops what has a date before it
+    std::optional<Instant> earliest;  // drops what has an earlier date, but keeps what has none
 };
 
-// When a transaction without a readable date is taken to have happened: before all others.
+// The date of a transaction without a readable one: before all others.
 constexpr Instant kDistantPast = -std::numeric_limits<Instant>::infinity();
 
 struct Match {
@@ -63,7 +63,7 @@ std::vector<Match> matching(const json::Children& transactions, const Filter& fi
 // Brings the newest `count` matches to the front, in order; equal dates stay in file order.
 void sortNewestFirst(std::vector<Match>& matches, std::size_t count) {
     const auto isBefore = [](const Match& a, const Match& b) {
-        // The records of a document stand in memory in the order of the file.
+        // The elements of one array, so precedes() compares their order in the file.
         return a.date != b.date ? a.date > b.date : a.record.precedes(b.record);
     };
     const auto end = matches.begin() + static_cast<std::ptrdiff_t>(count);

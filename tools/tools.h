@@ -1,9 +1,9 @@
 // The operations of the tools, one file each: load the data document, compute, lay out the text.
 //
-// A tool knows neither who asks nor how the answer travels. A report cannot fail: whatever is
-// missing or malformed in the arguments or the data file takes its default. `now` is the instant
-// that counts as the present; a call's own time unless a caller gives another. All may be called
-// from several threads.
+// A tool knows neither who asks nor how the answer travels. A report does not fail on what is
+// missing or malformed in the arguments or the data file: that takes its default. `now` is the
+// instant that counts as the present. All may be called from several threads, and throw
+// std::bad_alloc.
 #pragma once
 
 #include <string>
