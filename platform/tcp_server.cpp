@@ -144,7 +144,9 @@ class TcpServer::Implementation {
         if (connections_.tick()) startTicking();
     }
 
-    void acceptNext() { std::ignore = events_.tellWhen(listener_, Direction::in, kAccept); }
+    void acceptNext() {
+        if (!events_.tellWhen(listener_, Direction::in, kAccept)) pauseAccepting();
+    }
 
     // What keeps a connection from being accepted needs time to pass: others work on all seats, or
     // descriptors have run out.
