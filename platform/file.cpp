@@ -71,7 +71,7 @@ std::optional<FileVersion> readFileVersion(FileSystem& system, const std::filesy
 }
 
 bool isAsRead(const FileVersion& version) {
-    std::array<char, std::size_t{16} * 1024> chunk;
+    std::array<char, std::size_t{64} * 1024> chunk;
     std::string_view rest = version.text();
     for (std::size_t done = 0;;) {
         std::error_code error;
