@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <charconv>
 #include <deque>
 #include <filesystem>
 #include <fstream>
@@ -27,13 +26,8 @@ using support::ChildProcess;
 
 // The port that a server names in the first line that it writes to standard error.
 std::uint16_t portOf(ChildProcess& server) {
-    constexpr std::string_view kBefore = "127.0.0.1:";
     const std::string line(server.receive().value_or(""));
-    const std::size_t place = line.find(kBefore);
-    std::uint16_t port = 0;
-    if (place != std::string::npos) {
-        std::from_chars(line.data() + place + kBefore.size(), line.data() + line.size(), port);
-    }
+    const std::uint16_t port = support::portNamedIn(line);
     if (port == 0) throw std::runtime_error("no server on a port: " + line);
     return port;
 }

@@ -118,6 +118,8 @@ void Connections::waitForClient(Seat& seat, EventQueue::Direction direction) {
 void Connections::empty(Seat& seat, Seat::State state) {
     held_ -= seat.held;
     const std::uint64_t tag = seat.tag + seats_.size();
+    // A text keeps its memory where a short one is assigned to it.
+    std::string().swap(seat.answer);
     seat = Seat{};
     seat.tag = tag;
     seat.state = state;

@@ -86,7 +86,7 @@ struct FileVersion {
                                                          std::size_t longest,
                                                          std::error_code& error);
 
-// Whether the open file holds at this moment exactly what was read.
+// Whether the open file holds at this moment exactly what was read. Allocates nothing.
 [[nodiscard]] bool isAsRead(const FileVersion& version);
 
 // The path for people to read, in valid UTF-8. A path that is not loses its bytes beyond ASCII to

@@ -114,10 +114,10 @@ class NewFile {
 
     // Takes a name that ends in ".kept", before an exchange.
     std::error_code takeKeptName() {
-        const fs::path kept = freshPath(kExchanged);
+        fs::path kept = freshPath(kExchanged);
         const std::error_code error =
             path_.empty() ? system_.link(file_.get(), kept) : system_.rename(path_, kept);
-        if (!error) path_ = kept;
+        if (!error) path_ = std::move(kept);
         return error;
     }
 

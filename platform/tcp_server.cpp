@@ -144,7 +144,9 @@ class TcpServer::Implementation {
         if (connections_.tick()) startTicking();
     }
 
-    void acceptNext() { std::ignore = events_.tellWhen(listener_, Direction::in, kAccept); }
+    void acceptNext() {
+        if (!events_.tellWhen(listener_, Direction::in, kAccept)) pauseAccepting();
+    }
 
     // Accepting goes on at the next tick. Threads work on all connections, or descriptors have run
     // out, and both need time to pass.

@@ -34,7 +34,8 @@ std::string toolsListResult(bool readOnly) {
         result += tool.inputSchema;
         result += '}';
     }
-    return result += "]}";
+    result += "]}";
+    return result;
 }
 
 std::string toolResult(const ToolResult& called) {
@@ -62,7 +63,8 @@ std::optional<std::string> envelope(json::Value id, std::string_view outcome,
     response += outcome;
     response += "\":";
     response += content;
-    return response += '}';
+    response += '}';
+    return response;
 }
 
 // The response to a call. Where there is no memory for what the tool said, the response says so.
@@ -72,7 +74,9 @@ std::optional<std::string> toolsCallResponse(json::Value id, json::Value params,
                         toolResult(callTool(stringField(params, "name"),
                                             objectField(params, "arguments"), readOnly)));
     } catch (const std::bad_alloc&) {
-        constexpr const char* kText = "Error: There is not enough memory for the answer.";
+        constexpr const char* kText =
+            "Error: There is not enough memory for the answer. Where something was to be recorded, "
+            "it may have been: look before you try again.";
         return envelope(id, "result", toolResult({kText, true}));
     }
 }

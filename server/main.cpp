@@ -1,7 +1,9 @@
 #include <csignal>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
+#include "json/json.h"
 #include "json/memory.h"
 #include "platform/environment.h"
 #include "platform/local_clock.h"
@@ -17,6 +19,8 @@ int main(int argc, char** argv) {
     std::signal(SIGXFSZ, SIG_IGN);
 
     tovra::json::returnFreedMemory();
+    // What the parser prepares once cannot be prepared when memory is short.
+    std::ignore = tovra::json::parse("{}");
     tovra::readTimeZone();
 
     const std::vector<std::string_view> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);

@@ -96,7 +96,7 @@ class Recording {
                 auto text = attempt();
                 if (!text) continue;
                 newFolders_.keep();
-                return *text;
+                return std::move(*text);  // what is saved needs no more memory
             }
             throw ReplaceError("other programs keep changing it");
         } catch (const ReplaceError& error) {

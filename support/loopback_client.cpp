@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <charconv>
 #include <tuple>
 
 namespace tovra::support {
@@ -50,6 +51,16 @@ std::optional<std::string> LoopbackClient::receive() const {
 bool LoopbackClient::answersWithin(int milliseconds) const {
     pollfd waiting{socket_, POLLIN, 0};
     return ::poll(&waiting, 1, milliseconds) == 1;
+}
+
+std::uint16_t portNamedIn(std::string_view line) {
+    constexpr std::string_view kBefore = "127.0.0.1:";
+    const std::size_t place = line.find(kBefore);
+    std::uint16_t port = 0;
+    if (place != std::string_view::npos) {
+        std::from_chars(line.data() + place + kBefore.size(), line.data() + line.size(), port);
+    }
+    return port;
 }
 
 }  // namespace tovra::support

@@ -33,4 +33,7 @@ class LoopbackClient {
     int socket_;
 };
 
+// The port of 127.0.0.1 that a line names; 0 where it names none.
+[[nodiscard]] std::uint16_t portNamedIn(std::string_view line);
+
 }  // namespace tovra::support

@@ -2,7 +2,25 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <new>
+#include <utility>
+
 #include "tests/support/golden.h"
+
+// How many allocations of this thread succeed before one fails; negative: none does. Were the
+// functions inlined, GCC would take each for mismatched with the other.
+static thread_local int allocationsLeft = -1;
+
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return allocationsLeft >= 0 && allocationsLeft-- == 0 ? nullptr : std::malloc(size);
+}
+[[gnu::noinline]] void* operator new(std::size_t size) {
+    void* memory = operator new(size, std::nothrow);
+    return memory != nullptr ? memory : throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace tovra {
 namespace {
@@ -35,6 +53,23 @@ TEST(Handle, ListsTheToolsOfTheMode) {
         EXPECT_EQ(
             answer(request->root(), readOnly),
             R"({"id":1,"jsonrpc":"2.0","result":{"tools":)" + (readOnly ? reports : all) + "}}");
+    }
+}
+
+TEST(Handle, TellsWhetherTheFileWasChangedWhereverMemoryRunsOut) {
+    const auto message = json::parse(
+        R"({"id":1,"method":"tools/call","params":{"name":"add_transaction","arguments":)"
+        R"({"amount":1,"payee":"Somebody with a name of some length"}}})");
+    bool failed = true;
+    for (int succeeding = 0; failed; ++succeeding) {
+        const test::DataFileScope data("{}");
+        allocationsLeft = succeeding;
+        const std::string said = handle(message->root(), false).value();
+        failed = std::exchange(allocationsLeft, -1) < 0;
+        const bool isSaidUnchanged = said.find("Nothing was changed") != std::string::npos;
+        EXPECT_EQ(test::fileBytes(data.path()) == "{}", isSaidUnchanged) << succeeding << said;
+        const std::filesystem::directory_iterator files(data.path().parent_path());
+        EXPECT_EQ(std::distance(files, {}), 1) << succeeding << said;
     }
 }
 

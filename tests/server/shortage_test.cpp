@@ -1,7 +1,6 @@
 // The built server, with less memory than it is asked to use.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <deque>
 
 #include "http/request.h"
@@ -68,25 +67,41 @@ TEST_F(ShortageTest, CostsTheLineOrTheCallAtHandAndNothingElse) {
     EXPECT_EQ(test::fileBytes(data.path()), content);
 }
 
+std::string post(const std::string& body) {
+    return "POST\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+}
+
+TEST_F(ShortageTest, IsNotCausedByWhatClientsAskForAtOnce) {
+    const test::DataFileScope data(numbers(1'000'000));
+    const std::tuple<const char*, std::size_t, std::string> rows[] = {
+        {"messages of short numbers", 10, post(numbers(4'000'000))},
+        {"reports", 30, post(R"({"method":"tools/call","params":{"name":"list_goals"}})")},
+        {"unread answers", 30,
+         post(R"({"id":1,"method":")" + std::string(8'000'000, 'm') + "\"}")}};
+    for (const auto& [what, count, request] : rows) {
+        ChildProcess server({TOVRA_SERVER, "--http", "0"}, {}, ChildProcess::Listen::toErrors);
+        const std::uint16_t port = support::portNamedIn(server.receive().value_or(""));
+        std::deque<LoopbackClient> clients;
+        while (clients.size() < count) clients.emplace_back(port).send(request);
+        for (const LoopbackClient& client : clients) EXPECT_TRUE(client.answersWithin(30'000));
+        const std::string status =
+            test::fileBytes("/proc/" + std::to_string(server.id()) + "/status");
+        const std::size_t peak = std::stoul(status.substr(status.find("VmHWM:") + 6));
+        EXPECT_LT(peak, 160'000U) << "kB, " << what;
+    }
+}
+
 TEST_F(ShortageTest, PassesByItselfOverHttp) {
-    const auto post = [](const std::string& body) {
-        return "POST\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
-    };
     const std::string large = post(numbers(4'000'000)), half = large.substr(0, 500'000);
     for (const int kilobytes : {50'000, 100'000, 200'000}) {
         ChildProcess server(limited(kilobytes, "--http 0"), {}, ChildProcess::Listen::toErrors);
-        const std::string said(server.receive().value_or(""));
-        const auto port =
-            std::atoi(said.substr(std::min(said.rfind("1:"), said.size())).c_str() + 2);
+        const std::uint16_t port = support::portNamedIn(server.receive().value_or(""));
         std::deque<LoopbackClient> clients;
-        for (int i = 0; i < 150; ++i) {
-            clients.emplace_back(static_cast<std::uint16_t>(port)).send(i % 10 == 0 ? large : half);
-        }
-        const LoopbackClient client(static_cast<std::uint16_t>(port));
-        EXPECT_EQ(client.send(post(R"({"id":1,"method":"ping"})")).receive(),
+        for (int i = 0; i < 150; ++i) clients.emplace_back(port).send(i % 10 == 0 ? large : half);
+        EXPECT_EQ(LoopbackClient(port).send(post(R"({"id":1,"method":"ping"})")).receive(),
                   http::httpResponse("200 OK", "application/json",
                                      R"({"jsonrpc":"2.0","id":1,"result":{}})"))
-            << kilobytes << " KB, " << said;
+            << kilobytes << " KB";
     }
 }
 
