@@ -1,9 +1,9 @@
 #include "platform/file.h"
 
 #include <algorithm>
+#include <array>
 #include <cassert>
 #include <cstdint>
-#include <memory>
 
 #include "json/utf8.h"
 
@@ -15,6 +15,10 @@ class FileCategory : public std::error_category {
   public:
     [[nodiscard]] const char* name() const noexcept override { return "file"; }
     [[nodiscard]] std::string message(int /*value*/) const override { return "Not a regular file"; }
+    [[nodiscard]] std::error_condition default_error_condition(
+        int /*value*/) const noexcept override {
+        return std::errc::invalid_argument;
+    }
 };
 
 std::error_code notRegular() {
@@ -71,15 +75,15 @@ std::optional<FileVersion> readFileVersion(FileSystem& system, const std::filesy
 }
 
 bool isAsRead(const FileVersion& version) {
-    constexpr std::size_t kChunk = 64 * 1024;
-    const auto chunk = std::make_unique_for_overwrite<char[]>(kChunk);
+    std::array<char, 16 * std::size_t{1024}> chunk;
     std::string_view rest = version.text();
     for (std::size_t done = 0;;) {
         std::error_code error;
-        const std::size_t count = readAt(version.file.descriptor, chunk.get(), kChunk, done, error);
+        const std::size_t count =
+            readAt(version.file.descriptor, chunk.data(), chunk.size(), done, error);
         if (error) return false;
         if (count == 0) return rest.empty();
-        if (!rest.starts_with(std::string_view(chunk.get(), count))) return false;
+        if (!rest.starts_with(std::string_view(chunk.data(), count))) return false;
         rest.remove_prefix(count);
         done += count;
     }

@@ -83,7 +83,8 @@ struct FileVersion {
                                                          std::size_t longest,
                                                          std::error_code& error);
 
-// Whether the open file holds at this moment exactly what was read.
+// Whether the open file holds at this moment exactly what was read. Takes no memory, and so does
+// not throw.
 [[nodiscard]] bool isAsRead(const FileVersion& version);
 
 // The path for people to read. A message has to be valid UTF-8, a path need not be.

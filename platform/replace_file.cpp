@@ -115,10 +115,10 @@ class NewFile {
 
     // Takes the name of a file that takes part in an exchange.
     std::error_code takeKeptName() {
-        const fs::path kept = freshPath(kExchanged);
+        fs::path kept = freshPath(kExchanged);
         const std::error_code error =
             path_.empty() ? system_.link(file_.get(), kept) : system_.rename(path_, kept);
-        if (!error) path_ = kept;
+        if (!error) path_ = std::move(kept);
         return error;
     }
 
@@ -129,8 +129,8 @@ class NewFile {
         return !error || error == std::errc::no_such_file_or_directory;
     }
 
-    // The name is no longer ours to remove.
-    void forget() { path_.clear(); }
+    // The name, which is no longer ours to remove.
+    fs::path forget() { return std::exchange(path_, {}); }
 
     [[nodiscard]] bool isNamed() const { return !path_.empty(); }
     [[nodiscard]] const fs::path& path() const { return path_; }
@@ -163,12 +163,13 @@ class Attempt {
 
     // Nothing comes back where a file without a name cannot get one.
     std::optional<Replacement> make() try {
-        content_.writeBytes([&](std::string_view bytes) { fresh_.write(bytes); });
         if (content_.before != nullptr) {
             const auto problem = keepAccess(target_, content_.before->file, fresh_.descriptor());
             if (!problem.sentence.empty()) throw ReplaceError(problem.sentence);
             check(problem.error);
         }
+        // Not before: what the file has inherited from its folder may let others read it.
+        content_.writeBytes([&](std::string_view bytes) { fresh_.write(bytes); });
         fresh_.finish();
         content_.beforeReplacing();
         const auto result = content_.before == nullptr ? create() : replace();
@@ -254,7 +255,7 @@ class Attempt {
         for (int i = 0; i < kMostTries; ++i) {
             struct stat out {};
             std::error_code error = system_.look(fresh_.path(), out);
-            if (error) leaveBehind(error.message());
+            if (error) leaveBehind(error);
             Descriptor opened(system_, system_.openFile(fresh_.path(), error));
             error = system_.exchange(fresh_.path(), target_);
             if (!error && isSameFile(system_, fresh_.path(), putIn)) return;
@@ -263,20 +264,25 @@ class Attempt {
                 held = std::move(opened);
                 continue;
             }
-            if (error != std::errc::no_such_file_or_directory) leaveBehind(error.message());
+            if (error != std::errc::no_such_file_or_directory) leaveBehind(error);
             // Somebody removed what was put in: what came out is all there is, and goes back.
             const std::error_code again = system_.renameExclusively(fresh_.path(), target_);
-            if (!again) return fresh_.forget();
-            if (again != std::errc::file_exists) leaveBehind(again.message());
+            if (!again) {
+                fresh_.forget();
+                return;
+            }
+            if (again != std::errc::file_exists) leaveBehind(again);
         }
-        leaveBehind("other programs keep changing it");
+        leaveBehind({});
     }
 
-    // What is there is not ours: better left behind than lost.
-    [[noreturn]] void leaveBehind(const std::string& reason) {
-        const std::string kept = readablePath(fresh_.path());
-        fresh_.forget();
-        throw ReplaceError(reason + "; what was there before is kept in " + kept, Left::unknown);
+    // What is there is not ours: better left behind than lost, also where there is no memory to say
+    // so.
+    [[noreturn]] void leaveBehind(const std::error_code& error) {
+        const fs::path kept = fresh_.forget();
+        const std::string reason = error ? error.message() : "other programs keep changing it";
+        throw ReplaceError(reason + "; what was there before is kept in " + readablePath(kept),
+                           Left::unknown);
     }
 
     FileSystem& system_;

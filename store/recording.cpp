@@ -32,19 +32,6 @@ std::function<bool()>& canAnswer() {
 // Whether a recording may still be saved.
 bool mayRecord() { return !turnstile().isClosed() && (!canAnswer() || canAnswer()()); }
 
-// The file that a path leads to, so that a link stays a link when that file is replaced. Where it
-// leads nowhere, the path of the file that is missing.
-fs::path resolved(FileSystem& system, fs::path path) {
-    constexpr int kMostLinks = 40;
-    for (int i = 0; i < kMostLinks; ++i) {
-        std::error_code error;
-        const fs::path link = system.linkTarget(path, error);
-        if (error) break;
-        path = path.parent_path() / link;
-    }
-    return path;
-}
-
 // The file as it was read, and what a recording makes of it.
 struct Loaded {
     std::optional<FileVersion> version;
@@ -96,7 +83,7 @@ class Recording {
                 auto text = attempt();
                 if (!text) continue;
                 newFolders_.keep();
-                return *text;
+                return std::move(*text);  // to copy it could fail, and it is recorded
             }
             throw ReplaceError("other programs keep changing it");
         } catch (const ReplaceError& error) {
