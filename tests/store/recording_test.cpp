@@ -1,5 +1,3 @@
-#include "store/recording.h"
-
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -9,13 +7,12 @@
 #endif
 
 #include <array>
-#include <atomic>
 #include <cstdlib>
 #include <new>
-#include <thread>
 
 #include "store/data_file.h"
 #include "support/child_process.h"
+#include "tests/store/recorded.h"
 #include "tests/support/scopes.h"
 
 namespace {
@@ -39,22 +36,10 @@ namespace {
 
 namespace fs = std::filesystem;
 using support::ChildProcess;
+using test::outcome;
 
 // Everything that has to come out of a save as it went in.
 const std::string kOddities = test::fileBytes(TOVRA_TESTS "/store/golden/oddities.json");
-
-Change setMember(const DataSnapshot& snapshot) {
-    return {json::Edit{snapshot.root(), "mine", "7"}, "done"};
-}
-
-// Why nothing was recorded; "done" when it was.
-std::string outcome() {
-    try {
-        return changeDataFile(setMember);
-    } catch (const RecordingError& error) {
-        return error.what();
-    }
-}
 
 std::string failure(const std::string& reason, const test::DataFileScope& file,
                     const std::string& deed = "saved") {
@@ -137,18 +122,6 @@ TEST(Recording, IsSavedExactlyWhereItIsConfirmedWhenMemoryRunsOut) {
     EXPECT_EQ(said, confirmation);
 }
 
-// Another program saves by renaming.
-void intrude(const fs::path& target, const std::string& content) {
-    test::writeFile(target.parent_path() / "other", content);
-    fs::rename(target.parent_path() / "other", target);
-}
-
-Descriptor openFolder(const fs::path& path) {
-    std::error_code error;
-    FileSystem& system = FileSystem::system();
-    return {system, system.openFolder(path, error)};
-}
-
 constexpr const char* kAddTransaction =
     R"({"id":1,"method":"tools/call","params":{"name":"add_transaction","arguments":{"amount":1}}})";
 constexpr const char* kAddToGoal =
@@ -178,14 +151,10 @@ TEST(Recording, IsRefusedWhereTheSystemRefuses) {
     expectContent(file.path(), content);
 }
 
-json::Document mustParse(const fs::path& path) {
-    auto document = json::parse(test::fileBytes(path));
-    EXPECT_TRUE(document) << "a missing or partial file was seen";
-    return document ? std::move(*document) : json::Document();
-}
-
 std::size_t transactionsIn(const fs::path& path) {
-    return mustParse(path).root().member("transactions").children().size();
+    const auto document = json::parse(test::fileBytes(path));
+    EXPECT_TRUE(document) << "a missing or partial file was seen";
+    return document ? document->root().member("transactions").children().size() : 0;
 }
 
 TEST(Recording, LosesNothingBetweenSeveralServers) {
@@ -207,37 +176,15 @@ TEST(Recording, LosesNothingBetweenSeveralServers) {
     EXPECT_EQ(namesIn(file.path().parent_path()), "data.json");
 }
 
-// A program that knows no locks saves a counter by renaming, as fast as it can.
-TEST(Recording, UndoesNoChangeOfAnOutsideWriter) {
-    constexpr int kSaves = 400;
-    const test::DataFileScope file(R"({"counter":0})");
-    const auto counter = [&] { return mustParse(file.path()).root().member("counter").number(); };
-    std::atomic<bool> done = false;
-    // What it records is refused where the other one is quicker each time.
-    std::thread recorder([&] {
-        while (!done) outcome();
-    });
-    for (int n = 1; n <= kSaves && !HasFailure(); ++n) {
-        // For an instant the version before may be in place, until it is noticed and put back.
-        auto seen = counter();
-        for (int tries = 0; seen != n - 1 && tries < 10000; ++tries) {
-            ::usleep(1000);
-            seen = counter();
-        }
-        EXPECT_EQ(seen, n - 1) << "a change was undone";
-        intrude(file.path(), R"({"counter":)" + std::to_string(n) + "}");
-    }
-    done = true;
-    recorder.join();
-    EXPECT_EQ(counter(), kSaves);
-}
-
 // What keeps a recording waiting while something happens to who asked for it.
 TEST(Recording, IsNotSavedWhereItCannotBeAnswered) {
     const test::DataFileScope file("{}");
     for (const int signal : {0, SIGTERM}) {
-        const Descriptor folder = openFolder(file.path().parent_path());
-        EXPECT_FALSE(folder.system().lock(folder.get()));
+        const auto never = [] { return false; };
+        std::error_code error;
+        const auto folder =
+            Folder::open(FileSystem::system(), file.path().parent_path(), never, error);
+        ASSERT_TRUE(folder && folder->isLocked());
         ChildProcess server({TOVRA_SERVER}, {});
         server.send(kAddTransaction);
         ::usleep(200000);
