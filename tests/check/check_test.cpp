@@ -64,10 +64,9 @@ std::string listed(const std::vector<Finding>& findings, const Scene& scene) {
     return lines;
 }
 
-std::string expected(json::Value row) {
+std::string linesOf(json::Value strings) {
     std::string lines;
-    for (const json::Value line : row.member("finds").children())
-        lines.append(asString(line)) += '\n';
+    for (const json::Value line : strings.children()) lines.append(asString(line)) += '\n';
     return lines;
 }
 
@@ -79,7 +78,8 @@ TEST(Check, FindsWhatIsWrong) {
         golden.allowOnly(row, {"case", "path", "file", "beside", "finds"});
         const Scene scene(row);
         const std::string before = scene.state();
-        EXPECT_EQ(listed(check(scene.path(row), kNow).findings, scene), expected(row));
+        EXPECT_EQ(listed(check(scene.path(row), kNow).findings, scene),
+                  linesOf(row.member("finds")));
         EXPECT_EQ(scene.state(), before);
     }
 }
@@ -107,27 +107,30 @@ TEST(Check, ExplainsTheReasonsOfTheSystem) {
         DataFileLocation location;
         if (boolField(row, "brokenPreferences") == true) location.preferencesProblem = "Broken";
         const Content content = survey(golden.root().member("whole"), kNow);
-        EXPECT_EQ(listed(findingsOf(location, place, {}, content), Scene({})), expected(row));
+        EXPECT_EQ(listed(findingsOf(location, place, {}, content), Scene({})),
+                  linesOf(row.member("finds")));
     }
 }
 
+std::string faultOf(const test::Row& row) {
+    const auto fault = findJsonFault(row[1]);
+    if (!fault) return "none";
+    std::string place = std::to_string(fault->line) + ":" + std::to_string(fault->column) + " ";
+    return place.append(fault->reason);
+}
+
+std::string other(const test::Row& row) { return row.back(); }
+
+// Whatever the parser refuses has a fault, and nothing else.
+std::string written(const test::Row& row) {
+    EXPECT_EQ(findJsonFault(row[1]).has_value(), !json::parse(row[1]).has_value());
+    return row.back();
+}
+
 TEST(Check, SaysWhereAFileStopsBeingJson) {
-    test::expectTable("check/golden/faults.txt", {{"fault", [](const test::Row& row) {
-                                                       const auto fault = findJsonFault(row[1]);
-                                                       if (!fault) return std::string("none");
-                                                       return std::to_string(fault->line) + ":" +
-                                                              std::to_string(fault->column) + " " +
-                                                              std::string(fault->reason);
-                                                   }}});
-    // Whatever the parser refuses has a fault, and nothing else.
-    const auto other = [](const test::Row& row) { return row.back(); };
-    test::expectTable(
-        "json/golden/json.txt",
-        {{"repeated", other}, {"number", other}, {"written", [](const test::Row& row) {
-                                                      EXPECT_EQ(findJsonFault(row[1]).has_value(),
-                                                                !json::parse(row[1]).has_value());
-                                                      return row.back();
-                                                  }}});
+    test::expectTable("check/golden/faults.txt", {{"fault", faultOf}});
+    test::expectTable("json/golden/json.txt",
+                      {{"repeated", other}, {"number", other}, {"written", written}});
 }
 
 // What the program prints, and the status with which it ends.
@@ -137,8 +140,8 @@ std::string printed(const std::vector<std::string>& arguments, const std::string
     support::ChildProcess program(command, {"TOVRA_DATA_FILE=" + file, "TZ=UTC"});
     std::string lines;
     while (const auto line = program.receive()) lines.append(*line) += '\n';
-    return test::replaced(lines, file, "FILE") + "status " + std::to_string(program.finish()) +
-           "\n";
+    lines += "status " + std::to_string(program.finish()) + "\n";
+    return test::replaced(lines, file, "FILE");
 }
 
 TEST(Check, PrintsLinesOrJson) {
@@ -150,10 +153,7 @@ TEST(Check, PrintsLinesOrJson) {
             arguments.emplace_back(asString(argument));
         }
         const auto trace = golden.trace(row);
-        std::string lines;
-        for (const json::Value line : golden.each(row, "prints"))
-            lines.append(asString(line)) += '\n';
-        EXPECT_EQ(printed(arguments, scene.path(row)), lines);
+        EXPECT_EQ(printed(arguments, scene.path(row)), linesOf(row.member("prints")));
     }
     const Check found = check(fs::path("/no/such/file"), kNow);
     EXPECT_TRUE(asText(found, true).find("\033[31merror: ") != std::string::npos);

@@ -252,7 +252,10 @@ std::string recordInto(const test::Row& row) {
     std::istringstream(row[1]) >> file.owner >> colon >> file.group >> std::oct >> file.mode;
     if (row[2] == "list") file.list = {{1, 6, 0}, {2, 6, 7}, {4, 4, 0}, {16, 6, 0}, {32, 0, 0}};
     const auto may = [&](const char* what) { return row[3].find(what) < row[3].size(); };
+    bool hasInherited = true;
     model.before = [&](std::string_view call) {
+        if (call == "attributes") hasInherited = false;
+        EXPECT_FALSE(call == "write" && hasInherited) << "others may read what is written";
         if (call == "owner" && !may("chown")) return EPERM;
         const bool isList = call == "access list" || call == "set access list";
         if (isList && !may("lists")) return ENOTSUP;
