@@ -25,9 +25,8 @@ class Scene {
   public:
     explicit Scene(json::Value row) {
         const json::Value file = row.member("file");
-        if (file.is(json::Kind::string)) test::writeFile(folder_ / "data.json", asString(file));
-        if (file.is(json::Kind::object)) {
-            test::writeFile(folder_ / "data.json", test::compact(file));
+        if (file.exists()) {
+            test::writeFile(folder_ / "data.json", file.string().value_or(test::compact(file)));
         }
         for (const json::Value name : row.member("beside").children()) {
             test::writeFile(folder_ / std::string(asString(name)), "");
