@@ -97,8 +97,10 @@ class Findings {
         if (place.notReadable == std::errc::no_such_file_or_directory) {
             addMissing(place, kZeros);
         } else if (place.notReadable) {
-            fail("not-readable",
-                 whyNotReadable(place.notReadable) + kZeros + ", and recordings are refused.");
+            const bool isTooLarge = place.notReadable == std::errc::file_too_large;
+            fail("not-readable", whyNotReadable(place.notReadable) +
+                                     (isTooLarge ? " Reports and" : std::string(kZeros) + ", and") +
+                                     " recordings are refused.");
         } else if (fault) {
             fail("not-json", "The file is not JSON. Line " + std::to_string(fault->line) +
                                  ", column " + std::to_string(fault->column) + ": " +
