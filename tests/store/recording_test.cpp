@@ -23,14 +23,20 @@ thread_local int allocationsLeft = -1;
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+// GCC takes what it puts in line for a mistake.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     void* block = allocationsLeft == 0 ? nullptr : std::malloc(size);
     if (block == nullptr) throw std::bad_alloc();
     if (allocationsLeft > 0) --allocationsLeft;
     return block;
 }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t /*size*/) noexcept { std::free(block); }
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return std::malloc(size);
+}
+[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block, std::size_t /*size*/) noexcept {
+    std::free(block);
+}
 
 namespace tovra {
 namespace {
