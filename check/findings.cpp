@@ -28,7 +28,7 @@ std::string some(const std::vector<Text>& texts) {
 
 // What the system's reason for not opening or reading a file means.
 std::string whyNotReadable(const std::error_code& reason) {
-    switch (reason.value()) {
+    switch (reason.default_error_condition().value()) {
         case EACCES:
             return "Your user may not read the file, or not enter one of the folders on the way to "
                    "it.";
@@ -97,8 +97,10 @@ class Findings {
         if (place.notReadable == std::errc::no_such_file_or_directory) {
             addMissing(place, kZeros);
         } else if (place.notReadable) {
-            fail("not-readable",
-                 whyNotReadable(place.notReadable) + kZeros + ", and recordings are refused.");
+            const bool isTooLarge = place.notReadable == std::errc::file_too_large;
+            fail("not-readable", whyNotReadable(place.notReadable) +
+                                     (isTooLarge ? " Reports and" : std::string(kZeros) + ", and") +
+                                     " recordings are refused.");
         } else if (fault) {
             fail("not-json", "The file is not JSON. Line " + std::to_string(fault->line) +
                                  ", column " + std::to_string(fault->column) + ": " +
@@ -216,7 +218,7 @@ class Findings {
             return fail("in-cloud", whyNotReadable({EDEADLK, std::generic_category()}) + zeros +
                                         "; a recording would make a second one, at odds with it.");
         }
-        fail("missing", (place.missing == place.path
+        fail("missing", (place.missing == place.target
                              ? "There is no file of that name in its folder."
                              : "There is no such folder: " + place.missing.string() + ".") +
                             zeros + "; a recording would make a new one.");

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <iostream>
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -27,7 +28,7 @@ int useWrongly() {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     bool wantsJson = false;
     std::optional<std::string> file;
     const std::vector<std::string_view> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
@@ -49,4 +50,7 @@ int main(int argc, char** argv) {
         ::isatty(STDOUT_FILENO) == 1 && !tovra::environmentVariable("NO_COLOR").has_value();
     std::cout << (wantsJson ? asJson(found) : asText(found, inColour));
     return found.exitStatus();
+} catch (const std::bad_alloc&) {
+    std::cerr << "tovra-mcp-check: There is not enough memory for the file.\n";
+    return 1;
 }

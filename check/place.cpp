@@ -5,11 +5,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include "json/json.h"
 #include "platform/file.h"
 #include "platform/folder.h"
 #include "platform/replace_file.h"
+#include "platform/second_look.h"
 
 namespace tovra::check {
 namespace {
@@ -28,17 +30,22 @@ fs::path firstMissing(const fs::path& path) {
     return {};
 }
 
+// What belongs to a save that is under way is gone a moment later.
 void findLeftovers(Place& place) {
-    std::error_code error;
-    fs::directory_iterator entries(folderOf(place.target), error);
-    for (; !error && entries != fs::directory_iterator(); entries.increment(error)) {
-        const std::string name = entries->path().filename().string();
-        const Leftover leftover = leftoverOf(name);
-        if (leftover == Leftover::unfinished) place.unfinished.push_back(name);
-        if (leftover == Leftover::kept) place.kept.push_back(name);
+    FileSystem& system = FileSystem::system();
+    const auto isNone = [](const auto& names) { return names.empty(); };
+    const auto look = [&] {
+        std::error_code error;
+        auto names = system.namesIn(folderOf(place.target), error);
+        std::erase_if(names, [](auto& name) { return leftoverOf(name) == Leftover::none; });
+        return names;
+    };
+    auto names = lookUntil(system, isNone, look);
+    std::sort(names.begin(), names.end());
+    for (std::string& name : names) {
+        const bool isKept = leftoverOf(name) == Leftover::kept;
+        (isKept ? place.kept : place.unfinished).push_back(std::move(name));
     }
-    std::sort(place.unfinished.begin(), place.unfinished.end());
-    std::sort(place.kept.begin(), place.kept.end());
 }
 
 // Why no new file can be made in the folder. The first save makes a folder that is missing.
@@ -56,20 +63,19 @@ std::error_code whyNotWritable(fs::path folder) {
 Place lookAt(const fs::path& path) {
     Place place;
     place.path = path;
-    std::error_code error;
-    place.target = fs::is_symlink(path, error) ? fs::weakly_canonical(path, error) : path;
-    if (error) place.target = path;
+    place.target = resolved(FileSystem::system(), path);
     const auto file = openFile(path, json::kMaxSize, place.notReadable);
     if (file) place.size = file->size();
     if (place.notReadable == std::errc::no_such_file_or_directory) {
-        place.missing = firstMissing(path);
+        place.missing = firstMissing(place.target);
     }
     place.notWritable = whyNotWritable(folderOf(place.target));
     struct stat status {};
     if (::stat(path.c_str(), &status) == 0) place.isOwn = status.st_uid == ::geteuid();
     findLeftovers(place);
-    const std::string placeholder = "." + path.filename().string() + ".icloud";
-    place.isInCloud = fs::exists(folderOf(path) / placeholder, error);
+    const std::string placeholder = "." + place.target.filename().string() + ".icloud";
+    std::error_code error;
+    place.isInCloud = fs::exists(folderOf(place.target) / placeholder, error);
     return place;
 }
 

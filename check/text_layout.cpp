@@ -11,6 +11,13 @@ namespace {
 
 enum class Colour { none, bold, red, yellow, green };
 
+// A terminal would obey control characters.
+std::string printable(std::string text) {
+    const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7F; };
+    std::replace_if(text.begin(), text.end(), isControl, '?');
+    return text;
+}
+
 class Lines {
   public:
     explicit Lines(bool inColour) : inColour_(inColour) {}
@@ -21,7 +28,7 @@ class Lines {
         constexpr std::size_t kWidth = 15;
         std::string padded(name);
         padded.resize(std::max(name.size() + 1, kWidth), ' ');
-        add(padded + value);
+        add(padded + printable(value));
     }
 
     [[nodiscard]] std::string coloured(std::string_view text, Colour colour) const {
@@ -115,7 +122,7 @@ std::string asText(const Check& check, bool inColour) {
         const bool isError = finding.level == Level::error;
         lines.add(lines.coloured(isError ? "error: " : "warning: ",
                                  isError ? Colour::red : Colour::yellow) +
-                  finding.text);
+                  printable(finding.text));
     }
     addVerdict(lines, check);
     return std::move(lines.out);

@@ -15,6 +15,10 @@ class FileCategory : public std::error_category {
   public:
     [[nodiscard]] const char* name() const noexcept override { return "file"; }
     [[nodiscard]] std::string message(int /*value*/) const override { return "Not a regular file"; }
+    [[nodiscard]] std::error_condition default_error_condition(
+        int /*value*/) const noexcept override {
+        return std::errc::invalid_argument;
+    }
 };
 
 std::error_code notRegular() {
@@ -72,7 +76,7 @@ std::optional<FileVersion> readFileVersion(FileSystem& system, const std::filesy
 }
 
 bool isAsRead(const FileVersion& version) {
-    std::array<char, std::size_t{64} * 1024> chunk;
+    std::array<char, 16 * std::size_t{1024}> chunk;
     std::string_view rest = version.text();
     for (std::size_t done = 0;;) {
         std::error_code error;

@@ -172,18 +172,18 @@ class Keeper {
     AccessProblem handOver(AccessList list) {
         const struct stat& before = original_.status;
         if (list.empty()) list = listOfMode(before.st_mode);
-        const std::string losesAccess = " would lose access to it";
-        const std::string group = "its group, " + groupName(before.st_gid) + ",";
+        const auto problem = [&](bool isGroups, const char* what) -> AccessProblem {
+            const std::string who = isGroups ? "its group, " + groupName(before.st_gid)
+                                             : "its owner, " + userName(before.st_uid);
+            return {std::make_error_code(std::errc::operation_not_permitted), who + ", " + what};
+        };
         Handover handover(before, after_, std::move(list));
-        const auto denied = std::make_error_code(std::errc::operation_not_permitted);
-        if (!handover.changeGroup()) return {denied, group + " cannot be kept"};
+        if (!handover.changeGroup()) return problem(true, "cannot be kept");
         handover.changeOwner(!system_.mayWrite(path_));
         AccessList& wanted = handover.list();
         if (wanted.size() > 3) {
-            const bool isGroups = after_.st_gid != before.st_gid;
             if (!system_.setAccessList(file_, wanted)) return {};
-            return {denied, isGroups ? group + losesAccess
-                                     : "its owner, " + userName(before.st_uid) + "," + losesAccess};
+            return problem(after_.st_gid != before.st_gid, "would lose access to it");
         }
         if (const auto failure = system_.setAccessList(file_, {})) return {failure, {}};
         return {keepMode(modeOfList(wanted)), {}};

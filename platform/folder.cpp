@@ -21,6 +21,17 @@ fs::path folderOf(const fs::path& file) {
     return folder.empty() ? "." : folder;
 }
 
+fs::path resolved(FileSystem& system, fs::path path) {
+    constexpr int kMostLinks = 40;
+    for (int i = 0; i < kMostLinks; ++i) {
+        std::error_code error;
+        const fs::path link = system.linkTarget(path, error);
+        if (error) break;
+        path = path.parent_path() / link;
+    }
+    return path;
+}
+
 std::optional<Folder> Folder::open(FileSystem& system, const fs::path& path,
                                    const std::function<bool()>& mayWait, std::error_code& error) {
     constexpr std::chrono::milliseconds kPause(1);
@@ -49,9 +60,12 @@ std::error_code NewFolders::make(const fs::path& folder) {
     if (above != folder && system_.look(above, found) == std::errc::no_such_file_or_directory) {
         if (const std::error_code error = make(above)) return error;
     }
-    std::error_code error = system_.makeFolder(folder);
-    if (error) return error == std::errc::file_exists ? std::error_code() : error;
     made_.push_back(folder);
+    std::error_code error = system_.makeFolder(folder);
+    if (error) {
+        made_.pop_back();
+        return error == std::errc::file_exists ? std::error_code() : error;
+    }
     const Descriptor opened(system_, system_.openFolder(above, error));
     if (!error) return synchroniseFolder(system_, opened);
     return error == std::errc::permission_denied ? std::error_code() : error;

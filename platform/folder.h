@@ -61,4 +61,8 @@ class NewFolders {
 // The folder that holds the file.
 [[nodiscard]] std::filesystem::path folderOf(const std::filesystem::path& file);
 
+// The file that a path leads to, so that a link stays a link when that file is replaced. Where it
+// leads nowhere, the path of the file that is missing.
+[[nodiscard]] std::filesystem::path resolved(FileSystem& system, std::filesystem::path path);
+
 }  // namespace tovra

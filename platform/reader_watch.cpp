@@ -1,5 +1,6 @@
 #include "platform/reader_watch.h"
 
+#include <fcntl.h>
 #include <limits.h>
 #include <poll.h>
 
@@ -16,7 +17,10 @@ enum class Reader { ready, busy, gone };
 Reader lookAtReader(int descriptor, int milliseconds) {
     pollfd waiting{descriptor, POLLOUT, 0};
     if (::poll(&waiting, 1, milliseconds) <= 0) return Reader::busy;
-    return (waiting.revents & (POLLERR | POLLHUP)) != 0 ? Reader::gone : Reader::ready;
+    if ((waiting.revents & (POLLERR | POLLHUP)) != 0) return Reader::gone;
+    // macOS says that of a terminal, too.
+    const bool isClosed = (waiting.revents & POLLNVAL) != 0 && ::fcntl(descriptor, F_GETFD) < 0;
+    return isClosed ? Reader::gone : Reader::ready;
 }
 
 }  // namespace

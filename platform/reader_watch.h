@@ -6,7 +6,7 @@
 
 namespace tovra {
 
-// Whether the other end of a pipe or socket is still open; true for anything else.
+// Whether the other end of a pipe or socket is still open; true for anything else that is open.
 [[nodiscard]] bool hasReader(int descriptor);
 
 // Waits until the descriptor takes PIPE_BUF bytes at once. False when nobody reads any more.

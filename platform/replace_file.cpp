@@ -128,8 +128,8 @@ class NewFile {
         return !error || error == std::errc::no_such_file_or_directory;
     }
 
-    // What has the name now is not this object's to remove.
-    void forget() { path_.clear(); }
+    // Gives the name away: what has it now is not this object's to remove.
+    fs::path forget() { return std::exchange(path_, {}); }
 
     [[nodiscard]] bool isNamed() const { return !path_.empty(); }
     [[nodiscard]] const fs::path& path() const { return path_; }
@@ -162,12 +162,13 @@ class Attempt {
 
     // Nothing comes back where the system cannot name a file that was made without a name.
     std::optional<Replacement> make() try {
-        content_.writeBytes([&](std::string_view bytes) { fresh_.write(bytes); });
         if (content_.before != nullptr) {
             const auto problem = keepAccess(target_, content_.before->file, fresh_.descriptor());
             if (!problem.sentence.empty()) throw ReplaceError(problem.sentence);
             check(problem.error);
         }
+        // Not before: what the file has inherited from its folder may let others read it.
+        content_.writeBytes([&](std::string_view bytes) { fresh_.write(bytes); });
         fresh_.finish();
         content_.beforeReplacing();
         const auto result = content_.before == nullptr ? create() : replace();
@@ -253,7 +254,7 @@ class Attempt {
         for (int i = 0; i < kMostTries; ++i) {
             struct stat out {};
             std::error_code error = system_.look(fresh_.path(), out);
-            if (error) leaveBehind(error.message());
+            if (error) leaveBehind(error);
             Descriptor opened(system_, system_.openFile(fresh_.path(), error));
             error = system_.exchange(fresh_.path(), target_);
             if (!error && isSameFile(system_, fresh_.path(), putIn)) return;
@@ -262,20 +263,25 @@ class Attempt {
                 held = std::move(opened);
                 continue;
             }
-            if (error != std::errc::no_such_file_or_directory) leaveBehind(error.message());
+            if (error != std::errc::no_such_file_or_directory) leaveBehind(error);
             // Somebody has removed what was put in. What came out goes back to the free name.
             const std::error_code again = system_.renameExclusively(fresh_.path(), target_);
-            if (!again) return fresh_.forget();
-            if (again != std::errc::file_exists) leaveBehind(again.message());
+            if (!again) {
+                fresh_.forget();
+                return;
+            }
+            if (again != std::errc::file_exists) leaveBehind(again);
         }
-        leaveBehind("other programs keep changing it");
+        leaveBehind({});
     }
 
-    // The file at that path is another program's: better left behind than lost.
-    [[noreturn]] void leaveBehind(const std::string& reason) {
-        const std::string kept = readablePath(fresh_.path());
-        fresh_.forget();
-        throw ReplaceError(reason + "; what was there before is kept in " + kept, Left::unknown);
+    // The file at that path is another program's: better left behind than lost, also where there is
+    // no memory to say so.
+    [[noreturn]] void leaveBehind(const std::error_code& error) {
+        const fs::path kept = fresh_.forget();
+        const std::string reason = error ? error.message() : "other programs keep changing it";
+        throw ReplaceError(reason + "; what was there before is kept in " + readablePath(kept),
+                           Left::unknown);
     }
 
     FileSystem& system_;

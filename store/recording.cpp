@@ -32,19 +32,6 @@ std::function<bool()>& canAnswer() {
 // Whether a recording may still be saved.
 bool mayRecord() { return !turnstile().isClosed() && (!canAnswer() || canAnswer()()); }
 
-// The file that the path leads to, or the path of the one that is missing. Replacing that file
-// keeps a symbolic link to it.
-fs::path resolved(FileSystem& system, fs::path path) {
-    constexpr int kMostLinks = 40;
-    for (int i = 0; i < kMostLinks; ++i) {
-        std::error_code error;
-        const fs::path link = system.linkTarget(path, error);
-        if (error) break;
-        path = path.parent_path() / link;
-    }
-    return path;
-}
-
 // The file as it was read, and what a recording makes of it.
 struct Loaded {
     std::optional<FileVersion> version;

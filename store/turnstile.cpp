@@ -7,7 +7,7 @@ namespace tovra {
 bool Turnstile::enter() {
     std::unique_lock guard(mutex_);
     const std::uint64_t mine = next_++;
-    changed_.wait(guard, [&] { return isClosed_ || (serving_ == mine && !isInside_); });
+    changed_.wait(guard, [&] { return isClosed_ || serving_ == mine; });
     if (isClosed_) return false;
     isInside_ = true;
     return true;

@@ -1,6 +1,7 @@
 #include "check/check.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <map>
@@ -24,14 +25,15 @@ class Scene {
   public:
     explicit Scene(json::Value row) {
         const json::Value file = row.member("file");
-        if (file.is(json::Kind::string)) test::writeFile(folder_ / "data.json", asString(file));
-        if (file.is(json::Kind::object)) {
-            test::writeFile(folder_ / "data.json", test::compact(file));
+        if (file.exists()) {
+            test::writeFile(folder_ / "data.json", file.string().value_or(test::compact(file)));
         }
         for (const json::Value name : row.member("beside").children()) {
             test::writeFile(folder_ / std::string(asString(name)), "");
         }
         fs::create_symlink("loop", folder_ / "loop");
+        fs::create_symlink("none/data.json", folder_ / "away");
+        EXPECT_EQ(::mkfifo((folder_ / "pipe").c_str(), 0600), 0);
     }
 
     [[nodiscard]] fs::path path(json::Value row) const {
@@ -61,10 +63,9 @@ std::string listed(const std::vector<Finding>& findings, const Scene& scene) {
     return lines;
 }
 
-std::string expected(json::Value row) {
+std::string linesOf(json::Value strings) {
     std::string lines;
-    for (const json::Value line : row.member("finds").children())
-        lines.append(asString(line)) += '\n';
+    for (const json::Value line : strings.children()) lines.append(asString(line)) += '\n';
     return lines;
 }
 
@@ -76,16 +77,21 @@ TEST(Check, FindsWhatIsWrong) {
         golden.allowOnly(row, {"case", "path", "file", "beside", "finds"});
         const Scene scene(row);
         const std::string before = scene.state();
-        EXPECT_EQ(listed(check(scene.path(row), kNow).findings, scene), expected(row));
+        EXPECT_EQ(listed(check(scene.path(row), kNow).findings, scene),
+                  linesOf(row.member("finds")));
         EXPECT_EQ(scene.state(), before);
     }
 }
 
 // What a test cannot bring about as every user and on every system.
 TEST(Check, ExplainsTheReasonsOfTheSystem) {
-    const std::map<std::string_view, int> reasons = {
-        {"EACCES", EACCES}, {"EPERM", EPERM}, {"EDEADLK", EDEADLK}, {"EFBIG", EFBIG},
-        {"EINVAL", EINVAL}, {"EROFS", EROFS}, {"EIO", EIO},         {"", 0}};
+    const std::map<std::string_view, int> reasons = {{"EACCES", EACCES},
+                                                     {"EPERM", EPERM},
+                                                     {"EDEADLK", EDEADLK},
+                                                     {"EFBIG", EFBIG},
+                                                     {"EROFS", EROFS},
+                                                     {"EIO", EIO},
+                                                     {"", 0}};
     const test::Golden golden("check/golden/checks.json");
     for (const json::Value row : golden.each(golden.root(), "places")) {
         const auto trace = golden.trace(row, stringField(row, "case"));
@@ -100,27 +106,30 @@ TEST(Check, ExplainsTheReasonsOfTheSystem) {
         DataFileLocation location;
         if (boolField(row, "brokenPreferences") == true) location.preferencesProblem = "Broken";
         const Content content = survey(golden.root().member("whole"), kNow);
-        EXPECT_EQ(listed(findingsOf(location, place, {}, content), Scene({})), expected(row));
+        EXPECT_EQ(listed(findingsOf(location, place, {}, content), Scene({})),
+                  linesOf(row.member("finds")));
     }
 }
 
+std::string faultOf(const test::Row& row) {
+    const auto fault = findJsonFault(row[1]);
+    if (!fault) return "none";
+    std::string place = std::to_string(fault->line) + ":" + std::to_string(fault->column) + " ";
+    return place.append(fault->reason);
+}
+
+std::string other(const test::Row& row) { return row.back(); }
+
+// Whatever the parser refuses has a fault, and nothing else.
+std::string written(const test::Row& row) {
+    EXPECT_EQ(findJsonFault(row[1]).has_value(), !json::parse(row[1]).has_value());
+    return row.back();
+}
+
 TEST(Check, SaysWhereAFileStopsBeingJson) {
-    test::expectTable("check/golden/faults.txt", {{"fault", [](const test::Row& row) {
-                                                       const auto fault = findJsonFault(row[1]);
-                                                       if (!fault) return std::string("none");
-                                                       return std::to_string(fault->line) + ":" +
-                                                              std::to_string(fault->column) + " " +
-                                                              std::string(fault->reason);
-                                                   }}});
-    // Whatever the parser refuses has a fault, and nothing else.
-    const auto other = [](const test::Row& row) { return row.back(); };
-    test::expectTable(
-        "json/golden/json.txt",
-        {{"repeated", other}, {"number", other}, {"written", [](const test::Row& row) {
-                                                      EXPECT_EQ(findJsonFault(row[1]).has_value(),
-                                                                !json::parse(row[1]).has_value());
-                                                      return row.back();
-                                                  }}});
+    test::expectTable("check/golden/faults.txt", {{"fault", faultOf}});
+    test::expectTable("json/golden/json.txt",
+                      {{"repeated", other}, {"number", other}, {"written", written}});
 }
 
 // What the program prints, and the status with which it ends.
@@ -130,8 +139,8 @@ std::string printed(const std::vector<std::string>& arguments, const std::string
     support::ChildProcess program(command, {"TOVRA_DATA_FILE=" + file, "TZ=UTC"});
     std::string lines;
     while (const auto line = program.receive()) lines.append(*line) += '\n';
-    return test::replaced(lines, file, "FILE") + "status " + std::to_string(program.finish()) +
-           "\n";
+    lines += "status " + std::to_string(program.finish()) + "\n";
+    return test::replaced(lines, file, "FILE");
 }
 
 TEST(Check, PrintsLinesOrJson) {
@@ -143,10 +152,7 @@ TEST(Check, PrintsLinesOrJson) {
             arguments.emplace_back(asString(argument));
         }
         const auto trace = golden.trace(row);
-        std::string lines;
-        for (const json::Value line : golden.each(row, "prints"))
-            lines.append(asString(line)) += '\n';
-        EXPECT_EQ(printed(arguments, scene.path(row)), lines);
+        EXPECT_EQ(printed(arguments, scene.path(row)), linesOf(row.member("prints")));
     }
     const Check found = check(fs::path("/no/such/file"), kNow);
     EXPECT_TRUE(asText(found, true).find("\033[31merror: ") != std::string::npos);

@@ -50,9 +50,16 @@ TEST(Stdio, AnswersAtOnceFromTheFileAsItIsNowUntilNobodyReads) {
 
 TEST(Stdio, EndsInFailureWhereNoAnswerCanBeWritten) {
     if (!std::filesystem::exists("/dev/full")) GTEST_SKIP();
-    support::ChildProcess server({"/bin/sh", "-c", "exec \"$0\" >/dev/full", TOVRA_SERVER}, {});
-    server.send(R"({"id":1,"method":"ping"})");
-    EXPECT_EQ(server.finish(), 1);
+    const test::DataFileScope data("{}");
+    for (const std::string output : {"/dev/full", "&-"}) {
+        support::ChildProcess server({"/bin/sh", "-c", "exec \"$0\" >" + output, TOVRA_SERVER}, {});
+        server.send(
+            R"({"method":"tools/call","params":{"name":"add_transaction","arguments":{"amount":1}}})");
+        server.send(R"({"id":1,"method":"ping"})");
+        EXPECT_EQ(server.finish(), output == "&-" ? 0 : 1);
+        EXPECT_EQ(test::fileBytes(data.path()) == "{}", output == "&-");
+        std::ofstream(data.path()) << "{}";
+    }
 }
 
 TEST(Stdio, EndsWithTheFirstEndOfInputOnATerminal) {

@@ -1,4 +1,4 @@
-// A file system in memory that holds one folder, and may fail or be switched off before any call.
+// A file system in memory that holds one folder, and may fail at any call.
 // Its time passes faster.
 #pragma once
 
@@ -31,8 +31,6 @@ class FolderModel : public FileSystem {
 
     // Before each call: its name goes in, a reason to fail or 0 comes out.
     std::function<int(std::string_view call)> before = [](auto) { return 0; };
-    bool isOff = false;  // no call does anything any more
-    bool isLockedByOther = false, mayChangeOwner = true, hasAccessLists = true;
     Names names;
     // What the folder may hold after the power fails, the state that was synchronised first.
     std::vector<Names> history{1};
@@ -77,9 +75,7 @@ class FolderModel : public FileSystem {
         return found;
     }
     Error mayWrite(Path /*path*/) override { return at("may write"); }
-    Error lock(int /*folder*/) override {
-        return at("lock", [&] { return isLockedByOther ? EWOULDBLOCK : 0; });
-    }
+    Error lock(int /*folder*/) override { return at("lock"); }
     std::size_t read(int file, char* into, std::size_t room, std::size_t offset,
                      Error& error) override {
         error = at("read");
@@ -106,24 +102,20 @@ class FolderModel : public FileSystem {
         return synchronise(file);
     }
     Error changeOwner(int file, uid_t owner, gid_t group) override {
-        return at("owner", [&] {
-            if (mayChangeOwner) files_.at(file)->owner = owner, files_.at(file)->group = group;
-            return mayChangeOwner ? 0 : EPERM;
-        });
+        File& it = *files_.at(file);
+        return at("owner", [&] { return it.owner = owner, it.group = group, 0; });
     }
     Error changeMode(int file, mode_t mode) override {
         return at("mode", [&] { return files_.at(file)->mode = mode, 0; });
     }
     Error copyAttributes(int /*from*/, int /*to*/) override { return at("attributes"); }
     AccessList accessList(int file, Error& error) override {
-        error = at("access list", [&] { return hasAccessLists ? 0 : ENOTSUP; });
+        error = at("access list");
         return error ? AccessList() : files_.at(file)->list;
     }
     Error setAccessList(int file, const AccessList& list) override {
-        return at("set access list", [&] {
-            if (!hasAccessLists) return list.empty() ? 0 : ENOTSUP;
-            return files_.at(file)->list = list, 0;
-        });
+        const char* call = list.empty() ? "clear access list" : "set access list";
+        return at(call, [&] { return files_.at(file)->list = list, 0; });
     }
     Error link(int file, Path path) override {
         return at("link", [&] { return find(path) ? EEXIST : (named(path, files_.at(file)), 0); });
@@ -152,12 +144,10 @@ class FolderModel : public FileSystem {
     }
 
   private:
-    static Error reason(int number) { return {number, std::generic_category()}; }
     static int succeed() { return 0; }
     Error at(std::string_view call, const std::function<int()>& action = succeed) {
-        if (isOff) return reason(EIO);
         const int failure = before(call);
-        return reason(failure != 0 ? failure : action());
+        return {failure != 0 ? failure : action(), std::generic_category()};
     }
     int open(std::string_view call, Error& error, const std::function<FilePointer()>& file) {
         const int number = descriptors_ + 1;
