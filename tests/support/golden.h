@@ -5,9 +5,11 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <regex>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "json/write.h"
 #include "tests/support/scopes.h"
@@ -24,14 +26,26 @@ inline std::string compact(json::Value value) {
 class Golden {
   public:
     // The file of that path below the tests' folder.
-    explicit Golden(const std::string& name)
-        : path_(TOVRA_TESTS "/" + name), document_(json::parse(fileBytes(path_)).value()) {}
+    explicit Golden(const std::string& name) : path_(TOVRA_TESTS "/" + name) {
+        const std::string text = fileBytes(path_);
+        document_ = json::parse(text).value();
+        // A string with a colon behind it is a name, and everything else begins a value.
+        const std::regex token(R"re(\n|"(?:[^"\\]|\\.)*"(\s*:)?|[{\[]|[-+.\w]+)re");
+        int line = 1;
+        for (std::sregex_iterator it(text.begin(), text.end(), token), end; it != end; ++it) {
+            if (it->str() == "\n") {
+                ++line;
+            } else if (!(*it)[1].matched) {
+                lines_.push_back(line);
+            }
+        }
+    }
 
     [[nodiscard]] json::Value root() const { return document_.root(); }
 
-    // What fails while the trace exists is told with the file and how the value begins.
+    // What fails while the trace exists is told with the file and line of the value.
     [[nodiscard]] testing::ScopedTrace trace(json::Value value, std::string_view what = {}) const {
-        return {path_.c_str(), -1, std::string(what) + " " + beginOf(value)};
+        return {path_.c_str(), lineOf(value), std::string(what)};
     }
 
     // The elements of a member that has to have some.
@@ -49,16 +63,29 @@ class Golden {
     }
 
   private:
-    static std::string beginOf(json::Value value) { return compact(value).substr(0, 300); }
+    [[nodiscard]] int lineOf(json::Value value) const {
+        std::size_t before = 0;
+        return findIn(root(), value, before) ? lines_.at(before) : -1;
+    }
+
+    // Whether the wanted value is this one or in it; counts the values in front of it.
+    static bool findIn(json::Value value, json::Value wanted, std::size_t& before) {
+        if (value.isSame(wanted)) return true;
+        ++before;
+        const json::Children parts = value.children();
+        return std::any_of(parts.begin(), parts.end(),
+                           [&](json::Value part) { return findIn(part, wanted, before); });
+    }
 
     [[nodiscard]] std::runtime_error wrong(json::Value at, const char* verb,
                                            std::string_view name) const {
-        return std::runtime_error(path_ + ": " + beginOf(at) + " " + verb + " \"" +
+        return std::runtime_error(path_ + ":" + std::to_string(lineOf(at)) + " " + verb + " \"" +
                                   std::string(name) + "\"");
     }
 
     std::string path_;
     json::Document document_;
+    std::vector<int> lines_;  // of all values, in their order
 };
 
 }  // namespace tovra::test
