@@ -2,11 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <sstream>
 #include <thread>
 #include <tuple>
 
+#include "store/turnstile.h"
 #include "tests/store/recorded.h"
 #include "tests/support/folder_model.h"
 #include "tests/support/table.h"
@@ -163,6 +165,34 @@ TEST_F(RecordingFaults, ArePassedOverOnlySoLong) {
               std::string::npos);
     EXPECT_EQ(model.bytes(kName), R"({"theirs":1})");
     EXPECT_EQ(model.names.size(), 2U);
+}
+
+TEST_F(RecordingFaults, AreNoneWhereAnotherNameDoesOrAFolderNeedsNothing) {
+    for (const auto& [call, reason, times] : {std::tuple("create", EEXIST, 3),
+                                              {"synchronise folder", EINVAL, 99},
+                                              {"synchronise folder", ENOTSUP, 99}}) {
+        FolderModel model;
+        model.put(kName, kOld);
+        model.before = [&, left = times](std::string_view it) mutable {
+            if (it == "create unnamed") return ENOTSUP;
+            return it == call && left-- > 0 ? reason : 0;
+        };
+        EXPECT_EQ(outcome(model), "done") << call << " " << reason;
+    }
+}
+
+TEST(Turnstile, ClosesWhenWhoIsInsideHasLeft) {
+    Turnstile turnstile;
+    ASSERT_TRUE(turnstile.enter());
+    std::atomic<bool> hasLeft = false;
+    std::thread inside([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        hasLeft = true;
+        turnstile.leave();
+    });
+    turnstile.close();
+    EXPECT_TRUE(hasLeft && !turnstile.enter());
+    inside.join();
 }
 
 // The file is looked at in the middle of another program's save.

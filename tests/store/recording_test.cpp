@@ -9,34 +9,11 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <new>
 
 #include "store/data_file.h"
 #include "support/child_process.h"
 #include "tests/store/recorded.h"
 #include "tests/support/scopes.h"
-
-namespace {
-
-// How many more times a thread gets memory; negative: always.
-thread_local int allocationsLeft = -1;
-
-}  // namespace
-
-// GCC takes what it puts in line for a mistake.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    void* block = allocationsLeft == 0 ? nullptr : std::malloc(size);
-    if (block == nullptr) throw std::bad_alloc();
-    if (allocationsLeft > 0) --allocationsLeft;
-    return block;
-}
-[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return std::malloc(size);
-}
-[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
-[[gnu::noinline]] void operator delete(void* block, std::size_t /*size*/) noexcept {
-    std::free(block);
-}
 
 namespace tovra {
 namespace {
@@ -106,27 +83,6 @@ TEST(Recording, KeepsModeAndLinksAndMakesMissingFolders) {
     EXPECT_TRUE(fs::is_symlink(link));
     EXPECT_EQ(namesIn(link.parent_path()), "link.json");
     expectContent(target, "{\n  \"mine\": 7\n}\n");
-}
-
-TEST(Recording, IsSavedExactlyWhereItIsConfirmedWhenMemoryRunsOut) {
-    const std::string confirmation(100, 'c');
-    std::string said;
-    (void)json::parse("{}");  // what is made once
-    for (int n = 0; said.empty(); ++n) {
-        const test::DataFileScope file("{}");
-        allocationsLeft = n;
-        try {
-            said = changeDataFile([&](const DataSnapshot& snapshot) -> Change {
-                return {json::Edit{snapshot.root(), "mine", "7"}, confirmation};
-            });
-        } catch (const std::bad_alloc&) {
-        }
-        allocationsLeft = -1;
-        SCOPED_TRACE(n);
-        expectContent(file.path(), said.empty() ? "{}" : "{\n  \"mine\": 7\n}\n");
-        ASSERT_LT(n, 1000);
-    }
-    EXPECT_EQ(said, confirmation);
 }
 
 constexpr const char* kAddTransaction =

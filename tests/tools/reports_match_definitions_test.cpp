@@ -154,18 +154,6 @@ class Definitions {
         return text.str();
     }
 
-    std::string goals() const {
-        Text text("Savings goals:");
-        for (const json::Value goal : objectArrayField(data_, "goals")) {
-            const std::string_view currency = stringField(goal, "currency");
-            const double saved = numberField(goal, "saved"), target = numberField(goal, "target");
-            const double percent = target > 0 ? std::min(saved / target, 1.0) * 100 : 0;
-            text << "\n  • " << stringField(goal, "name") << ": " << currency << " " << saved
-                 << " / " << currency << " " << target << " (" << std::int64_t(percent) << "%)";
-        }
-        return text.str();
-    }
-
     std::string listing(std::size_t limit) const {
         std::vector<Entry> sorted = entries_;
         std::ranges::stable_sort(sorted, std::greater(), &Entry::date);
@@ -227,7 +215,6 @@ TEST(Reports, MatchTheirDefinitionsOnGeneratedDocuments) {
             const Definitions definitions(data.root());
             EXPECT_EQ(toolOverview(kNow), definitions.overview());
             EXPECT_EQ(toolListBudgets(kNow), definitions.budgets());
-            EXPECT_EQ(toolListGoals(), definitions.goals());
             EXPECT_EQ(toolSpendingByCategory(days->root(), kNow), definitions.spending(40));
             EXPECT_EQ(toolListTransactions(limit->root(), kNow), definitions.listing(500));
         }
