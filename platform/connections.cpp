@@ -9,6 +9,8 @@ namespace {
 // Up to so many bytes of a connection do not count, so that an ordinary request always has room.
 constexpr std::size_t kUncounted = std::size_t{16} * 1024;
 
+constexpr std::size_t counted(std::size_t bytes) { return bytes > kUncounted ? bytes : 0; }
+
 }  // namespace
 
 Connections::Connections(std::size_t seats, std::size_t mostBytes, EventQueue& events)
@@ -38,7 +40,9 @@ Connection* Connections::claim(std::uint64_t tag) {
 bool Connections::holdRequest(Connection& connection, std::size_t bytes) {
     const std::lock_guard lock(mutex_);
     Seat& seat = ownSeat(connection);
-    if (makeRoom(seat, bytes)) return true;
+    // Nobody is closed in vain: what those hold who are worked on cannot be had.
+    const std::size_t most = mostBytes_ - heldByOthersAtWork(seat);
+    if (counted(bytes) <= most && makeRoom(seat, bytes)) return true;
     seat.waitsSince = Clock::now();
     seat.state = Seat::State::waiting;
     seat.isForRoom = true;
@@ -94,9 +98,17 @@ Connections::Seat* Connections::longestWaiting(bool holdingBytes) {
     return longest;
 }
 
+std::size_t Connections::heldByOthersAtWork(const Seat& seat) const {
+    std::size_t held = 0;
+    for (const Seat& other : seats_) {
+        if (&other != &seat && other.state == Seat::State::worked) held += other.held;
+    }
+    return std::min(held, mostBytes_);  // answers are held in any case
+}
+
 // Lets the seat hold that much, and closes others for it where there is no room.
 bool Connections::makeRoom(Seat& seat, std::size_t bytes) {
-    const std::size_t held = bytes > kUncounted ? bytes : 0;
+    const std::size_t held = counted(bytes);
     while (held > seat.held && held_ - seat.held + held > mostBytes_) {
         Seat* other = longestWaiting(true);
         if (other == nullptr) return false;

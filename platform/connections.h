@@ -73,6 +73,7 @@ class Connections {
 
     static Seat& ownSeat(Connection& connection);
     Seat* longestWaiting(bool holdingBytes);
+    [[nodiscard]] std::size_t heldByOthersAtWork(const Seat& seat) const;
     bool makeRoom(Seat& seat, std::size_t bytes);
     void waitForClient(Seat& seat, EventQueue::Direction direction);
     void empty(Seat& seat, Seat::State state);

@@ -5,6 +5,7 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <cerrno>
 
 #include "platform/line_io.h"
 #include "platform/signals.h"
@@ -16,7 +17,10 @@ enum class Reader { ready, busy, gone };
 
 Reader lookAtReader(int descriptor, int milliseconds) {
     pollfd waiting{descriptor, POLLOUT, 0};
-    if (::poll(&waiting, 1, milliseconds) <= 0) return Reader::busy;
+    const int found = ::poll(&waiting, 1, milliseconds);
+    // Where the system cannot tell, the writing itself will.
+    if (found < 0 && errno != EINTR && errno != EAGAIN) return Reader::ready;
+    if (found <= 0) return Reader::busy;
     if ((waiting.revents & (POLLERR | POLLHUP)) != 0) return Reader::gone;
     // macOS says that of a terminal, too.
     const bool isClosed = (waiting.revents & POLLNVAL) != 0 && ::fcntl(descriptor, F_GETFD) < 0;

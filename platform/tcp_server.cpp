@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cassert>
 #include <cerrno>
+#include <csignal>
 #include <exception>
 #include <limits>
 #include <system_error>
@@ -294,6 +295,7 @@ TcpServer::~TcpServer() = default;
 
 std::unique_ptr<TcpServer> TcpServer::listen(std::uint16_t port, const TcpLimits& limits,
                                              ExchangeFactory newExchange) {
+    std::signal(SIGPIPE, SIG_IGN);
     try {
         return std::make_unique<TcpServer>(
             std::make_unique<Implementation>(port, limits, std::move(newExchange)));

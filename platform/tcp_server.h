@@ -60,7 +60,7 @@ class TcpServer {
     // Nothing comes back where that fails, for instance because the port is taken or no thread can
     // be started. `newExchange` may be called from several threads.
     //
-    // REQUIRES: the process ignores SIGPIPE.
+    // From then on the process ignores SIGPIPE.
     [[nodiscard]] static std::unique_ptr<TcpServer> listen(std::uint16_t port,
                                                            const TcpLimits& limits,
                                                            ExchangeFactory newExchange);
