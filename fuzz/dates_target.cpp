@@ -4,7 +4,7 @@
 
 #include "fuzz/support.h"
 #include "store/dates.h"
-#include "tests/support/scopes.h"
+#include "support/scopes.h"
 
 namespace {
 
@@ -58,7 +58,7 @@ void check(std::string_view text) {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     for (const char* zone : kZones) {
-        const tovra::test::EnvironmentScope timeZone("TZ", zone);
+        const tovra::support::EnvironmentScope timeZone("TZ", zone);
         check(tovra::fuzz::textOf(data, size));
     }
     return 0;

@@ -6,14 +6,14 @@
 #include <iostream>
 
 #include "fuzz/support.h"
-#include "tests/support/scopes.h"
+#include "support/scopes.h"
 
 int main(int argc, char** argv) {
     int count = 0;
     if (argc == 2) {
         for (const auto& entry : std::filesystem::directory_iterator(argv[1])) {
             std::cout << entry.path().filename() << std::endl;
-            const std::string bytes = tovra::test::fileBytes(entry.path());
+            const std::string bytes = tovra::support::fileBytes(entry.path());
             LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()),
                                    bytes.size());
             ++count;

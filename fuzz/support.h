@@ -14,7 +14,7 @@
 
 #include "json/json.h"
 #include "json/write.h"
-#include "tests/support/scopes.h"
+#include "support/scopes.h"
 
 // The entry point of every target; the name is libFuzzer's.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
@@ -78,8 +78,8 @@ class FuzzedFile {
   public:
     explicit FuzzedFile(std::string_view bytes) : file_(bytes) {}
 
-    void write(std::string_view bytes) const { test::writeFile(file_.path(), bytes); }
-    [[nodiscard]] std::string bytes() const { return test::fileBytes(file_.path()); }
+    void write(std::string_view bytes) const { support::writeFile(file_.path(), bytes); }
+    [[nodiscard]] std::string bytes() const { return support::fileBytes(file_.path()); }
 
     // That the file, which held `before`, is untouched or holds a changed object, and that nothing
     // else is left in its folder.
@@ -98,8 +98,8 @@ class FuzzedFile {
     }
 
   private:
-    test::EnvironmentScope timeZone_{"TZ", "Europe/Berlin"};
-    test::DataFileScope file_;
+    support::EnvironmentScope timeZone_{"TZ", "Europe/Berlin"};
+    support::DataFileScope file_;
 };
 
 }  // namespace tovra::fuzz

@@ -26,10 +26,10 @@ class Scene {
     explicit Scene(json::Value row) {
         const json::Value file = row.member("file");
         if (file.exists()) {
-            test::writeFile(folder_ / "data.json", file.string().value_or(test::compact(file)));
+            support::writeFile(folder_ / "data.json", file.string().value_or(test::compact(file)));
         }
         for (const json::Value name : row.member("beside").children()) {
-            test::writeFile(folder_ / std::string(asString(name)), "");
+            support::writeFile(folder_ / std::string(asString(name)), "");
         }
         fs::create_symlink("loop", folder_ / "loop");
         fs::create_symlink("none/data.json", folder_ / "away");
@@ -39,7 +39,7 @@ class Scene {
     [[nodiscard]] fs::path path(json::Value row) const {
         const std::string_view path = stringField(row, "path");
         if (path.empty()) return folder_ / "data.json";
-        return test::replaced(path, "FOLDER", folder());
+        return support::replaced(path, "FOLDER", folder());
     }
     [[nodiscard]] std::string folder() const { return (folder_ / "").parent_path().string(); }
 
@@ -47,18 +47,19 @@ class Scene {
     [[nodiscard]] std::string state() const {
         std::set<std::string> names;
         for (const auto& entry : fs::directory_iterator(folder())) names.insert(entry.path());
-        return testing::PrintToString(names) + test::fileBytes(folder_ / "data.json");
+        return testing::PrintToString(names) + support::fileBytes(folder_ / "data.json");
     }
 
   private:
-    test::TemporaryFolder folder_;
+    support::TemporaryFolder folder_;
 };
 
 std::string listed(const std::vector<Finding>& findings, const Scene& scene) {
     std::string lines;
     for (const auto& [level, about, text] : findings) {
         lines += level == Level::error ? "error " : "warning ";
-        lines += std::string(about) + ": " + test::replaced(text, scene.folder(), "FOLDER") + "\n";
+        lines +=
+            std::string(about) + ": " + support::replaced(text, scene.folder(), "FOLDER") + "\n";
     }
     return lines;
 }
@@ -70,7 +71,7 @@ std::string linesOf(json::Value strings) {
 }
 
 TEST(Check, FindsWhatIsWrong) {
-    const test::EnvironmentScope zone("TZ", "UTC");
+    const support::EnvironmentScope zone("TZ", "UTC");
     const test::Golden golden("check/golden/checks.json");
     for (const json::Value row : golden.each(golden.root(), "files")) {
         const auto trace = golden.trace(row, stringField(row, "case"));
@@ -140,7 +141,7 @@ std::string printed(const std::vector<std::string>& arguments, const std::string
     std::string lines;
     while (const auto line = program.receive()) lines.append(*line) += '\n';
     lines += "status " + std::to_string(program.finish()) + "\n";
-    return test::replaced(lines, file, "FILE");
+    return support::replaced(lines, file, "FILE");
 }
 
 TEST(Check, PrintsLinesOrJson) {

@@ -34,7 +34,7 @@ std::string answer(json::Value message, bool readOnly) {
 TEST(Handle, AnswersMessagesAsWritten) {
     const test::Golden golden("server/golden/messages.json");
     golden.allowOnly(golden.root(), {"about", "recording", "read-only"});
-    const test::DataFileScope data(R"({"goals":[{}]})");
+    const support::DataFileScope data(R"({"goals":[{}]})");
     for (const std::string mode : {"recording", "read-only"}) {
         for (const json::Value exchange : golden.each(golden.root(), mode)) {
             const auto trace = golden.trace(exchange);
@@ -62,12 +62,12 @@ TEST(Handle, TellsWhetherTheFileWasChangedWhereverMemoryRunsOut) {
         R"({"amount":1,"payee":"Somebody with a name of some length"}}})");
     bool failed = true;
     for (int succeeding = 0; failed; ++succeeding) {
-        const test::DataFileScope data("{}");
+        const support::DataFileScope data("{}");
         allocationsLeft = succeeding;
         const std::string said = handle(message->root(), false).value();
         failed = std::exchange(allocationsLeft, -1) < 0;
         const bool isSaidUnchanged = said.find("Nothing was changed") != std::string::npos;
-        EXPECT_EQ(test::fileBytes(data.path()) == "{}", isSaidUnchanged) << succeeding << said;
+        EXPECT_EQ(support::fileBytes(data.path()) == "{}", isSaidUnchanged) << succeeding << said;
         const std::filesystem::directory_iterator files(data.path().parent_path());
         EXPECT_EQ(std::distance(files, {}), 1) << succeeding << said;
     }

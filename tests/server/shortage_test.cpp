@@ -6,7 +6,7 @@
 #include "http/request.h"
 #include "support/child_process.h"
 #include "support/loopback_client.h"
-#include "tests/support/scopes.h"
+#include "support/scopes.h"
 
 #ifdef __has_feature
 #define HAS_FEATURE(name) __has_feature(name)
@@ -45,7 +45,7 @@ class ShortageTest : public testing::Test {
 
 TEST_F(ShortageTest, CostsTheLineOrTheCallAtHandAndNothingElse) {
     const std::string content = numbers(10'000'000);
-    const test::DataFileScope data(content);
+    const support::DataFileScope data(content);
     ChildProcess server(limited(60'000, ""), {});
     for (const std::string& line :
          {R"({"id":1,"method":"ping"})" + std::string(100'000'000, ' '), numbers(10'000'000),
@@ -64,7 +64,7 @@ TEST_F(ShortageTest, CostsTheLineOrTheCallAtHandAndNothingElse) {
     }
     EXPECT_EQ(server.receive(), R"({"jsonrpc":"2.0","id":4,"result":{}})");
     EXPECT_EQ(server.receive(), std::nullopt);
-    EXPECT_EQ(test::fileBytes(data.path()), content);
+    EXPECT_EQ(support::fileBytes(data.path()), content);
 }
 
 std::string post(const std::string& body) {
@@ -72,7 +72,7 @@ std::string post(const std::string& body) {
 }
 
 TEST_F(ShortageTest, IsNotCausedByWhatClientsAskForAtOnce) {
-    const test::DataFileScope data(numbers(1'000'000));
+    const support::DataFileScope data(numbers(1'000'000));
     const std::tuple<const char*, std::size_t, std::string> rows[] = {
         {"messages of short numbers", 10, post(numbers(4'000'000))},
         {"reports", 30, post(R"({"method":"tools/call","params":{"name":"list_goals"}})")},
@@ -85,7 +85,7 @@ TEST_F(ShortageTest, IsNotCausedByWhatClientsAskForAtOnce) {
         while (clients.size() < count) clients.emplace_back(port).send(request);
         for (const LoopbackClient& client : clients) EXPECT_TRUE(client.answersWithin(30'000));
         const std::string status =
-            test::fileBytes("/proc/" + std::to_string(server.id()) + "/status");
+            support::fileBytes("/proc/" + std::to_string(server.id()) + "/status");
         const std::size_t peak = std::stoul(status.substr(status.find("VmHWM:") + 6));
         EXPECT_LT(peak, 160'000U) << "kB, " << what;
     }

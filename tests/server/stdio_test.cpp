@@ -30,10 +30,10 @@ TEST(Stdio, AnswersEachMessageInItsOrderAndPassesOverTheRest) {
 }
 
 TEST(Stdio, AnswersAtOnceFromTheFileAsItIsNowUntilNobodyReads) {
-    const test::DataFileScope data("");
+    const support::DataFileScope data("");
     support::ChildProcess server({TOVRA_SERVER, "--read-only"}, {});
     const auto goals = [&](const char* content) {
-        test::writeFile(data.path(), content);
+        support::writeFile(data.path(), content);
         server.send(R"({"id":1,"method":"tools/call","params":{"name":"list_goals"}})");
         return server.receive();
     };
@@ -50,14 +50,14 @@ TEST(Stdio, AnswersAtOnceFromTheFileAsItIsNowUntilNobodyReads) {
 
 TEST(Stdio, EndsInFailureWhereNoAnswerCanBeWritten) {
     if (!std::filesystem::exists("/dev/full")) GTEST_SKIP();
-    const test::DataFileScope data("{}");
+    const support::DataFileScope data("{}");
     for (const std::string output : {"/dev/full", "&-"}) {
         support::ChildProcess server({"/bin/sh", "-c", "exec \"$0\" >" + output, TOVRA_SERVER}, {});
         server.send(
             R"({"method":"tools/call","params":{"name":"add_transaction","arguments":{"amount":1}}})");
         server.send(R"({"id":1,"method":"ping"})");
         EXPECT_EQ(server.finish(), output == "&-" ? 0 : 1);
-        EXPECT_EQ(test::fileBytes(data.path()) == "{}", output == "&-");
+        EXPECT_EQ(support::fileBytes(data.path()) == "{}", output == "&-");
         std::ofstream(data.path()) << "{}";
     }
 }

@@ -8,7 +8,7 @@
 #include <tuple>
 
 #include "platform/user_directories.h"
-#include "tests/support/scopes.h"
+#include "support/scopes.h"
 
 namespace tovra {
 namespace {
@@ -16,12 +16,12 @@ namespace {
 using namespace std::string_literals;
 
 TEST(DataFile, IsFoundByVariableThenPreferenceThenFallback) {
-    const test::TemporaryFolder home;
-    const test::EnvironmentScope homeScope("HOME", home / "");
-    const test::EnvironmentScope dataScope("XDG_DATA_HOME", "relative/is/no/base");
-    const test::EnvironmentScope configScope("XDG_CONFIG_HOME", home / "config");
+    const support::TemporaryFolder home;
+    const support::EnvironmentScope homeScope("HOME", home / "");
+    const support::EnvironmentScope dataScope("XDG_DATA_HOME", "relative/is/no/base");
+    const support::EnvironmentScope configScope("XDG_CONFIG_HOME", home / "config");
     const auto found = [](const std::optional<std::string>& variable) {
-        const test::EnvironmentScope scope("TOVRA_DATA_FILE", variable);
+        const support::EnvironmentScope scope("TOVRA_DATA_FILE", variable);
         return dataFileURL().string();
     };
     const std::string fallback = (applicationSupportDirectory() / "Pennyloft/data.json").string();
@@ -35,7 +35,7 @@ TEST(DataFile, IsFoundByVariableThenPreferenceThenFallback) {
           {R"({"tovra.syncDir":7})", fallback, false},
           {R"({"tovra.syncDir":"/cut)", fallback, true},
           {"", fallback, true}}) {
-        test::writeFile(preferences, text);
+        support::writeFile(preferences, text);
         EXPECT_EQ(found(""), expected) << text;
         EXPECT_EQ(locateDataFile().preferencesProblem.has_value(), isBroken) << text;
         EXPECT_EQ(found(" ~/x y"), " ~/x y") << text;
@@ -43,7 +43,7 @@ TEST(DataFile, IsFoundByVariableThenPreferenceThenFallback) {
     // What is half-written is read again.
     std::thread writer([&] {
         ::usleep(90000);
-        test::writeFile(preferences, R"({"tovra.syncDir":"/whole"})");
+        support::writeFile(preferences, R"({"tovra.syncDir":"/whole"})");
     });
     EXPECT_EQ(found(""), "/whole/data.json");
     writer.join();
@@ -51,14 +51,14 @@ TEST(DataFile, IsFoundByVariableThenPreferenceThenFallback) {
 }
 
 TEST(DataFile, IsEmptyWhenItCannotBeReadOrHoldsNoObject) {
-    const test::TemporaryFolder folder;
-    test::writeFile(folder / "array", R"([{"a":1}])");
-    test::writeFile(folder / "plain", "{}");
+    const support::TemporaryFolder folder;
+    support::writeFile(folder / "array", R"([{"a":1}])");
+    support::writeFile(folder / "plain", "{}");
     ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
     std::filesystem::create_symlink("loop", folder / "loop");
     std::filesystem::create_symlink("plain", folder / "link");
     for (const std::string name : {"array", "missing", "", "plain/below", "pipe", "loop", "link"}) {
-        const test::EnvironmentScope scope("TOVRA_DATA_FILE", folder / name);
+        const support::EnvironmentScope scope("TOVRA_DATA_FILE", folder / name);
         EXPECT_EQ(loadData().root().exists(), name == "link") << name;
     }
 }

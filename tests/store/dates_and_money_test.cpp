@@ -12,7 +12,7 @@ std::string inUtc(const std::optional<Instant>& instant) {
 }
 
 std::string date(const Row& row) {
-    const test::EnvironmentScope scope("TZ", row[1]);
+    const support::EnvironmentScope scope("TZ", row[1]);
     DayFormatter dayFormatter;
     const auto instant = parseDate(row[2], dayFormatter);
     EXPECT_EQ(parseDate(row[2], dayFormatter), instant) << "the second time";
@@ -20,14 +20,14 @@ std::string date(const Row& row) {
 }
 
 std::string month(const Row& row) {
-    const test::EnvironmentScope scope("TZ", row[1]);
+    const support::EnvironmentScope scope("TZ", row[1]);
     const MonthBounds month = monthBounds(isoFormatter.parse(row[2]).value());
     EXPECT_TRUE(month.contains(month.start) && !month.contains(month.end));
     return inUtc(month.start) + " " + inUtc(month.end);
 }
 
 std::string before(const Row& row) {
-    const test::EnvironmentScope scope("TZ", row[1]);
+    const support::EnvironmentScope scope("TZ", row[1]);
     return inUtc(daysAgo(std::stoll(row.at(3)), isoFormatter.parse(row[2]).value()));
 }
 
@@ -40,7 +40,7 @@ TEST(DatesAndMoney, AreReadAndWrittenAsTheTableSays) {
 }
 
 TEST(DayFormatter, RemembersEachDayAsItsOwn) {
-    const test::EnvironmentScope scope("TZ", "America/Sao_Paulo");
+    const support::EnvironmentScope scope("TZ", "America/Sao_Paulo");
     DayFormatter remembering;
     for (std::int64_t i = 0; i < 6000; ++i) {
         const std::int64_t day = 17000 + i * 512 % 6007;  // every day of sixteen years, far apart

@@ -26,7 +26,7 @@ const std::string kNew = "{\n  \"mine\": 7,\n  \"theirs\": 0\n}\n";
 const std::string kAlone = "{\n  \"mine\": 7\n}\n";
 
 class RecordingFaults : public testing::Test {
-    const test::EnvironmentScope path_{"TOVRA_DATA_FILE", "/folder/data.json"};
+    const support::EnvironmentScope path_{"TOVRA_DATA_FILE", "/folder/data.json"};
 };
 
 std::string failure(const std::string& reason) {
@@ -144,7 +144,7 @@ TEST_F(RecordingFaults, NeverUndoWhatAnotherProgramSavesMeanwhile) {
                              << call << ", " << times << " times, exchange " << kind.exchanges
                              << ", unnamed " << kind.isUnnamed);
                 EXPECT_EQ(outcome(model), "done");
-                const std::string theirs = test::replaced(kNew, "0", std::to_string(number));
+                const std::string theirs = support::replaced(kNew, "0", std::to_string(number));
                 EXPECT_EQ(model.bytes(kName), number > 0 ? theirs : kind.after());
                 EXPECT_EQ(model.names.size(), 1U);
             }

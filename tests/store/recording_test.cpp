@@ -12,8 +12,8 @@
 
 #include "store/data_file.h"
 #include "support/child_process.h"
+#include "support/scopes.h"
 #include "tests/store/recorded.h"
-#include "tests/support/scopes.h"
 
 namespace tovra {
 namespace {
@@ -23,9 +23,9 @@ using support::ChildProcess;
 using test::outcome;
 
 // Everything that has to come out of a save as it went in.
-const std::string kOddities = test::fileBytes(TOVRA_TESTS "/store/golden/oddities.json");
+const std::string kOddities = support::fileBytes(TOVRA_TESTS "/store/golden/oddities.json");
 
-std::string failure(const std::string& reason, const test::DataFileScope& file,
+std::string failure(const std::string& reason, const support::DataFileScope& file,
                     const std::string& deed = "saved") {
     return "The data file could not be " + deed + ": " + reason + " (" + file.path().string() +
            "). Nothing was changed.";
@@ -39,40 +39,40 @@ std::string namesIn(const fs::path& folder) {
 
 // Nothing is left behind beside it; no content means no file.
 void expectContent(const fs::path& path, const std::string& content) {
-    EXPECT_EQ(test::fileBytes(path), content);
+    EXPECT_EQ(support::fileBytes(path), content);
     EXPECT_EQ(namesIn(path.parent_path()), content.empty() ? "" : "data.json") << content;
 }
 
 TEST(Recording, KeepsEveryByteThatItDoesNotChangeButAByteOrderMark) {
     for (const std::string mark : {"", "\xEF\xBB\xBF"}) {
-        const test::DataFileScope file(mark + kOddities);
+        const support::DataFileScope file(mark + kOddities);
         EXPECT_EQ(outcome(), "done") << mark.size();
         expectContent(file.path(),
-                      test::fileBytes(TOVRA_TESTS "/store/golden/oddities_saved.json"));
+                      support::fileBytes(TOVRA_TESTS "/store/golden/oddities_saved.json"));
     }
 }
 
 TEST(Recording, SaysInWordsWhatIsNoFileAndTakesAnyName) {
-    const test::TemporaryFolder folder;
+    const support::TemporaryFolder folder;
     ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
     for (const auto& [name, reason] : {std::pair{"pipe", "Not a regular file"},
                                        {"new/folder/", "Is a directory"},
                                        {"new/..", "Is a directory"}}) {
         const std::string path = folder / name;
-        const test::EnvironmentScope variable("TOVRA_DATA_FILE", path);
+        const support::EnvironmentScope variable("TOVRA_DATA_FILE", path);
         EXPECT_EQ(outcome(), std::string("The data file could not be read: ") + reason + " (" +
                                  path + "). Nothing was changed.");
     }
     EXPECT_EQ(namesIn(folder / ""), "pipe");
     const std::string longest(255, 'n');
-    const test::EnvironmentScope variable("TOVRA_DATA_FILE", folder / longest);
+    const support::EnvironmentScope variable("TOVRA_DATA_FILE", folder / longest);
     for (int i = 0; i < 2; ++i) EXPECT_EQ(outcome(), "done");
 }
 
 TEST(Recording, KeepsModeAndLinksAndMakesMissingFolders) {
-    const test::TemporaryFolder folder;
+    const support::TemporaryFolder folder;
     const fs::path link = folder / "here/link.json", target = folder / "there/deep/data.json";
-    const test::EnvironmentScope variable("TOVRA_DATA_FILE", link);
+    const support::EnvironmentScope variable("TOVRA_DATA_FILE", link);
     fs::create_directories(link.parent_path());
     fs::create_symlink("../there/deep/data.json", link);
     for (const auto mode : {fs::perms(0600), fs::perms(0640)}) {
@@ -92,7 +92,7 @@ constexpr const char* kAddToGoal =
 
 TEST(Recording, IsRefusedWhereTheSystemRefuses) {
     const std::string content = "{\"name\":\"" + std::string(2000, 'x') + "\"}";
-    const test::DataFileScope file(content);
+    const support::DataFileScope file(content);
     // With room for 512 or 1024 bytes in every file.
     ChildProcess server({"/bin/sh", "-c", "ulimit -f 1; exec \"$0\"", TOVRA_SERVER}, {});
     server.send(kAddTransaction);
@@ -115,14 +115,14 @@ TEST(Recording, IsRefusedWhereTheSystemRefuses) {
 }
 
 std::size_t transactionsIn(const fs::path& path) {
-    const auto document = json::parse(test::fileBytes(path));
+    const auto document = json::parse(support::fileBytes(path));
     EXPECT_TRUE(document) << "a missing or partial file was seen";
     return document ? document->root().member("transactions").children().size() : 0;
 }
 
 TEST(Recording, LosesNothingBetweenSeveralServers) {
     constexpr int kRecords = 40;
-    const test::DataFileScope file(R"({"goals":[{}]})");
+    const support::DataFileScope file(R"({"goals":[{}]})");
     ChildProcess servers[] = {{{TOVRA_SERVER}, {}}, {{TOVRA_SERVER}, {}}, {{TOVRA_SERVER}, {}}};
     for (ChildProcess& server : servers) {
         for (int n = 0; n < kRecords; ++n) server.send(kAddTransaction), server.send(kAddToGoal);
@@ -135,13 +135,13 @@ TEST(Recording, LosesNothingBetweenSeveralServers) {
         }
     }
     EXPECT_EQ(transactionsIn(file.path()), 3 * kRecords);
-    EXPECT_NE(test::fileBytes(file.path()).find("\"saved\": 30\n"), std::string::npos);
+    EXPECT_NE(support::fileBytes(file.path()).find("\"saved\": 30\n"), std::string::npos);
     EXPECT_EQ(namesIn(file.path().parent_path()), "data.json");
 }
 
 // What keeps a recording waiting while something happens to who asked for it.
 TEST(Recording, IsNotSavedWhereItCannotBeAnswered) {
-    const test::DataFileScope file("{}");
+    const support::DataFileScope file("{}");
     for (const int signal : {0, SIGTERM}) {
         const auto never = [] { return false; };
         std::error_code error;
@@ -170,7 +170,7 @@ std::string asAttribute(const AccessList& list) {
 }
 
 TEST(Recording, KeepsAttributesAndAccessListsAndInheritsNone) {
-    const test::DataFileScope file("{}");
+    const support::DataFileScope file("{}");
     const std::string path = file.path(), folder = file.path().parent_path();
     const char* kList = "system.posix_acl_access";
     const auto set = [](const std::string& of, const char* name, const std::string& value) {
@@ -207,7 +207,7 @@ std::size_t confirmedBy(ChildProcess& server) {
 
 // A file so large that a recording takes a while; there is something to leave behind.
 TEST(Recording, SurvivesBeingKilledAtAnyMoment) {
-    const test::DataFileScope file("{\"a\":\"" + std::string(1000000, 'a') + "\"}");
+    const support::DataFileScope file("{\"a\":\"" + std::string(1000000, 'a') + "\"}");
     std::size_t recorded = 0;
     for (int round = 0; round < 16; ++round) {
         const int signal = round % 2 == 0 ? SIGKILL : SIGTERM;

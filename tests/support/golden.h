@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "json/write.h"
-#include "tests/support/scopes.h"
+#include "support/scopes.h"
 
 namespace tovra::test {
 
@@ -27,7 +27,7 @@ class Golden {
   public:
     // The file of that path below the tests' folder.
     explicit Golden(const std::string& name) : path_(TOVRA_TESTS "/" + name) {
-        const std::string text = fileBytes(path_);
+        const std::string text = support::fileBytes(path_);
         document_ = json::parse(text).value();
         // A string with a colon behind it is a name, and everything else begins a value.
         const std::regex token(R"re(\n|"(?:[^"\\]|\\.)*"(\s*:)?|[{\[]|[-+.\w]+)re");

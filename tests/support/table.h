@@ -8,7 +8,7 @@
 #include <map>
 #include <vector>
 
-#include "tests/support/scopes.h"
+#include "support/scopes.h"
 
 namespace tovra::test {
 

@@ -12,7 +12,7 @@
 
 #include "store/currencies.h"
 #include "store/fields.h"
-#include "tests/support/scopes.h"
+#include "support/scopes.h"
 #include "tools/tools.h"
 
 namespace tovra {
@@ -207,11 +207,11 @@ class Definitions {
 TEST(Reports, MatchTheirDefinitionsOnGeneratedDocuments) {
     const auto days = json::parse(R"({"days":40})"), limit = json::parse(R"({"limit":500})");
     for (unsigned seed = 1; seed <= 4; ++seed) {
-        const test::DataFileScope file(Generator(seed).text("document"));
-        const json::Document data = json::parse(test::fileBytes(file.path())).value();
+        const support::DataFileScope file(Generator(seed).text("document"));
+        const json::Document data = json::parse(support::fileBytes(file.path())).value();
         for (const char* zone : {"UTC", "America/Sao_Paulo", "Pacific/Auckland"}) {
             SCOPED_TRACE(zone + (", seed " + std::to_string(seed)));
-            const test::EnvironmentScope scope("TZ", zone);
+            const support::EnvironmentScope scope("TZ", zone);
             const Definitions definitions(data.root());
             EXPECT_EQ(toolOverview(kNow), definitions.overview());
             EXPECT_EQ(toolListBudgets(kNow), definitions.budgets());

@@ -45,16 +45,16 @@ void check(const test::Golden& golden, json::Value call, json::Value arguments, 
     const auto fileTrace = golden.trace(content, "the data file");
     const auto trace = golden.trace(arguments, test::compact(arguments));
     golden.allowOnly(call, {"about", "tool", "arguments", "says", "leaves"});
-    const test::DataFileScope file(before);
+    const support::DataFileScope file(before);
     std::string says, said = answer(tool, arguments, now) + "\n";
     for (const json::Value line : golden.each(call, "says")) says.append(asString(line)) += '\n';
     const std::string path = file.path().string();
     if (const auto at = said.find(path); at < said.size()) said.replace(at, path.size(), "FILE");
     EXPECT_EQ(said, says);
     if (const json::Value leaves = call.member("leaves"); leaves.exists()) {
-        expectLeft(test::fileBytes(path), test::compact(leaves));
+        expectLeft(support::fileBytes(path), test::compact(leaves));
     } else {
-        EXPECT_EQ(test::fileBytes(path), before);
+        EXPECT_EQ(support::fileBytes(path), before);
     }
 }
 
@@ -63,7 +63,7 @@ TEST(Tools, AnswerAndRecordAsWritten) {
         const test::Golden golden("tools/golden/" + name + ".json");
         for (const json::Value group : golden.each(golden.root(), "groups")) {
             golden.allowOnly(group, {"about", "name", "zone", "now", "files", "calls"});
-            const test::EnvironmentScope zone("TZ", std::string(stringField(group, "zone")));
+            const support::EnvironmentScope zone("TZ", std::string(stringField(group, "zone")));
             const Instant now = numberField(group, "now");
             for (const json::Value file : golden.each(group, "files")) {
                 for (const json::Value call : golden.each(group, "calls")) {
@@ -77,18 +77,18 @@ TEST(Tools, AnswerAndRecordAsWritten) {
 }
 
 TEST(Tools, RecordNothingWhereThereIsNoFolder) {
-    const test::DataFileScope file("{}");
+    const support::DataFileScope file("{}");
     const auto one = json::parse(R"({"amount":1})");
     for (const char* below : {"/data.json", "/\xFF"}) {
-        const test::EnvironmentScope variable("TOVRA_DATA_FILE", file.path().string() + below);
+        const support::EnvironmentScope variable("TOVRA_DATA_FILE", file.path().string() + below);
         const std::string said = answer("add_transaction", one->root(), 0);
         EXPECT_TRUE(said.ends_with("Nothing was changed.") && json::isValidUtf8(said)) << said;
     }
     const std::filesystem::path missing = file.path().parent_path() / "none/data.json";
-    const test::EnvironmentScope variable("TOVRA_DATA_FILE", missing);
+    const support::EnvironmentScope variable("TOVRA_DATA_FILE", missing);
     EXPECT_TRUE(answer("add_to_goal", one->root(), 0).starts_with("Error: no goal named \"\""));
     EXPECT_FALSE(std::filesystem::exists(missing.parent_path()));
-    EXPECT_EQ(test::fileBytes(file.path()), "{}");
+    EXPECT_EQ(support::fileBytes(file.path()), "{}");
 }
 
 }  // namespace

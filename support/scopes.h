@@ -1,4 +1,5 @@
-// What a test changes for the length of a scope: the environment, the files of a folder.
+// What a test or a fuzz target changes for the length of a scope: the environment, files in a
+// folder.
 #pragma once
 
 #include <stdlib.h>
@@ -13,7 +14,7 @@
 
 #include "platform/environment.h"
 
-namespace tovra::test {
+namespace tovra::support {
 
 // Sets an environment variable, or removes it, and puts it back. TZ takes effect at once.
 class EnvironmentScope {
@@ -85,4 +86,4 @@ class DataFileScope {
     EnvironmentScope variable_{"TOVRA_DATA_FILE", path().string()};
 };
 
-}  // namespace tovra::test
+}  // namespace tovra::support
