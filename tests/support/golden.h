@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <initializer_list>
-#include <regex>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -29,15 +28,13 @@ class Golden {
     explicit Golden(const std::string& name) : path_(TOVRA_TESTS "/" + name) {
         const std::string text = support::fileBytes(path_);
         document_ = json::parse(text).value();
-        // A string with a colon behind it is a name, and everything else begins a value.
-        const std::regex token(R"re(\n|"(?:[^"\\]|\\.)*"(\s*:)?|[{\[]|[-+.\w]+)re");
         int line = 1;
-        for (std::sregex_iterator it(text.begin(), text.end(), token), end; it != end; ++it) {
-            if (it->str() == "\n") {
-                ++line;
-            } else if (!(*it)[1].matched) {
-                lines_.push_back(line);
-            }
+        for (std::size_t at = 0, end = 0; at < text.size(); at = end) {
+            if (text[at] == '\n') ++line;
+            end = endOfToken(text, at);
+            const bool isName = text[at] == '"' && text[text.find_first_not_of(" \n", end)] == ':';
+            const bool isBetween = kBetween.find(text[at]) < std::string_view::npos;
+            if (!isBetween && !isName) lines_.push_back(line);
         }
     }
 
@@ -63,6 +60,18 @@ class Golden {
     }
 
   private:
+    static constexpr std::string_view kBetween = " \n,:]}";  // what begins no value
+
+    static std::size_t endOfToken(const std::string& text, std::size_t at) {
+        std::size_t end = at + 1;
+        if (text[at] == '"') {
+            while (text[end] != '"') end += text[end] == '\\' ? 2 : 1;
+            return end + 1;
+        }
+        const bool isSign = std::string_view("[{ \n,:]}").find(text[at]) < std::string_view::npos;
+        return isSign ? end : text.find_first_of(kBetween, at);
+    }
+
     [[nodiscard]] int lineOf(json::Value value) const {
         std::size_t before = 0;
         return findIn(root(), value, before) ? lines_.at(before) : -1;
