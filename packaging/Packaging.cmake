@@ -60,7 +60,11 @@ function(tovra_package_target name script)
             -D version=${PROJECT_VERSION} -D platform=${tovra_platform} -D system=${tovra_system}
             -P ${PROJECT_SOURCE_DIR}/packaging/${script}
         VERBATIM)
-    add_dependencies(${name} tovra-mcp)
+    # What is installed has to be there.
+    add_dependencies(${name} tovra-mcp tovra-mcp-check)
+    if(TARGET sample_data)
+        add_dependencies(${name} sample_data)
+    endif()
 endfunction()
 tovra_package_target(bundle make_bundles.cmake
     server=$<TARGET_FILE:tovra-mcp> notices=${TOVRA_NOTICES})
