@@ -76,7 +76,7 @@ std::optional<FileVersion> readFileVersion(FileSystem& system, const std::filesy
 }
 
 bool isAsRead(const FileVersion& version) {
-    std::array<char, 16 * std::size_t{1024}> chunk;
+    std::array<char, 64 * std::size_t{1024}> chunk;
     std::string_view rest = version.text();
     for (std::size_t done = 0;;) {
         std::error_code error;
