@@ -1,12 +1,13 @@
-// The data file: whatever its bytes are, every report is text, and a recording leaves either the
-// same bytes or a file that is good. The arguments of the calls are the member "arguments" of the
-// file's object, and its member "now" is the present.
+// The data file: whatever its bytes are, every report is text that says what its definition says,
+// and a recording leaves either the same bytes or a file that is good. The arguments of the calls
+// are the member "arguments" of the file's object, and its member "now" is the present.
 #include <algorithm>
 #include <array>
 
 #include "fuzz/support.h"
 #include "store/data_file.h"
 #include "store/recording.h"
+#include "support/definitions.h"
 #include "tools/tools.h"
 
 namespace {
@@ -25,6 +26,21 @@ std::array<std::string, 5> reports(json::Value arguments, Instant now) {
     return {tovra::toolOverview(now), tovra::toolListTransactions(arguments, now),
             tovra::toolSpendingByCategory(arguments, now), tovra::toolListBudgets(now),
             tovra::toolListGoals()};
+}
+
+void checkSaysAsDefined(const std::array<std::string, 5>& texts, json::Value data, Instant now) {
+    const json::Value arguments = data.member("arguments");
+    const tovra::support::Definitions definitions(data, now);
+    const std::array<std::string, 4> defined = {
+        definitions.overview(), definitions.listing(arguments), definitions.spending(arguments),
+        definitions.budgets()};
+    for (std::size_t i = 0; i < defined.size(); ++i) {
+        const auto signless = [](std::string_view text) {
+            return tovra::support::replaced(text, "-nan", "nan");
+        };
+        tovra::fuzz::require(signless(texts[i]) == signless(defined[i]),
+                             texts[i] + "\nis what the definition says:\n" + defined[i]);
+    }
 }
 
 template <class Tool>
@@ -54,6 +70,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         json::appendString(quoted, text);
         (void)tovra::fuzz::parsed(quoted + "]", "a report as a string");
     }
+    checkSaysAsDefined(texts, document.root(), now);
     // A recording reads an unusable file again and again for a while: too slow to try here.
     if (!document.root().exists()) return 0;
 
