@@ -9,21 +9,21 @@
 #include <tuple>
 
 #include "store/turnstile.h"
-#include "tests/store/recorded.h"
-#include "tests/support/folder_model.h"
+#include "support/folder_model.h"
+#include "support/recorded.h"
+#include "support/save_trial.h"
 #include "tests/support/table.h"
 
 namespace tovra {
 namespace {
 
-using test::FolderModel;
-using test::outcome;
+using support::FolderModel;
+using support::outcome;
 using Hook = std::function<int(std::string_view)>;
 
 const std::string kName = "data.json";
 const std::string kOld = R"({"theirs":0})";
 const std::string kNew = "{\n  \"mine\": 7,\n  \"theirs\": 0\n}\n";
-const std::string kAlone = "{\n  \"mine\": 7\n}\n";
 
 class RecordingFaults : public testing::Test {
     const support::EnvironmentScope path_{"TOVRA_DATA_FILE", "/folder/data.json"};
@@ -34,84 +34,20 @@ std::string failure(const std::string& reason) {
            " (/folder/data.json). Nothing was changed.";
 }
 
-// What a file system can, and whether there is a file.
-struct Kind {
-    bool exists, exchanges, isUnnamed;
-
-    [[nodiscard]] int unsupported(std::string_view call) const {
-        const bool isMissing =
-            (call == "exchange" && !exchanges) || (call == "create unnamed" && !isUnnamed);
-        return isMissing ? ENOTSUP : 0;
-    }
-    [[nodiscard]] std::string before() const { return exists ? kOld : ""; }
-    [[nodiscard]] std::string after() const { return exists ? kNew : kAlone; }
-};
-constexpr Kind kKinds[] = {{true, true, true},   {true, true, false}, {true, false, true},
-                           {true, false, false}, {false, true, true}, {false, true, false}};
-
-// What is left where the power goes now: the old file or the new one, whole.
-void expectWhole(const Kind& kind, const FolderModel& model, bool isDone) {
-    for (const auto& names : model.history) {
-        const auto file = names.find(kName);
-        if (file == names.end()) {
-            EXPECT_TRUE(!kind.exists && !isDone);
-            continue;
+// At each call of a save: it fails, or all from there on, or another program saves, perhaps right
+// after a failure, or again whenever its version is put back.
+TEST_F(RecordingFaults, LeaveAWholeFileAndSayWhatIsTrue) {
+    // The folders in which a save takes ways of its own, with a file and without.
+    for (const char folder : std::string("_WC]EQ\\LTDP@")) {
+        for (const char* action : {"a", "i", "N", "s", "is", "s...s...s"}) {
+            bool isUsedUp = true;
+            for (std::string script(1, folder); isUsedUp; script += '.') {
+                const support::SaveTrial trial = support::trySave(script + action);
+                EXPECT_EQ(trial.fault, "") << script << action;
+                isUsedUp = trial.isUsedUp;
+                ASSERT_LT(script.size(), 300U);
+            }
         }
-        // What was not synchronised is lost, kept or torn.
-        const auto& [bytes, onDisk] = std::tie(file->second->bytes, file->second->onDisk);
-        const std::size_t torn = std::max(onDisk.size(), bytes.size() / 2);
-        for (const std::string& left : {onDisk, bytes, (onDisk + bytes).substr(0, torn)}) {
-            EXPECT_TRUE(left == kind.after() || (!isDone && kind.exists && left == kOld)) << left;
-        }
-    }
-}
-
-// The sentence and the bytes have to fit together.
-void expectTrue(const Kind& kind, const FolderModel& model, const std::string& said) {
-    const std::string now = model.bytes(kName);
-    const bool isDone = said == "done";
-    EXPECT_TRUE(isDone || said.starts_with("The data file could not be "));
-    if (said.ends_with("look before you try again.")) {
-        EXPECT_TRUE(now == kind.before() || now == kind.after()) << now;
-    } else {
-        EXPECT_EQ(now, isDone ? kind.after() : kind.before());
-    }
-    if (said.ends_with("Nothing was changed.")) {
-        EXPECT_EQ(model.names.size(), kind.exists ? 1U : 0U) << "something lies there";
-    }
-    expectWhole(kind, model, isDone);
-}
-
-// Records as often as it has calls, one of them after the other failing.
-void atEachCall(const std::function<int(int callsLeft)>& failure) {
-    for (const Kind& kind : kKinds) {
-        for (int n = 0, last = 0; last <= n; ++n) {
-            FolderModel model;
-            if (kind.exists) model.put(kName, kOld);
-            int calls = 0;
-            std::string name;
-            model.before = [&](std::string_view call) {
-                if (const int reason = kind.unsupported(call)) return reason;
-                if (calls == n) name = call;
-                return failure(n - calls++);
-            };
-            const std::string said = outcome(model);
-            SCOPED_TRACE(testing::Message()
-                         << (kind.exists ? "old file" : "no file") << ", exchange "
-                         << kind.exchanges << ", unnamed " << kind.isUnnamed << ", call " << n
-                         << " " << name << ": " << said);
-            expectTrue(kind, model, said);
-            if (calls <= n) break;
-            ASSERT_LT(n, 300);
-        }
-    }
-}
-
-TEST_F(RecordingFaults, SayWhatIsTrueWhateverCallFailsOnceOrForGood) {
-    // As by a power failure; the last is also that of a folder that may not be read.
-    for (const int reason : {ENOSPC, EIO, EACCES}) {
-        atEachCall([=](int left) { return left == 0 ? reason : 0; });
-        atEachCall([=](int left) { return left <= 0 ? reason : 0; });
     }
 }
 
@@ -121,35 +57,6 @@ Hook first(int count, std::string_view name, const std::function<void()>& action
         if (call == name && count-- > 0) action();
         return 0;
     };
-}
-
-TEST_F(RecordingFaults, NeverUndoWhatAnotherProgramSavesMeanwhile) {
-    for (const Kind& kind : kKinds) {
-        for (const char* call : {"open file", "status", "write", "look", "exchange", "synchronise",
-                                 "link", "rename", "rename exclusively", "create"}) {
-            for (const int times : {1, 3}) {
-                FolderModel model;
-                if (kind.exists) model.put(kName, kOld);
-                int number = 0;
-                // On file systems without exchange nothing can be done about the very last moment.
-                if (!kind.exchanges && call == std::string("rename")) continue;
-                const auto save = [&] {
-                    model.put(kName, "{\"theirs\":" + std::to_string(++number) + "}");
-                };
-                model.before = [&, hook = first(times, call, save)](std::string_view it) mutable {
-                    hook(it);
-                    return kind.unsupported(it);
-                };
-                SCOPED_TRACE(testing::Message()
-                             << call << ", " << times << " times, exchange " << kind.exchanges
-                             << ", unnamed " << kind.isUnnamed);
-                EXPECT_EQ(outcome(model), "done");
-                const std::string theirs = support::replaced(kNew, "0", std::to_string(number));
-                EXPECT_EQ(model.bytes(kName), number > 0 ? theirs : kind.after());
-                EXPECT_EQ(model.names.size(), 1U);
-            }
-        }
-    }
 }
 
 TEST_F(RecordingFaults, ArePassedOverOnlySoLong) {

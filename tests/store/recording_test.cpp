@@ -12,15 +12,15 @@
 
 #include "store/data_file.h"
 #include "support/child_process.h"
+#include "support/recorded.h"
 #include "support/scopes.h"
-#include "tests/store/recorded.h"
 
 namespace tovra {
 namespace {
 
 namespace fs = std::filesystem;
 using support::ChildProcess;
-using test::outcome;
+using support::outcome;
 
 // Everything that has to come out of a save as it went in.
 const std::string kOddities = support::fileBytes(TOVRA_TESTS "/store/golden/oddities.json");

@@ -5,7 +5,7 @@
 
 #include "store/recording.h"
 
-namespace tovra::test {
+namespace tovra::support {
 
 inline Change setMember(const DataSnapshot& snapshot) {
     return {json::Edit{snapshot.root(), "mine", "7"}, "done"};
@@ -20,4 +20,4 @@ inline std::string outcome(FileSystem& system = FileSystem::system()) {
     }
 }
 
-}  // namespace tovra::test
+}  // namespace tovra::support

@@ -13,7 +13,7 @@
 
 #include "platform/file_system.h"
 
-namespace tovra::test {
+namespace tovra::support {
 
 class FolderModel : public FileSystem {
   public:
@@ -188,4 +188,4 @@ class FolderModel : public FileSystem {
     ino_t inodes_ = 0;
 };
 
-}  // namespace tovra::test
+}  // namespace tovra::support
