@@ -80,7 +80,7 @@ TEST_F(RecordingFaults, AreNoneWhereAnotherNameDoesOrAFolderNeedsNothing) {
                                               {"synchronise folder", ENOTSUP, 99}}) {
         FolderModel model;
         model.put(kName, kOld);
-        model.before = [&, left = times](std::string_view it) mutable {
+        model.before = [call = call, reason = reason, left = times](std::string_view it) mutable {
             if (it == "create unnamed") return ENOTSUP;
             return it == call && left-- > 0 ? reason : 0;
         };
