@@ -190,7 +190,9 @@ class Attempt {
         // A file system without exclusive renaming: a last look has to do.
         if (isUnsupported(error) || error == std::errc::operation_not_permitted) {
             struct stat found {};
-            if (!system_.look(target_, found)) return Replacement::changed;
+            error = system_.look(target_, found);
+            if (!error) return Replacement::changed;
+            if (error != std::errc::no_such_file_or_directory) throw ReplaceError(error);
             error = system_.rename(fresh_.path(), target_);
             if (!error) fresh_.forget();
         }
@@ -257,8 +259,11 @@ class Attempt {
             if (error) leaveBehind(error);
             Descriptor opened(system_, system_.openFile(fresh_.path(), error));
             error = system_.exchange(fresh_.path(), target_);
-            if (!error && isSameFile(system_, fresh_.path(), putIn)) return;
             if (!error) {
+                struct stat back {};
+                error = system_.look(fresh_.path(), back);
+                if (error) leaveBehind(error);  // perhaps another program's
+                if (isSameFile(back, putIn)) return;
                 putIn = out;
                 held = std::move(opened);
                 continue;

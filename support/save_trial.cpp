@@ -76,12 +76,9 @@ class Trial {
         script_.remove_prefix(1);
         if (action == 's' && !isTooLate(call)) saveByOther();
         const bool isLasting = std::isupper(static_cast<unsigned char>(action)) != 0;
-        // The save does not tell a last look that fails from one that finds another program's file.
-        const bool isLeftOut = call == "look" && isDisturbed_ && !isLasting;
-        const int reason = isLeftOut ? 0 : reasonOf(action);
+        const int reason = reasonOf(action);
         if (isLasting) lasting_ = reason;
         hasFailed_ = hasFailed_ || reason != 0;
-        isDisturbed_ = isDisturbed_ || hasFailed_ || action == 's';
         return reason;
     }
 
@@ -176,7 +173,6 @@ class Trial {
     int saves_ = 0;             // of the other program
     bool wasRecorded_ = false;  // on top of its last one
     bool hasFailed_ = false;    // a call of the save
-    bool isDisturbed_ = false;  // by a failure or a save
     int lasting_ = 0;           // the reason for which every call fails by now
     std::map<std::string, int> whole_{{kRecordedAlone, 0}};
     std::string fault_;

@@ -39,7 +39,7 @@ std::string failure(const std::string& reason) {
 TEST_F(RecordingFaults, LeaveAWholeFileAndSayWhatIsTrue) {
     // The folders in which a save takes ways of its own, with a file and without.
     for (const char folder : std::string("_WC]Q\\DP")) {
-        for (const char* action : {"a", "i", "N", "s", "is", "s...s...s"}) {
+        for (const char* action : {"a", "i", "N", "s", "is", "s....i", "s...s...s"}) {
             bool isUsedUp = true;
             for (std::string script(1, folder); isUsedUp; script += '.') {
                 const support::SaveTrial trial = support::trySave(script + action);
