@@ -18,7 +18,6 @@
 namespace tovra::bench {
 namespace {
 
-constexpr std::size_t kClients = 8;
 constexpr std::size_t kBlocks = 15;
 constexpr std::size_t kRequestsInBlock = 500;
 
@@ -54,12 +53,12 @@ class Tally {
 };
 
 void compareLoads(const std::string& what, std::uint16_t port, std::uint16_t constantPort,
-                  const std::string& request, std::optional<Aim> aim) {
+                  const std::string& request, std::size_t clients, std::optional<Aim> aim) {
     Tally ours;
     Tally constant;
     for (std::size_t i = 0; i < kBlocks; ++i) {
-        ours.add(sendRequests(port, request, kRequestsInBlock, kClients));
-        constant.add(sendRequests(constantPort, request, kRequestsInBlock, kClients));
+        ours.add(sendRequests(port, request, kRequestsInBlock, clients));
+        constant.add(sendRequests(constantPort, request, kRequestsInBlock, clients));
     }
     const Comparison compared =
         compareTimes(constant.secondsPerRequest(), ours.secondsPerRequest());
@@ -142,9 +141,12 @@ void compareHttp(const Workplace& workplace) {
     const std::uint16_t port = portOf(server);
     const std::uint16_t constantPort = portOf(constantServer);
 
-    compareLoads("HTTP ping", port, constantPort, kPing, atLeast(0.8));
+    for (const std::size_t clients : {1U, 8U, 32U}) {
+        compareLoads("HTTP ping, clients at a time: " + std::to_string(clients), port, constantPort,
+                     kPing, clients, atLeast(0.8));
+    }
     compareLoads("HTTP list_budgets, 100", port, constantPort,
-                 postRequest(callMessage("list_budgets", "{}")), {});
+                 postRequest(callMessage("list_budgets", "{}")), 8, {});
 
     measureLoad("HTTP ping, 20,000 requests of 32 clients", server, port);
     {

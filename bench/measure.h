@@ -42,15 +42,18 @@ struct Rounds {
 };
 
 // Runs the two works in turn, after one round that does not count: whatever else the machine does
-// meanwhile slows both.
-template <typename First, typename Second>
-Comparison compare(First&& first, Second&& second, const Rounds& rounds = {}) {
+// meanwhile slows both. `prepare` comes before each first work and is not timed.
+template <typename First, typename Second, typename Prepare = void (*)()>
+Comparison compare(
+    First&& first, Second&& second, const Rounds& rounds = {}, Prepare&& prepare = [] {}) {
+    prepare();
     first();
     second();
     std::vector<Seconds> firsts;
     std::vector<Seconds> seconds;
     const auto end = Clock::now() + rounds.time;
     while (firsts.size() < rounds.fewest || (firsts.size() < rounds.most && Clock::now() < end)) {
+        prepare();
         firsts.push_back(timed(first));
         seconds.push_back(timed(second));
     }

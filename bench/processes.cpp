@@ -24,9 +24,11 @@ void printKept(const std::string& what, double kept) {
     printRow(what, kept / kMegabyte, "MB", atMost(12), {});
 }
 
-void measureMemoryOf(const Workplace& workplace, std::size_t transactions) {
-    const std::string size = ", " + grouped(transactions);
-    const auto file = workplace.copyOfDataFile({transactions}, "memory.json");
+void measureMemoryOf(const Workplace& workplace, std::size_t transactions,
+                     const NamedLayout& layout) {
+    const std::string size = ", " + grouped(transactions) + layout.suffix;
+    const auto file =
+        workplace.copyOfDataFile({transactions, 50, 50, layout.layout}, "memory.json");
     const auto fileSize = static_cast<double>(std::filesystem::file_size(file));
 
     double peak = 0;
@@ -37,12 +39,12 @@ void measureMemoryOf(const Workplace& workplace, std::size_t transactions) {
         peak = std::max(peak, session.peakBytes());
         kept = std::max(kept, session.residentBytes());
     }
-    printPeak("peak of a report" + size, peak, fileSize, atMost(3.0));
+    printPeak("peak of a report" + size, peak, fileSize, atMost(0.6));
     printKept("kept after a report" + size, kept);
 
     Session session(workplace, file);
     for (const Call& recording : kRecordings) session.call(recording.tool, recording.arguments);
-    printPeak("peak of a recording" + size, session.peakBytes(), fileSize, atMost(4.5));
+    printPeak("peak of a recording" + size, session.peakBytes(), fileSize, atMost(1.8));
     printKept("kept after a recording" + size, session.residentBytes());
 }
 
@@ -74,8 +76,9 @@ void measureMemory(const Workplace& workplace) {
     }
     const Session session(workplace, workplace.dataFile({1'000}));
     printRow("memory at rest", session.residentBytes() / kMegabyte, "MB", atMost(6), {});
-    for (const std::size_t transactions : {10'000UL, 100'000UL}) {
-        measureMemoryOf(workplace, transactions);
+    for (const NamedLayout& layout : kLayouts) {
+        measureMemoryOf(workplace, 10'000, layout);
+        measureMemoryOf(workplace, 100'000, layout);
     }
 }
 

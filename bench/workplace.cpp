@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "bench/table.h"
-#include "support/sample_data.h"
 
 namespace tovra::bench {
 namespace fs = std::filesystem;
@@ -15,15 +14,16 @@ Workplace::Workplace(Programs programs, fs::path folder)
     : programs_(std::move(programs)), folder_(std::move(folder)) {}
 
 fs::path Workplace::dataFile(const Size& size) const {
-    fs::path file =
-        folder_ / (std::to_string(size.transactions) + "-" + std::to_string(size.accounts) + "-" +
-                   std::to_string(size.budgets) + ".json");
+    fs::path file = folder_ / (std::to_string(size.transactions) + "-" +
+                               std::to_string(size.accounts) + "-" + std::to_string(size.budgets) +
+                               (size.layout == Layout::sorted ? ".json" : "-application.json"));
     if (fs::exists(file)) return file;
     std::cerr << "(making a file of " << grouped(size.transactions) << " transactions)\n";
     support::SampleOptions options;
     options.transactions = size.transactions;
     options.accounts = size.accounts;
     options.budgets = size.budgets;
+    options.layout = size.layout;
     options.today = support::today();
     std::ofstream out(file, std::ios::binary);
     out << support::sampleData(options) << '\n' << std::flush;

@@ -1,20 +1,32 @@
 // What every part of the comparison works with: the server's program and files of any size.
 #pragma once
 
+#include <array>
 #include <filesystem>
 #include <string>
 #include <string_view>
 
 #include "support/child_process.h"
+#include "support/sample_data.h"
 
 namespace tovra::bench {
 
-// The sizes of a data file.
+using Layout = support::SampleLayout;
+
+// What a data file is like.
 struct Size {
     std::size_t transactions;
     std::size_t accounts = 50;
     std::size_t budgets = 50;
+    Layout layout = Layout::sorted;
 };
+// The layouts that rows are measured with, each with what a row's name says of it.
+struct NamedLayout {
+    Layout layout;
+    const char* suffix;
+};
+inline constexpr std::array kLayouts = {NamedLayout{Layout::sorted, ""},
+                                        NamedLayout{Layout::application, ", application layout"}};
 
 class Workplace {
   public:

@@ -1,4 +1,5 @@
 // make_sample_data [--transactions N] [--accounts N] [--budgets N] [--seed N] [--today yyyy-mm-dd]
+//                  [--layout sorted|application]
 //
 // Writes a sample data file to the standard output.
 #include <charconv>
@@ -12,6 +13,7 @@
 
 namespace {
 
+using tovra::support::SampleLayout;
 using tovra::support::SampleOptions;
 
 template <typename Number>
@@ -40,6 +42,10 @@ bool readOption(std::string_view name, std::string_view value, SampleOptions& op
     if (name == "--accounts") return read(value, options.accounts);
     if (name == "--budgets") return read(value, options.budgets);
     if (name == "--seed") return read(value, options.seed);
+    if (name == "--layout") {
+        if (value == "application") options.layout = SampleLayout::application;
+        return value == "application" || value == "sorted";
+    }
     if (name != "--today") return false;
     const auto day = readDay(value);
     if (day) options.today = *day;

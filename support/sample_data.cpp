@@ -5,8 +5,10 @@
 #include <utility>
 #include <vector>
 
+#include "json/json.h"
 #include "platform/local_clock.h"
 #include "store/dates.h"
+#include "support/application_layout.h"
 #include "support/pretty_text.h"
 #include "support/random.h"
 #include "support/sample_transactions.h"
@@ -148,7 +150,9 @@ std::string sampleData(const SampleOptions& options) {
     appendTransactions(out, options, accounts, random);
     out.close();
     out.close();
-    return out.take();
+    std::string text = out.take();
+    if (options.layout == SampleLayout::sorted) return text;
+    return inApplicationLayout(json::parse(text).value().root());
 }
 
 }  // namespace tovra::support

@@ -10,19 +10,26 @@
 
 namespace tovra::support {
 
+// How the file is laid out, and in which order its transactions stand.
+enum class SampleLayout {
+    sorted,  // the members of every object by name; most transactions in the order of their dates
+    application,  // as inApplicationLayout() does; dates of ten years, in no order
+};
+
 struct SampleOptions {
     std::size_t transactions = 5000;
     std::size_t accounts = 8;
     std::size_t budgets = 12;
     std::chrono::sys_days today;
     std::uint64_t seed = 1;
+    SampleLayout layout = SampleLayout::sorted;
 };
 
 // The day that the local clock shows now.
 [[nodiscard]] std::chrono::sys_days today();
 
-// The bytes of the file, about 460 for each transaction: JSON, indented, with the keys of every
-// object sorted. Equal options give equal bytes.
+// The bytes of the file, about 460 for each transaction: JSON, indented. Equal options give equal
+// bytes.
 [[nodiscard]] std::string sampleData(const SampleOptions& options);
 
 }  // namespace tovra::support

@@ -37,13 +37,17 @@ sys_days firstOfMonth(sys_days day) {
     return sys_days{date.year() / date.month() / 1};
 }
 
+constexpr std::size_t kTenYears = 3650;
+
 // The days of all transactions, ascending: first those before this month, then those in it.
 class Days {
   public:
     explicit Days(const SampleOptions& options)
         : today_(options.today),
           month_(firstOfMonth(options.today)),
-          length_(days{std::clamp<std::size_t>(options.transactions / 4, 90, 3650)}),
+          length_(days{options.layout == SampleLayout::application
+                           ? kTenYears
+                           : std::clamp<std::size_t>(options.transactions / 4, 90, kTenYears)}),
           count_(options.transactions),
           countThisMonth_(std::min(count_, std::max<std::size_t>(40, share(thisMonth())))) {}
 
@@ -122,13 +126,17 @@ class TransactionWriter {
           random_(random),
           days_(options),
           monthly_(monthlyPayments(days_.start(), options.today)),
-          subcategoryVersions_(subcategoryVersions(options.budgets)) {}
+          subcategoryVersions_(subcategoryVersions(options.budgets)),
+          isOrdered_(options.layout == SampleLayout::sorted),
+          count_(options.transactions) {}
 
     void append(std::size_t index) {
-        sys_days day = days_[index];
-        if (nextMonthly_ < monthly_.size() && monthly_[nextMonthly_].day <= day) {
-            const Payment& payment = monthly_[nextMonthly_++];
-            return appendPayment(payment);
+        sys_days day = days_[isOrdered_ ? index : random_.below(count_)];
+        if (isOrdered_ && nextMonthly_ < monthly_.size() && monthly_[nextMonthly_].day <= day) {
+            return appendPayment(monthly_[nextMonthly_++]);
+        }
+        if (!isOrdered_ && random_.chance(4)) {
+            return appendPayment(random_.oneOf(std::span<const Payment>(monthly_)));
         }
         if (random_.chance(3)) day -= days{random_.below(20)};  // entered late
         if (random_.chance(6) && accounts_.size() > 1) return appendTransfer(day);
@@ -239,6 +247,8 @@ class TransactionWriter {
     std::vector<Payment> monthly_;
     std::size_t nextMonthly_ = 0;
     std::size_t subcategoryVersions_;
+    bool isOrdered_;
+    std::size_t count_;
 };
 
 }  // namespace

@@ -76,7 +76,7 @@ constexpr std::string_view kNotes[] = {
     "split with Sam",
     "weekly shop",
     "renews by itself",
-    "receipt in the folder",
+    "receipts/2026/scan",
     "for Mum's birthday 🎂",
     "business lunch,\nclaim it back",
     "see the \"House\" sheet",
