@@ -6,6 +6,7 @@
 #include "platform/file.h"
 #include "platform/file_system.h"
 #include "platform/json_file.h"
+#include "store/fields.h"
 
 namespace tovra::check {
 namespace {
@@ -34,7 +35,7 @@ Check check(const std::optional<std::filesystem::path>& named, Instant now) {
     check.place = lookAt(path);
 
     std::optional<JsonFault> fault;
-    if (auto document = parseFile(path, check.place.notReadable)) {
+    if (auto document = parseFile(path, check.place.notReadable, allFields())) {
         check.document = std::move(*document);
     } else if (!check.place.notReadable) {
         fault = faultIn(path);

@@ -63,8 +63,7 @@ std::string folded(std::string_view name) { return lowerCased(upperCased(name));
 // Adds up what the transactions are like, in one pass over them.
 class TransactionSurvey {
   public:
-    TransactionSurvey(Content& content, Instant now)
-        : content_(content), month_(monthBounds(now)) {}
+    TransactionSurvey(Content& content, Instant now) : content_(content), month_(monthOf(now)) {}
 
     void addAccount(json::Value account) { ids_.insert(stringField(account, "id")); }
 
@@ -104,7 +103,7 @@ class TransactionSurvey {
     }
 
     Content& content_;
-    MonthBounds month_;
+    Period month_;
     DayFormatter dayFormatter_;
     std::unordered_set<std::string_view> ids_;
     Numbers types_;

@@ -45,10 +45,11 @@ void check(std::string_view text) {
         require(text.size() != 10 || start == instant, "a day is written exactly");
     }
     if (!isFarFromEnds(*instant)) return;
-    const auto month = tovra::monthBounds(*instant);
-    const Instant length = month.end - month.start;
+    const auto month = tovra::monthOf(*instant);
+    const Instant length = month.end() - month.start();
     require(length > 27 * kDay && length < 32 * kDay, "a month is about as long as a month");
-    require(month.start <= *instant && *instant < month.end + kDay / 12, "it holds the instant");
+    require(month.start() <= *instant && *instant < month.end() + kDay / 12,
+            "it holds the instant");
     require(tovra::daysAgo(0, *instant) == instant, "no day ago is now");
     const auto before = tovra::daysAgo(30, *instant);
     require(before && std::abs(*instant - *before - 30 * kDay) <= kDay, "30 days are 30 days");

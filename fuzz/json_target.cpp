@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "fuzz/support.h"
 
@@ -88,6 +89,42 @@ std::optional<json::Document> parsedTwice(std::string_view text, std::ptrdiff_t 
     return ours;
 }
 
+// Whether the value is the other one without the members of which the names say that they are
+// dropped. `isWhole` where all are kept.
+bool isKeptOf(json::Value whole, json::Value kept, const json::Names& names, bool isWhole) {
+    if (!whole.is(kept.kind())) return false;
+    if (whole.children().empty()) return same(whole, kept);
+    const json::Children children = kept.children();
+    std::size_t count = 0;
+    for (const json::Value child : whole.children()) {
+        const std::uint32_t index = names.indexOf(child.name());
+        const bool isMember = whole.is(json::Kind::object);
+        if (isMember && !isWhole && !names.keep(index)) continue;
+        if (count == children.size() || children[count].name() != child.name()) return false;
+        const bool isWholeInside =
+            isWhole || (isMember && index >= names.firstWhole && index != json::Names::kNone);
+        if (!isKeptOf(child, children[count++], names, isWholeInside)) return false;
+    }
+    return count == children.size();
+}
+
+// Parses the text again with every other name of its first objects dropped, and some kept whole.
+void checkDropped(std::string_view text, json::Value root) {
+    std::vector<std::string_view> known = {"a"};
+    const auto add = [&](json::Value member, std::size_t most) {
+        if (known.size() < most && !member.name().empty()) known.push_back(member.name());
+    };
+    for (const json::Value child : root.children()) {
+        add(child, 20);
+        for (const json::Value inside : child.children()) add(inside, 40);
+    }
+    const auto count = static_cast<std::uint32_t>(known.size());
+    const json::Names names{known, 0x5555555555, count - count / 4};
+    const auto document = json::parse(text, names);
+    require(document && isKeptOf(root, document->root(), names, false),
+            "what is kept is the whole without what is dropped");
+}
+
 void checkWritten(const json::Document& document) {
     const json::Value root = document.root();
     std::string compact;
@@ -127,7 +164,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text = tovra::fuzz::textOf(data, size);
     const auto isOpening = [](char c) { return c == '[' || c == '{'; };
     const auto depth = std::count_if(text.begin(), text.end(), isOpening);
-    if (const auto document = parsedTwice(text, depth)) checkWritten(*document);
+    if (const auto document = parsedTwice(text, depth)) {
+        checkWritten(*document);
+        checkDropped(text, document->root());
+    }
     if (text.starts_with('\n') || text.starts_with(' ')) {
         (void)parsedTwice(repeated(text), depth + 1);
     }

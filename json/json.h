@@ -15,6 +15,7 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string_view>
 
 namespace tovra::json {
@@ -35,6 +36,26 @@ struct Source {
     // Copies the next bytes, at most `room`, and returns how many. 0 stands for the end of the
     // text, which may come early. A negative number stands for a text that cannot be read.
     std::function<std::ptrdiff_t(char* into, std::size_t room)> read;
+};
+
+// The names of members that a reader of a document knows. A member that is dropped is checked like
+// any other, and the document reads as if it were not there.
+struct Names {
+    static constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
+    static constexpr std::uint32_t kMost = 63;
+
+    std::span<const std::string_view> known;  // at most kMost, none empty; outlives the document
+    // A bit for each known name whose members are kept; bit kMost stands for all other names.
+    std::uint64_t kept = ~std::uint64_t{0};
+    // From this known name on, members are kept whole, with all that is in them.
+    std::uint32_t firstWhole = kNone;
+
+    // The place of a name among those that are known; kNone for another one.
+    [[nodiscard]] std::uint32_t indexOf(std::string_view name) const;
+    // Whether members are kept whose name stands at that place, or kNone.
+    [[nodiscard]] bool keep(std::uint32_t index) const {
+        return (kept >> (index < kMost ? index : kMost) & 1U) != 0;
+    }
 };
 
 enum class Kind : std::uint8_t { null, falseValue, trueValue, number, string, array, object };
@@ -61,13 +82,17 @@ class Value {
     [[nodiscard]] std::string_view numberText() const;
 
     // The member of that name; absent where there is none or this is no object. Where a name
-    // occurs more than once the last one wins.
+    // occurs more than once the last one wins. REQUIRES: members of that name are not
+    // dropped from the document.
     [[nodiscard]] Value member(std::string_view name) const;
     // The elements of an array or the members of an object, in the order of the text; none for
     // anything else. Members with the same name all appear.
     [[nodiscard]] Children children() const;
     // The name of a member; empty for what is no member. REQUIRES: exists().
     [[nodiscard]] std::string_view name() const;
+    // The place of the member's name among the names that the document was parsed with;
+    // Names::kNone for another name and for what is no member. REQUIRES: exists().
+    [[nodiscard]] std::uint32_t nameIndex() const;
 
     // Whether the string was written with escapes. REQUIRES: is(Kind::string).
     [[nodiscard]] bool wasEscaped() const;
@@ -85,6 +110,7 @@ class Value {
     Value(const Node* node, const Storage* storage) : node_(node), storage_(storage) {}
 
     [[nodiscard]] std::string_view text() const;
+    static double numberOf(std::string_view text);
 
     const Node* node_ = nullptr;
     const Storage* storage_ = nullptr;
@@ -122,6 +148,8 @@ class Children {
     [[nodiscard]] bool empty() const { return count_ == 0; }
     // REQUIRES: index < size().
     [[nodiscard]] Value operator[](std::size_t index) const;
+    // The names that the document was parsed with. REQUIRES: !empty().
+    [[nodiscard]] const Names& names() const;
 
   private:
     friend class Value;
@@ -155,8 +183,8 @@ class Document {
 // and more than 4 GiB of names. The time is linear in the size, and no input drives a recursion.
 // Throws std::bad_alloc. A longer text than kMaxSize is refused; for a Source, REQUIRES:
 // source.size <= kMaxSize.
-[[nodiscard]] std::optional<Document> parse(const Source& source);
-[[nodiscard]] std::optional<Document> parse(std::string_view text);
+[[nodiscard]] std::optional<Document> parse(const Source& source, const Names& names = {});
+[[nodiscard]] std::optional<Document> parse(std::string_view text, const Names& names = {});
 
 }  // namespace tovra::json
 

@@ -104,7 +104,7 @@ const char* endOfNumber(const char* p) {
     return p;
 }
 
-static_assert(Tokens::kPadding >= TextStore::kPadding);
+static_assert(Tokens::kPadding >= kTextPadding);
 
 // Few texts outgrow this room. They have at most one value in sixteen bytes, and five eighths of
 // their bytes are strings, numbers and names. Few values wait at once for their container to close.
@@ -131,14 +131,15 @@ Reuse pooledUpTo(std::size_t size, const Source& source) {
 // ended. So a step that leaves the last token of a window takes the next window.
 class Builder {
   public:
-    explicit Builder(const Source& source)
-        : tokens_(source),
+    Builder(const Source& source, const Names& names)
+        : names_(names),
+          tokens_(source),
           texts_(bytesIn(source.size) + std::min(source.size, Tokens::kUsualSize) + kFewBytes,
-                 pooledUpTo(kBytesPooledUpTo, source)),
+                 pooledUpTo(kBytesPooledUpTo, source), names),
           nodes_(source.size / kTextPerValue + kFewNodes, pooledUpTo(kBothPooledUpTo, source)),
           waiting_(source.size / kTextPerWaiting + kFewNodes, pooledUpTo(kBothPooledUpTo, source)) {
         nodes_.push({});  // the root's place
-        open_.push_back({0, Kind::array, true, 0});
+        open_[0] = {0, false, keeps_, true, 0};
     }
 
     std::optional<Document> build() {
@@ -147,29 +148,37 @@ class Builder {
         auto storage = std::make_unique<Storage>();
         storage->bytes = texts_.release();
         storage->nodes = nodes_.release();
+        storage->names = names_;
         return Document(std::move(storage));
     }
 
   private:
     using Window = Tokens::Window;
 
+    static constexpr std::uint32_t kDropped = TextStore::kDropped;
+
+    // What is kept of a container: the members whose names say so, or nothing, or all.
+    enum class Keeps : std::uint8_t { usual, none, all };
+
     // A container that is not closed yet. The first one is made up, to hold the root.
     struct Open {
         std::uint32_t name;
-        Kind kind;
+        bool isObject;  // and no array
+        Keeps keeps;
         bool objectsOnly;          // it holds nothing else so far
         std::size_t waitingBelow;  // how many waited when it opened
     };
 
     // Takes the next window and makes room for its texts. The bytes of the current one are gone.
-    [[gnu::noinline]] void takeWindow(Window& token) {
-        token = tokens_.next();
+    [[gnu::noinline]] Window takeWindow() {
+        const Window window = tokens_.next();
         texts_.reserve(tokens_.size());
+        return window;
     }
     // The same, but only where the current window has no token left. If the current token begins
     // with `likely`, it exists, and the window's end need not be looked at.
     void takeWindowAtEnd(Window& token, char likely) {
-        if (!token.is(likely) && token.isAtEnd()) takeWindow(token);
+        if (!token.is(likely) && token.isAtEnd()) token = takeWindow();
     }
     // Goes to the next token. The bytes of the current one may be gone then.
     void moveOn(Window& token, char likely) {
@@ -178,18 +187,23 @@ class Builder {
     }
 
     bool walk() {
-        Window token;
-        takeWindow(token);
+        Window token = takeWindow();
         if (!token.is('{') && !token.is('[')) return false;
         for (;;) {
             if (!value(token)) return false;
             while (!token.is(',')) {
                 if (!close(token)) return false;
-                if (open_.size() == 1) return token.isAtEnd();
+                if (depth_ == 0) return token.isAtEnd();
             }
             moveOn(token, '"');
         }
     }
+
+    // What a string says, with its escapes resolved.
+    struct Text {
+        std::string_view bytes;  // until the next window is taken or the next text is read
+        bool escaped = false;    // it was written with escapes
+    };
 
     // Reads a value, with its name where the innermost container is an object. A value that is a
     // container is only opened; then the first value in it is read, if there is one.
@@ -198,8 +212,9 @@ class Builder {
             std::uint32_t name = 0;
             if (inObject_) {
                 if (!readName(token, name)) return false;
-            } else if (!token.is('{')) {
-                open_.back().objectsOnly = false;
+            } else {
+                if (keeps_ == Keeps::none) name = kDropped;
+                if (!token.is('{')) open_[depth_].objectsOnly = false;
             }
             if (token.is('"')) return string(token, name);
             if (!token.is('{') && !token.is('[')) return scalar(token, name);
@@ -209,9 +224,17 @@ class Builder {
     }
 
     bool readName(Window& token, std::uint32_t& name) {
-        Text text;
-        if (!token.is('"') || !readText(token, text)) return false;
-        name = texts_.intern(text.bytes, text.escaped);
+        if (!token.is('"')) return false;
+        if (keeps_ != Keeps::none && texts_.goToExpectedName(token.place() + 1)) {
+            token.move();
+            name = texts_.latestName(keeps_ == Keeps::all);
+        } else {
+            Text text;
+            name = keeps_ == Keeps::none ? kDropped : 0;
+            if (!readText(token, text, name)) return false;
+            const bool isKept = keeps_ == Keeps::all;
+            if (name != kDropped) name = texts_.intern(text.bytes, text.escaped, isKept);
+        }
         takeWindowAtEnd(token, ':');
         if (!token.is(':')) return false;
         moveOn(token, '"');
@@ -220,31 +243,43 @@ class Builder {
 
     bool string(Window& token, std::uint32_t name) {
         Text text;
-        if (!readText(token, text)) return false;
-        push(name, Kind::string, text.escaped, texts_.put(text.bytes), text.bytes.size());
+        if (!readText(token, text, name)) return false;
+        if (name != kDropped) {
+            push(name, Kind::string, text.escaped, texts_.put(text.bytes), text.bytes.size());
+        }
         takeWindowAtEnd(token, ',');
         return true;
     }
 
     bool open(Window& token, std::uint32_t name) {
-        if (open_.size() > kMaxDepth) return false;
+        if (depth_ == kMaxDepth) return false;
         inObject_ = token.is('{');
         moveOn(token, '"');
-        open_.push_back({name, inObject_ ? Kind::object : Kind::array, true, waiting_.size()});
+        if (name == kDropped) keeps_ = Keeps::none;
+        if (keeps_ == Keeps::usual && texts_.isWhole(name)) keeps_ = Keeps::all;
+        Open& opened = open_[++depth_];
+        opened.name = name;
+        opened.isObject = inObject_;
+        opened.keeps = keeps_;
+        opened.objectsOnly = true;
+        opened.waitingBelow = waiting_.size();
         return true;
     }
 
     bool close(Window& token) {
         if (!token.is(inObject_ ? '}' : ']')) return false;
         moveOn(token, ',');
-        const Open closing = open_.back();
+        const Open& closing = open_[depth_];
+        const Open& outer = open_[--depth_];
+        inObject_ = outer.isObject;
+        keeps_ = outer.keeps;
+        if (closing.name == kDropped) return true;
         const std::size_t count = waiting_.size() - closing.waitingBelow;
         const auto firstChild = static_cast<std::uint32_t>(nodes_.size());
         nodes_.append(waiting_.begin() + closing.waitingBelow, count);
         waiting_.shrink(closing.waitingBelow);
-        open_.pop_back();
-        inObject_ = open_.back().kind == Kind::object;
-        push(closing.name, closing.kind, closing.objectsOnly, firstChild, count);
+        push(closing.name, closing.isObject ? Kind::object : Kind::array, closing.objectsOnly,
+             firstChild, count);
         return true;
     }
 
@@ -254,18 +289,13 @@ class Builder {
                        name | static_cast<std::uint32_t>(kind) | (flag ? Node::kFlag : 0)});
     }
 
-    // What a string says, with its escapes resolved.
-    struct Text {
-        std::string_view bytes;  // until the next window is taken or the next text is read
-        bool escaped = false;    // it was written with escapes
-    };
-
     // Reads the string that begins at the current token, and leaves that token. False where it has
     // a wrong escape. Between its opening quote and the next token there are the text, the closing
-    // quote and blanks.
-    [[gnu::always_inline]] bool readText(Window& token, Text& text) {
+    // quote and blanks. What is dropped need not be read where it has no escape.
+    [[gnu::always_inline]] bool readText(Window& token, Text& text, std::uint32_t name) {
         const char* begin = token.place() + 1;
         token.move();
+        if (name == kDropped && tokens_.foundBackslash() >= token.place()) return true;
         const char* quote = token.place() - 1;
         while (*quote != '"') --quote;
         text.bytes = {begin, static_cast<std::size_t>(quote - begin)};
@@ -281,8 +311,8 @@ class Builder {
         const char* escape = tokens_.backslash(in);
         if (escape >= end) return Text{text};
         // Resolving escapes makes no text longer.
-        if (resolved_.size() < text.size() + TextStore::kPadding) {
-            resolved_.resize(text.size() + TextStore::kPadding);
+        if (resolved_.size() < text.size() + kTextPadding) {
+            resolved_.resize(text.size() + kTextPadding);
         }
         char* out = resolved_.data();
         for (; escape < end; escape = tokens_.backslash(in)) {
@@ -322,39 +352,44 @@ class Builder {
         token.move();
         if (end != token.place() && !isBlank(*end)) return false;
         const std::string_view text(begin, static_cast<std::size_t>(end - begin));
-        push(name, kind, false, kind == Kind::number ? texts_.put(text) : 0, text.size());
+        if (name != kDropped) {
+            push(name, kind, false, kind == Kind::number ? texts_.put(text) : 0, text.size());
+        }
         takeWindowAtEnd(token, ',');
         return true;
     }
 
+    const Names names_;
     Tokens tokens_;
     TextStore texts_;
     GrowableArray<Node> nodes_;
     GrowableArray<Node> waiting_;
-    std::vector<Open> open_;
+    std::unique_ptr<Open[]> open_ = std::make_unique_for_overwrite<Open[]>(kMaxDepth + 1);
+    std::size_t depth_ = 0;       // of the innermost container, in open_
     bool inObject_ = false;       // the innermost container is one
+    Keeps keeps_ = Keeps::usual;  // the innermost container does
     std::vector<char> resolved_;  // the last text with escapes
 };
 
 }  // namespace
 
-std::optional<Document> parse(const Source& source) {
+std::optional<Document> parse(const Source& source, const Names& names) {
     assert(source.size <= kMaxSize);
     try {
-        return Builder(source).build();
+        return Builder(source, names).build();
     } catch (const std::length_error&) {
         return std::nullopt;
     }
 }
 
-std::optional<Document> parse(std::string_view text) {
+std::optional<Document> parse(std::string_view text, const Names& names) {
     if (text.size() > kMaxSize) return std::nullopt;
     const auto read = [&](char* into, std::size_t room) {
         const std::size_t count = text.copy(into, room);
         text.remove_prefix(count);
         return static_cast<std::ptrdiff_t>(count);
     };
-    return parse(Source{text.size(), read});
+    return parse(Source{text.size(), read}, names);
 }
 
 }  // namespace tovra::json

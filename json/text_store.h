@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <memory>
 #include <string_view>
 
 #include "json/growable_array.h"
@@ -16,99 +17,100 @@
 
 namespace tovra::json {
 
-// Returns the offset of each text. Names are interned: a name that comes again is mostly kept once.
+// A text is told by its offset. Names are interned: a name that comes again is mostly kept once.
 // Not for several threads.
 class TextStore {
-    // Most texts are at most this long. They are copied as this many bytes, three registers of 16,
-    // without a loop or a branch.
-    static constexpr std::size_t kShort = 3 * 16;
-
   public:
-    // So many bytes from the beginning of any text that is put may be read.
-    static constexpr std::size_t kPadding = kShort;
-
-    TextStore(std::size_t room, Reuse reuse) : bytes_(room, reuse) { addName({}, false); }
+    TextStore(std::size_t room, Reuse reuse, const Names& names)
+        : bytes_(room, reuse), names_(names) {
+        assert(names.known.size() <= Names::kMost && names.indexOf({}) == Names::kNone);
+        addName({}, false);
+        interned_[0].matchNothing();
+    }
 
     // Makes room for strings and numbers of so many bytes together. Names make room themselves.
     void reserve(std::size_t size) {
-        reserved_ = size + kPadding;
+        reserved_ = size + kTextPadding;
         bytes_.reserve(reserved_);
     }
 
-    // REQUIRES: all texts since the last reserve() are together no longer than it said.
+    // REQUIRES: all texts since the last reserve() are together no longer than it said, and
+    // kTextPadding bytes may be read from the beginning of this one.
     std::uint32_t put(std::string_view text) {
-        assert(text.size() + kPadding <= bytes_.room());
+        assert(text.size() + kTextPadding <= bytes_.room());
         const std::size_t offset = bytes_.size();
-        std::memcpy(bytes_.end(), text.data(), kShort);
-        if (text.size() > kShort) std::memcpy(bytes_.end(), text.data(), text.size());
+        copyText(bytes_.end(), text);
         bytes_.extend(text.size());
         return static_cast<std::uint32_t>(offset);
     }
 
-    // The offset of the name's head. Objects of one kind mostly have the same names in the same
-    // order. So it first tries the name that followed the latest one last time.
-    std::uint32_t intern(std::string_view name, bool escaped) {
-        if (escaped) return addName(name, escaped);
-        const std::uint32_t expected = interned_[latest_].next;
-        if (!isInterned(expected, name)) return findName(name);
-        latest_ = expected;
-        return interned_[expected].offset;
+    // Stands for the offset of a name whose members are dropped.
+    static constexpr std::uint32_t kDropped = std::numeric_limits<std::uint32_t>::max();
+
+    // Objects of one kind mostly have the same names in the same order. So this compares the text
+    // behind an opening quote with the name that followed the latest one last time, and with the
+    // quote that closes it. True where they are the same; the name is then latestName().
+    bool goToExpectedName(const char* text) {
+        std::uint64_t difference = 0;
+        for (std::size_t i = 0; i < expected_->mask.size(); ++i) {
+            std::uint64_t word = 0;
+            std::memcpy(&word, text + i * sizeof word, sizeof word);
+            difference |= (word & expected_->mask[i]) ^ expected_->quoted[i];
+        }
+        if (difference != 0) return false;
+        goTo(expected_);
+        return true;
+    }
+
+    // The offset of the head of the name that was gone to last; kDropped where its members are
+    // dropped, unless all are kept.
+    [[nodiscard]] std::uint32_t latestName(bool allAreKept) const {
+        return allAreKept ? latest_->begin : latest_->ifKept;
+    }
+
+    // The same for any name.
+    [[gnu::noinline]] std::uint32_t intern(std::string_view name, bool escaped, bool allAreKept) {
+        if (escaped) {
+            const std::uint32_t begin = addName(name, true);
+            return allAreKept ? begin : ifKept(begin);
+        }
+        const std::size_t slot = slotOf(name);
+        Interned& interned = interned_[slot];
+        if (!isUsed_[slot] || !isInterned(slot, name)) {
+            isUsed_[slot] = true;
+            interned = {};
+            interned.begin = addName(name, false);
+            interned.ifKept = ifKept(interned.begin);
+            interned.size = static_cast<std::uint32_t>(name.size());
+            interned.expect(name);
+        }
+        latest_->next = static_cast<std::uint32_t>(slot);
+        goTo(&interned);
+        return latestName(allAreKept);
+    }
+
+    // Whether the members of that name are kept whole.
+    [[nodiscard]] bool isWhole(std::uint32_t name) const {
+        const std::uint32_t index = indexOf(name);
+        return index != Names::kNone && index >= names_.firstWhole;
     }
 
     // Gives the bytes away. REQUIRES: nothing is put any more.
     Block<char> release() { return bytes_.release(); }
 
   private:
-    static constexpr std::size_t kSlots = 256;
-    static constexpr int kProbes = 4;
-
-    // A name that may come again. A free slot holds the empty name.
-    struct Interned {
-        std::uint32_t offset = 0;
-        std::uint32_t size = 0;
-        std::uint32_t next = 0;  // the slot of the name that followed last time
-    };
-
-    bool isInterned(std::size_t slot, std::string_view name) const {
-        const Interned& known = interned_[slot];
-        if (known.size != name.size()) return false;
-        const char* bytes = bytes_.begin() + known.offset + sizeof(NameHead);
-        if (name.size() > 2 * sizeof(std::uint64_t)) {
-            return std::memcmp(bytes, name.data(), name.size()) == 0;
-        }
-        if (name.size() >= sizeof(std::uint64_t)) return haveSameEnds<std::uint64_t>(bytes, name);
-        if (name.size() >= sizeof(std::uint32_t)) return haveSameEnds<std::uint32_t>(bytes, name);
-        return std::equal(name.begin(), name.end(), bytes);
+    [[nodiscard]] std::uint32_t indexOf(std::uint32_t name) const {
+        NameHead head;
+        std::memcpy(&head, bytes_.begin() + name, sizeof head);
+        return head.index;
     }
-
-    // Whether the first word and the last word are the same. They may overlap.
-    // REQUIRES: the name is at least one word long and at most two, so that no byte is left out.
-    template <typename Word>
-    static bool haveSameEnds(const char* bytes, std::string_view name) {
-        assert(sizeof(Word) <= name.size() && name.size() <= 2 * sizeof(Word));
-        const auto isSame = [&](std::size_t from) {
-            return std::memcmp(bytes + from, name.data() + from, sizeof(Word)) == 0;
-        };
-        return isSame(0) && isSame(name.size() - sizeof(Word));
-    }
-
-    // Looks in a few slots only, so that no text can make it slow. A new name takes the last of
-    // them.
-    [[gnu::noinline]] std::uint32_t findName(std::string_view name) {
-        std::size_t slot = std::hash<std::string_view>()(name) % kSlots;
-        for (int i = 1; i < kProbes && interned_[slot].offset != 0 && !isInterned(slot, name);
-             ++i) {
-            slot = (slot + 1) % kSlots;
-        }
-        if (!isInterned(slot, name)) {
-            interned_[slot] = {addName(name, false), static_cast<std::uint32_t>(name.size()), 0};
-        }
-        latest_ = interned_[latest_].next = static_cast<std::uint32_t>(slot);
-        return interned_[slot].offset;
+    [[nodiscard]] std::uint32_t ifKept(std::uint32_t name) const {
+        return names_.keep(indexOf(name)) ? name : kDropped;
     }
 
     std::uint32_t addName(std::string_view name, bool escaped) {
-        const NameHead head = static_cast<NameHead>(name.size()) << 1 | (escaped ? 1 : 0);
+        const NameHead head{static_cast<std::uint32_t>(name.size()) << 1 | (escaped ? 1U : 0U),
+                            names_.indexOf(name)};
         constexpr std::size_t kStep = Node::kNameStep;
         const std::size_t gap = (kStep - bytes_.size() % kStep) % kStep;
         // A name takes no room from what reserve() has promised.
@@ -121,10 +123,59 @@ class TextStore {
         return static_cast<std::uint32_t>(offset);
     }
 
+    static constexpr std::size_t kSlots = 256;
+    static constexpr int kProbes = 4;
+
+    // A name that may come again.
+    struct Interned {
+        using Words = std::array<std::uint64_t, 3>;
+
+        std::uint32_t begin;   // the offset of its head
+        std::uint32_t ifKept;  // the same, or kDropped
+        std::uint32_t size;
+        std::uint32_t next;  // the slot of the name that followed last time
+        Words quoted;        // the name and the quote behind it
+        Words mask;          // ones for the bytes of `quoted` that count
+
+        void matchNothing() { *this = {begin, ifKept, size, 0, {1}, {}}; }
+
+        void expect(std::string_view text) {
+            if (text.size() >= sizeof(Words)) return matchNothing();  // a long name is looked up
+            auto* bytes = reinterpret_cast<char*>(quoted.data());
+            std::copy(text.begin(), text.end(), bytes);
+            bytes[text.size()] = '"';
+            std::memset(mask.data(), -1, text.size() + 1);
+        }
+    };
+
+    bool isInterned(std::size_t slot, std::string_view name) const {
+        const Interned& known = interned_[slot];
+        const char* bytes = bytes_.begin() + known.begin + sizeof(NameHead);
+        return std::string_view(bytes, known.size) == name;
+    }
+
+    // The slot of the name, or else the one that it takes. Looks in a few slots only, so that no
+    // text can make it slow.
+    [[nodiscard]] std::size_t slotOf(std::string_view name) const {
+        std::size_t slot = std::hash<std::string_view>()(name) % kSlots;
+        for (int i = 1; i < kProbes && isUsed_[slot] && !isInterned(slot, name); ++i) {
+            slot = (slot + 1) % kSlots;
+        }
+        return slot;
+    }
+
+    void goTo(Interned* name) {
+        latest_ = name;
+        expected_ = &interned_[name->next];
+    }
+
     GrowableArray<char> bytes_;
-    std::size_t reserved_ = kPadding;
-    std::array<Interned, kSlots> interned_;
-    std::uint32_t latest_ = 0;  // the slot of the latest name
+    const Names names_;
+    std::size_t reserved_ = kTextPadding;
+    std::array<bool, kSlots> isUsed_{};
+    std::unique_ptr<Interned[]> interned_ = std::make_unique_for_overwrite<Interned[]>(kSlots);
+    Interned* latest_ = &interned_[0];
+    Interned* expected_ = &interned_[0];  // interned_[latest_->next]
 };
 
 }  // namespace tovra::json

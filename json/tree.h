@@ -34,20 +34,34 @@ struct Node {
 static_assert(sizeof(Node) == 12);
 static_assert(static_cast<std::uint32_t>(Kind::object) <= Node::kKindMask);
 
-// What stands before the bytes of a member's name. The lowest bit says whether the name was written
-// with escapes, the others are its length in bytes. At offset 0 stands the empty name, which is
-// also the name of values that are no members.
-using NameHead = std::uint32_t;
-static_assert(kMaxSize <= std::numeric_limits<NameHead>::max() >> 1);
+// What stands before the bytes of a member's name. At offset 0 stands the name of values that are
+// no members, which is empty.
+struct NameHead {
+    // The lowest bit says whether the name was written with escapes, the others are its length.
+    std::uint32_t sizeAndFlag;
+    std::uint32_t index;  // its place among the names that are known, or Names::kNone
+};
+static_assert(kMaxSize <= std::numeric_limits<std::uint32_t>::max() >> 1);
+
+// So many bytes from the beginning of any text or name of a document may be read.
+inline constexpr std::size_t kTextPadding = std::size_t{3} * 16;
+
+// Copies a text, of which kTextPadding bytes may be read and written. Most are not longer, and are
+// copied in three registers of 16, without a loop or a branch.
+inline void copyText(char* into, std::string_view text) {
+    std::memcpy(into, text.data(), kTextPadding);
+    if (text.size() > kTextPadding) std::memcpy(into, text.data(), text.size());
+}
 
 // Where the offsets and indices of a document's nodes point to.
 struct Storage {
     Block<char> bytes;
     Block<Node> nodes;
+    Names names;
 
     [[nodiscard]] const char* nameAt(const Node& node) const { return bytes.get() + node.name(); }
     [[nodiscard]] NameHead nameHead(const Node& node) const {
-        NameHead head = 0;
+        NameHead head;
         std::memcpy(&head, nameAt(node), sizeof head);
         return head;
     }
@@ -71,6 +85,17 @@ inline std::optional<std::string_view> Value::string() const {
     return text();
 }
 
+inline std::optional<double> Value::number() const {
+    if (!is(Kind::number)) return std::nullopt;
+    return numberOf(text());
+}
+
+inline std::optional<bool> Value::boolean() const {
+    if (is(Kind::trueValue)) return true;
+    if (is(Kind::falseValue)) return false;
+    return std::nullopt;
+}
+
 inline std::string_view Value::numberText() const {
     assert(is(Kind::number));
     return text();
@@ -78,7 +103,13 @@ inline std::string_view Value::numberText() const {
 
 inline std::string_view Value::name() const {
     assert(exists());
-    return {storage_->nameAt(*node_) + sizeof(NameHead), storage_->nameHead(*node_) >> 1};
+    return {storage_->nameAt(*node_) + sizeof(NameHead),
+            storage_->nameHead(*node_).sizeAndFlag >> 1};
+}
+
+inline std::uint32_t Value::nameIndex() const {
+    assert(exists());
+    return storage_->nameHead(*node_).index;
 }
 
 inline bool Value::wasEscaped() const {
@@ -88,7 +119,12 @@ inline bool Value::wasEscaped() const {
 
 inline bool Value::nameWasEscaped() const {
     assert(exists());
-    return (storage_->nameHead(*node_) & 1U) != 0;
+    return (storage_->nameHead(*node_).sizeAndFlag & 1U) != 0;
+}
+
+inline Children Value::children() const {
+    if (!is(Kind::array) && !is(Kind::object)) return {};
+    return {storage_->nodes.get() + node_->start, node_->extent, storage_};
 }
 
 inline Children::Iterator& Children::Iterator::operator++() {
@@ -103,6 +139,11 @@ inline Children::Iterator Children::end() const { return {first_ + count_, stora
 inline Value Children::operator[](std::size_t index) const {
     assert(index < count_);
     return {first_ + index, storage_};
+}
+
+inline const Names& Children::names() const {
+    assert(!empty());
+    return storage_->names;
 }
 
 }  // namespace tovra::json

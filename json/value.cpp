@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <array>
+#include <cassert>
 #include <cstdlib>
 #include <string>
 #include <utility>
@@ -37,30 +39,25 @@ std::optional<double> shortDecimal(std::string_view text) {
 
 }  // namespace
 
-std::optional<double> Value::number() const {
-    if (!is(Kind::number)) return std::nullopt;
-    if (const auto exact = shortDecimal(numberText())) return exact;
-    // strtod needs a copy, which is rare enough. This program never leaves the C locale.
-    return std::strtod(std::string(numberText()).c_str(), nullptr);
+std::uint32_t Names::indexOf(std::string_view name) const {
+    const auto found = std::find(known.begin(), known.end(), name);
+    return found == known.end() ? kNone : static_cast<std::uint32_t>(found - known.begin());
 }
 
-std::optional<bool> Value::boolean() const {
-    if (is(Kind::trueValue)) return true;
-    if (is(Kind::falseValue)) return false;
-    return std::nullopt;
+double Value::numberOf(std::string_view text) {
+    if (const auto exact = shortDecimal(text)) return *exact;
+    // strtod needs a copy, which is rare enough. This program never leaves the C locale.
+    return std::strtod(std::string(text).c_str(), nullptr);
 }
 
 Value Value::member(std::string_view name) const {
+    assert(!exists() || node_ != storage_->nodes.get() ||
+           storage_->names.keep(storage_->names.indexOf(name)));
     const Children members = is(Kind::object) ? children() : Children();
     for (std::size_t i = members.size(); i > 0; --i) {
         if (members[i - 1].name() == name) return members[i - 1];
     }
     return {};
-}
-
-Children Value::children() const {
-    if (!is(Kind::array) && !is(Kind::object)) return {};
-    return {storage_->nodes.get() + node_->start, node_->extent, storage_};
 }
 
 Document::Document() = default;

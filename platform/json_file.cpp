@@ -18,7 +18,8 @@ std::string_view withoutByteOrderMark(std::string_view text) {
     return text;
 }
 
-std::optional<json::Document> parseFile(const std::filesystem::path& path, std::error_code& error) {
+std::optional<json::Document> parseFile(const std::filesystem::path& path, std::error_code& error,
+                                        const json::Names& names) {
     const auto file = openFile(path, json::kMaxSize, error);
     if (!file) return std::nullopt;
     std::array<char, kByteOrderMark.size()> head{};
@@ -35,7 +36,7 @@ std::optional<json::Document> parseFile(const std::filesystem::path& path, std::
         done += count;
         return static_cast<std::ptrdiff_t>(count);
     };
-    return json::parse(json::Source{file->size() - done, read});
+    return json::parse(json::Source{file->size() - done, read}, names);
 }
 
 }  // namespace tovra

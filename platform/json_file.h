@@ -15,7 +15,8 @@ namespace tovra {
 // json::kMaxSize, or reading does; `error` then has the reason. Nothing and no error come back
 // where the file holds no JSON. Throws std::bad_alloc. May be called from several threads.
 [[nodiscard]] std::optional<json::Document> parseFile(const std::filesystem::path& path,
-                                                      std::error_code& error);
+                                                      std::error_code& error,
+                                                      const json::Names& names = {});
 
 // The text of a file without the UTF-8 byte-order mark that it may begin with.
 [[nodiscard]] std::string_view withoutByteOrderMark(std::string_view text);

@@ -23,9 +23,12 @@ void AccountBalances::add(const Transaction& transaction) {
 }
 
 void AccountBalances::post(std::string_view accountID, double amount, std::string_view currency) {
-    const auto found = byID_.find(accountID);
-    if (found == byID_.end()) return;
-    for (const std::size_t index : found->second) {
+    static const Places kNone;
+    const auto lookUp = [&](std::string_view id) {
+        const auto found = byID_.find(id);
+        return found == byID_.end() ? &kNone : &found->second;
+    };
+    for (const std::size_t index : *found_.find(accountID, lookUp)) {
         Account& account = accounts_[index];
         account.balance += currencies_.convert(amount, currency, account.currency);
     }

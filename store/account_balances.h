@@ -8,6 +8,7 @@
 
 #include "json/json.h"
 #include "store/currencies.h"
+#include "store/lookup_cache.h"
 #include "store/transaction.h"
 
 namespace tovra {
@@ -39,7 +40,10 @@ class AccountBalances {
 
     const Currencies& currencies_;
     std::vector<Account> accounts_;
-    std::unordered_map<std::string_view, std::vector<std::size_t>> byID_;
+    using Places = std::vector<std::size_t>;  // in accounts_
+
+    std::unordered_map<std::string_view, Places> byID_;
+    LookupCache<const Places*> found_;
 };
 
 }  // namespace tovra

@@ -24,9 +24,9 @@ DataFileLocation locateDataFile() {
 
 std::filesystem::path dataFileURL() { return locateDataFile().path; }
 
-json::Document loadData() {
+json::Document loadData(std::initializer_list<TransactionField> fields) {
     std::error_code error;
-    auto document = parseFile(dataFileURL(), error);
+    auto document = parseFile(dataFileURL(), error, reportedFields(fields));
     // The file is there and does not fit: reports with zeros would be false.
     if (error == std::errc::file_too_large || error == std::errc::not_enough_memory) {
         throw std::bad_alloc();

@@ -3,10 +3,12 @@
 #pragma once
 
 #include <filesystem>
+#include <initializer_list>
 #include <optional>
 #include <string>
 
 #include "json/json.h"
+#include "store/fields.h"
 
 namespace tovra {
 
@@ -31,9 +33,10 @@ struct DataFileLocation {
 // The path alone.
 [[nodiscard]] std::filesystem::path dataFileURL();
 
-// The data document as the file holds it now. Its root is absent where the file is missing, cannot
-// be read or holds no JSON object. Throws std::bad_alloc where the file does not fit into memory,
-// or is longer than json::kMaxSize: an empty document would say something false about it.
-[[nodiscard]] json::Document loadData();
+// The data document as the file holds it now, with the members of transactions that a report reads.
+// Its root is absent where the file is missing, cannot be read or holds no JSON object. Throws
+// std::bad_alloc where the file does not fit into memory, or is longer than json::kMaxSize: an
+// empty document would say something false about it.
+[[nodiscard]] json::Document loadData(std::initializer_list<TransactionField> fields = {});
 
 }  // namespace tovra

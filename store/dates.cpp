@@ -1,8 +1,10 @@
 #include "store/dates.h"
 
+#include <array>
 #include <cassert>
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 
 #include "platform/local_clock.h"
 
@@ -70,25 +72,33 @@ year_month_day dateOf(std::int64_t dayNumberSince1970) {
     return year_month_day(sys_days(std::chrono::days(dayNumberSince1970)));
 }
 
-// Appends the number with leading zeros up to `width` digits.
-void appendPadded(std::string& text, std::int64_t number, std::size_t width) {
-    const std::string digitsOfIt = std::to_string(number);
-    if (digitsOfIt.size() < width) text.append(width - digitsOfIt.size(), '0');
-    text += digitsOfIt;
-}
-
 std::string dayText(year_month_day date) {
-    std::string text;
-    appendPadded(text, int(date.year()), 4);
-    text += '-';
-    appendPadded(text, unsigned(date.month()), 2);
-    text += '-';
-    appendPadded(text, unsigned(date.day()), 2);
-    return text;
+    std::array<char, 48> text{};
+    std::snprintf(text.data(), text.size(), "%04d-%02u-%02u", int(date.year()),
+                  unsigned(date.month()), unsigned(date.day()));
+    return text.data();
 }
 
 std::int64_t wholeSeconds(Instant instant) {
     return static_cast<std::int64_t>(std::floor(instant));
+}
+
+// The first eight bytes of a text as a number. Numbers are in the order of such texts.
+std::uint64_t monthIn(std::string_view text) {
+    std::uint64_t month = 0;
+    assert(text.size() >= sizeof month);
+    for (std::size_t i = 0; i < sizeof month; ++i) {
+        month = month << 8 | static_cast<unsigned char>(text[i]);
+    }
+    return month;
+}
+
+// That number for the instant in UTC; nothing where no date names it.
+std::optional<std::uint64_t> monthIn(Instant instant) {
+    if (!(std::fabs(instant) < kLastDay * double{kSecondsPerDay})) return std::nullopt;
+    const std::int64_t seconds = wholeSeconds(instant);
+    if (!isExpressible(seconds)) return std::nullopt;
+    return monthIn(dayText(dateOf(dayOf(seconds))));
 }
 
 }  // namespace
@@ -118,34 +128,20 @@ std::string IsoFormatter::format(Instant instant) const {
     const std::int64_t seconds = wholeSeconds(instant);
     assert(isExpressible(seconds));
     const std::int64_t date = dayOf(seconds);
-    const std::int64_t ofDay = seconds - date * kSecondsPerDay;
-    std::string text = dayText(dateOf(date)) + "T";
-    appendPadded(text, ofDay / 3600, 2);
-    text += ':';
-    appendPadded(text, ofDay / 60 % 60, 2);
-    text += ':';
-    appendPadded(text, ofDay % 60, 2);
-    return text += 'Z';
+    const auto ofDay = static_cast<unsigned>(seconds - date * kSecondsPerDay);
+    std::array<char, 48> time{};
+    std::snprintf(time.data(), time.size(), "T%02u:%02u:%02uZ", ofDay / 3600, ofDay / 60 % 60,
+                  ofDay % 60);
+    return dayText(dateOf(date)) + time.data();
 }
 
-DayFormatter::DayFormatter() : starts_(kDays) { readTimeZone(); }
+DayFormatter::DayFormatter() { readTimeZone(); }
 
 std::optional<Instant> DayFormatter::parse(std::string_view text) {
     if (text.size() != 10) return std::nullopt;
     const auto date = parseDay(text);
     if (!date) return std::nullopt;
-    Start& start = startAt(*date);
-    if (start.day != *date) start = {*date, startOf(*date)};
-    return ifExpressible(start.instant);
-}
-
-// Mostly 24 hours after the start of the day before, where that is known.
-std::int64_t DayFormatter::startOf(std::int64_t day) {
-    if (const Start& dayBefore = startAt(day - 1); dayBefore.day == day - 1) {
-        const std::int64_t start = dayBefore.instant + kSecondsPerDay;
-        if (start + utcOffset(start).value_or(1) == day * kSecondsPerDay) return start;
-    }
-    return startOfLocalDay(day);
+    return ifExpressible(days_.start(*date));
 }
 
 std::string DayFormatter::format(Instant instant) const {
@@ -159,7 +155,26 @@ std::optional<Instant> parseDate(std::string_view text, DayFormatter& dayFormatt
     return dayFormatter.parse(text);
 }
 
-MonthBounds monthBounds(Instant now) {
+// A date names an instant less than two days away from its midnight in UTC.
+Period::Period(Instant start, Instant end)
+    : start_(start),
+      end_(end),
+      firstMonth_(monthIn(start - 2 * kSecondsPerDay).value_or(0)),
+      lastMonth_(monthIn(end + 2 * kSecondsPerDay).value_or(~std::uint64_t{0})) {}
+
+bool Period::contains(std::string_view text, DayFormatter& dayFormatter) const {
+    if (!mayContain(text)) return false;
+    const auto instant = parseDate(text, dayFormatter);
+    return instant && contains(*instant);
+}
+
+bool Period::mayContain(std::string_view text) const {
+    if (text.size() < sizeof(std::uint64_t)) return false;
+    const std::uint64_t month = monthIn(text);
+    return firstMonth_ <= month && month <= lastMonth_;
+}
+
+Period monthOf(Instant now) {
     readTimeZone();
     const std::int64_t seconds = wholeSeconds(now);
     const year_month_day today = dateOf(dayOf(seconds + utcOffset(seconds).value_or(0)));
@@ -167,7 +182,7 @@ MonthBounds monthBounds(Instant now) {
     const auto startOf = [](std::chrono::year_month which) {
         return static_cast<Instant>(startOfLocalDay(dayNumber(which / day(1))));
     };
-    return {startOf(thisMonth), startOf(thisMonth + std::chrono::months(1))};
+    return Period(startOf(thisMonth), startOf(thisMonth + std::chrono::months(1)));
 }
 
 std::optional<Instant> daysAgo(std::int64_t days, Instant now) {

@@ -11,7 +11,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
+
+#include "platform/local_clock.h"
 
 namespace tovra {
 
@@ -41,31 +42,38 @@ class DayFormatter {
     [[nodiscard]] std::string format(Instant instant) const;
 
   private:
-    // The first instant of a day.
-    struct Start {
-        std::int64_t day = std::numeric_limits<std::int64_t>::min();
-        std::int64_t instant = 0;
-    };
-    static constexpr std::size_t kDays = 1024;  // so many days in a row are remembered
-
-    Start& startAt(std::int64_t day) { return starts_[static_cast<std::uint64_t>(day) % kDays]; }
-    [[nodiscard]] std::int64_t startOf(std::int64_t day);
-
-    std::vector<Start> starts_;
+    LocalDays days_;
 };
 
 // The instant that a date text names: date-time first, then day; nothing when it has neither form.
 [[nodiscard]] std::optional<Instant> parseDate(std::string_view text, DayFormatter& dayFormatter);
 
-// The first instant of a month and that of the next one.
-struct MonthBounds {
-    Instant start;
-    Instant end;
-    [[nodiscard]] bool contains(Instant instant) const { return start <= instant && instant < end; }
+// The time from one instant to another, without the latter.
+class Period {
+  public:
+    explicit Period(Instant start, Instant end = std::numeric_limits<Instant>::infinity());
+
+    [[nodiscard]] Instant start() const { return start_; }
+    [[nodiscard]] Instant end() const { return end_; }
+    [[nodiscard]] bool contains(Instant instant) const {
+        return start_ <= instant && instant < end_;
+    }
+    // Whether the text names an instant in the period.
+    [[nodiscard]] bool contains(std::string_view text, DayFormatter& dayFormatter) const;
+    // Where it is false, the text names no instant in the period. It only looks at year and month.
+    [[nodiscard]] bool mayContain(std::string_view text) const;
+
+  private:
+    Instant start_;
+    Instant end_;
+    // No date in the period begins with less than the first or more than the last of these eight
+    // bytes, such as "2026-11-".
+    std::uint64_t firstMonth_;
+    std::uint64_t lastMonth_;
 };
 
 // The calendar month, in the local time zone, in which `now` falls.
-[[nodiscard]] MonthBounds monthBounds(Instant now);
+[[nodiscard]] Period monthOf(Instant now);
 
 // The instant `days` calendar days before `now`, at the same local time of day; nothing when the
 // calendar cannot express it.

@@ -2,11 +2,6 @@
 
 namespace tovra {
 
-double asNumber(json::Value value) {
-    if (const auto number = value.number()) return *number;
-    return value.is(json::Kind::trueValue) ? 1 : 0;
-}
-
 json::Children asObjectArray(json::Value value) {
     return value.isArrayOfObjects() ? value.children() : json::Children();
 }

@@ -3,13 +3,52 @@
 // Pure functions; may be called from several threads.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 #include <string_view>
 
 #include "json/json.h"
 
 namespace tovra {
+
+// The members of a transaction that are read, by their places in kFieldNames.
+enum class TransactionField : std::uint8_t {
+    type = 1,
+    date,
+    amount,
+    currency,
+    accountID,
+    transferAccountID,
+    payee,
+    category,
+    subcategory,
+    splits
+};
+
+// All that is read of a data document. Of transactions only the members above are; whatever else
+// stands here is kept whole.
+inline constexpr std::array<std::string_view, 16> kFieldNames = {
+    "transactions",      "type",    "date",     "amount",      "currency", "accountID",
+    "transferAccountID", "payee",   "category", "subcategory", "splits",   "accounts",
+    "budgets",           "fxRates", "goals",    "settings"};
+
+// How a data document is parsed for a report that reads these members of transactions. All others
+// are dropped, and the transactions themselves where it reads none.
+[[nodiscard]] constexpr json::Names reportedFields(std::initializer_list<TransactionField> fields) {
+    const auto bit = [](auto place) { return std::uint64_t{1} << static_cast<unsigned>(place); };
+    constexpr auto kFirstWhole = static_cast<std::uint32_t>(TransactionField::splits);
+    static_assert(kFieldNames[kFirstWhole] == "splits" && kFieldNames[1] == "type");
+    std::uint64_t kept = 0;
+    for (std::size_t i = kFirstWhole + 1; i < kFieldNames.size(); ++i) kept |= bit(i);
+    for (const TransactionField field : fields) kept |= bit(field) | bit(0);
+    return {kFieldNames, kept, kFirstWhole};
+}
+
+// How a data document is parsed of which everything is kept.
+[[nodiscard]] constexpr json::Names allFields() { return {.known = kFieldNames}; }
 
 // The text of a JSON string; empty by default. A view into the document.
 [[nodiscard]] std::string_view stringField(json::Value object, std::string_view name);
@@ -32,7 +71,10 @@ namespace tovra {
 [[nodiscard]] inline std::string_view asString(json::Value value) {
     return value.string().value_or(std::string_view());
 }
-[[nodiscard]] double asNumber(json::Value value);
+[[nodiscard]] inline double asNumber(json::Value value) {
+    if (const auto number = value.number()) return *number;
+    return value.is(json::Kind::trueValue) ? 1 : 0;
+}
 [[nodiscard]] json::Children asObjectArray(json::Value value);
 
 // A number, read like numberField and truncated toward zero. Nothing where that gives less than 1,

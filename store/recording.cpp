@@ -10,6 +10,7 @@
 #include "platform/json_file.h"
 #include "platform/second_look.h"
 #include "store/data_file.h"
+#include "store/fields.h"
 #include "store/turnstile.h"
 
 namespace tovra {
@@ -50,7 +51,7 @@ Loaded loadOnce(FileSystem& system, const fs::path& path) {
         loaded.data.problem = "The data file could not be read: " + error.message();
         return loaded;
     }
-    auto document = json::parse(withoutByteOrderMark(loaded.version->text()));
+    auto document = json::parse(withoutByteOrderMark(loaded.version->text()), allFields());
     if (document && document->root().is(json::Kind::object)) {
         loaded.data.document = std::move(*document);
     } else {

@@ -26,7 +26,7 @@ void appendString(std::string& out, std::string_view text) {
     }
 }
 
-void appendChildren(std::string& out, const std::vector<json::Value>& children,
+void appendChildren(std::string& out, const std::vector<json::Value>& children, bool areMembers,
                     const std::string& lineBreak);
 
 void append(std::string& out, json::Value value, const std::string& lineBreak) {
@@ -37,23 +37,23 @@ void append(std::string& out, json::Value value, const std::string& lineBreak) {
         std::sort(ordered.begin(), ordered.end(),
                   [](json::Value a, json::Value b) { return hashOf(a.name()) < hashOf(b.name()); });
         out += '{';
-        appendChildren(out, ordered, lineBreak);
+        appendChildren(out, ordered, true, lineBreak);
         out += '}';
     } else if (value.is(json::Kind::array)) {
         out += '[';
-        appendChildren(out, ordered, lineBreak);
+        appendChildren(out, ordered, false, lineBreak);
         out += ']';
     } else {
         json::appendCompact(out, value);
     }
 }
 
-void appendChildren(std::string& out, const std::vector<json::Value>& children,
+void appendChildren(std::string& out, const std::vector<json::Value>& children, bool areMembers,
                     const std::string& lineBreak) {
     const std::string inside = lineBreak + "  ";
     for (const json::Value child : children) {
         out += inside;
-        if (!child.name().empty()) {
+        if (areMembers) {
             appendString(out, child.name());
             out += " : ";
         }

@@ -48,11 +48,7 @@ std::string_view Definitions::Entry::text(const char* name) const {
 }
 
 Definitions::Definitions(json::Value data, Instant now)
-    : data_(data),
-      now_(now),
-      base_(baseCurrency(data)),
-      unit_(base_ + " "),
-      month_(monthBounds(now)) {
+    : data_(data), now_(now), base_(baseCurrency(data)), unit_(base_ + " "), month_(monthOf(now)) {
     for (const json::Value it : objectArrayField(data, "transactions")) entries_.emplace_back(it);
 }
 
@@ -162,7 +158,7 @@ double Definitions::rate(std::string_view code) const {
 double Definitions::sum(const std::function<bool(const Entry&)>& counts) const {
     double total = 0;
     for (const Entry& it : entries_) {
-        const bool inMonth = month_.start <= it.date && it.date < month_.end;
+        const bool inMonth = month_.start() <= it.date && it.date < month_.end();
         if (inMonth && counts(it)) total += it.amount * rate(it.currency);
     }
     return total;

@@ -44,7 +44,7 @@ class Definitions {
     json::Value data_;
     Instant now_;
     std::string base_, unit_;
-    MonthBounds month_;
+    Period month_;
     std::vector<Entry> entries_;
 };
 

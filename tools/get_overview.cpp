@@ -12,16 +12,17 @@
 namespace tovra {
 namespace {
 
+using Field = TransactionField;
+
 // What came in and went out in the current month, in base currency.
 class MonthTotals {
   public:
     MonthTotals(Instant now, const Currencies& currencies)
-        : bounds_(monthBounds(now)), currencies_(currencies) {}
+        : month_(monthOf(now)), currencies_(currencies) {}
 
     void add(const Transaction& transaction) {
         if (!transaction.isIncome() && !transaction.isExpense()) return;
-        const auto date = parseDate(transaction.date(), dayFormatter_);
-        if (!date || !bounds_.contains(*date)) return;
+        if (!month_.contains(transaction.date(), dayFormatter_)) return;
         (transaction.isIncome() ? income : spending) +=
             currencies_.convertToBase(transaction.amount(), transaction.currency());
     }
@@ -30,7 +31,7 @@ class MonthTotals {
     double spending = 0;
 
   private:
-    MonthBounds bounds_;
+    Period month_;
     const Currencies& currencies_;
     DayFormatter dayFormatter_;
 };
@@ -46,7 +47,9 @@ double netWorthShare(json::Value account, double balance, const Currencies& curr
 }  // namespace
 
 std::string toolOverview(Instant now) {
-    const json::Document document = loadData();
+    const json::Document document =
+        loadData({Field::type, Field::date, Field::amount, Field::currency, Field::accountID,
+                  Field::transferAccountID});
     const json::Value data = document.root();
     const Currencies currencies(data);
     const json::Children accounts = objectArrayField(data, "accounts");

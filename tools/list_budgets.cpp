@@ -4,6 +4,7 @@
 #include "store/currencies.h"
 #include "store/data_file.h"
 #include "store/dates.h"
+#include "store/lookup_cache.h"
 #include "store/money.h"
 #include "store/transaction.h"
 #include "tools/tools.h"
@@ -11,12 +12,14 @@
 namespace tovra {
 namespace {
 
+using Field = TransactionField;
+
 // What was spent in the month on each category and subcategory that a budget limits, in base
 // currency. The time for a transaction does not depend on the number of budgets.
 class MonthSpending {
   public:
     MonthSpending(const json::Children& budgets, Instant now, const Currencies& currencies)
-        : bounds_(monthBounds(now)), currencies_(currencies) {
+        : month_(monthOf(now)), currencies_(currencies) {
         for (const json::Value budget : budgets) {
             Category& category = categories_[stringField(budget, "category")];
             const std::string_view subcategory = stringField(budget, "subcategory");
@@ -26,15 +29,17 @@ class MonthSpending {
 
     void add(const Transaction& transaction) {
         if (!transaction.isExpense()) return;
-        const auto category = categories_.find(transaction.category());
-        if (category == categories_.end()) return;
-        const auto date = parseDate(transaction.date(), dayFormatter_);
-        if (!date || !bounds_.contains(*date)) return;
+        Category* const category = found_.find(transaction.category(), [&](std::string_view name) {
+            const auto found = categories_.find(name);
+            return found == categories_.end() ? nullptr : &found->second;
+        });
+        if (category == nullptr) return;
+        if (!month_.contains(transaction.date(), dayFormatter_)) return;
 
         const double amount =
             currencies_.convertToBase(transaction.amount(), transaction.currency());
-        category->second.total += amount;
-        auto& parts = category->second.bySubcategory;
+        category->total += amount;
+        auto& parts = category->bySubcategory;
         const auto part = parts.find(transaction.subcategory());
         if (part != parts.end()) part->second += amount;
     }
@@ -51,10 +56,11 @@ class MonthSpending {
         std::unordered_map<std::string_view, double> bySubcategory;
     };
 
-    MonthBounds bounds_;
+    Period month_;
     const Currencies& currencies_;
     DayFormatter dayFormatter_;
     std::unordered_map<std::string_view, Category> categories_;
+    LookupCache<Category*> found_;  // by name
 };
 
 void appendLine(std::string& text, json::Value budget, const MonthSpending& spending,
@@ -79,7 +85,9 @@ void appendLine(std::string& text, json::Value budget, const MonthSpending& spen
 }  // namespace
 
 std::string toolListBudgets(Instant now) {
-    const json::Document document = loadData();
+    const json::Document document =
+        loadData({Field::type, Field::date, Field::amount, Field::currency, Field::category,
+                  Field::subcategory});
     const json::Children budgets = objectArrayField(document.root(), "budgets");
     if (budgets.empty()) return "No budgets set.";
 

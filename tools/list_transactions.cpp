@@ -2,17 +2,21 @@
 #include <cstddef>
 #include <limits>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "platform/unicode.h"
 #include "store/data_file.h"
 #include "store/dates.h"
+#include "store/lookup_cache.h"
 #include "store/money.h"
 #include "store/transaction.h"
 #include "tools/tools.h"
 
 namespace tovra {
 namespace {
+
+using Field = TransactionField;
 
 constexpr std::int64_t kDefaultLimit = 20;
 
@@ -40,35 +44,66 @@ Filter readFilter(json::Value arguments, Instant now) {
     return filter;
 }
 
-bool matchesText(const Transaction& transaction, const Filter& filter) {
-    if (filter.type != "All" && transaction.type() != filter.type) return false;
-    return filter.search.empty() || lowerCasedContains(transaction.payee(), filter.search) ||
-           lowerCasedContains(transaction.category(), filter.search);
-}
+// The newest matches, and how many there are in all.
+class NewestMatches {
+  public:
+    NewestMatches(std::size_t limit, const Filter& filter) : limit_(limit), filter_(filter) {}
 
-std::vector<Match> matching(const json::Children& transactions, const Filter& filter,
-                            DayFormatter& dayFormatter) {
-    std::vector<Match> matches;
-    matches.reserve(transactions.size());
-    for (const json::Value record : transactions) {
+    void add(json::Value record) {
         const Transaction transaction(record);
-        if (!matchesText(transaction, filter)) continue;
-        const auto date = parseDate(transaction.date(), dayFormatter);
-        if (filter.earliest && date && *date < *filter.earliest) continue;
-        matches.push_back({record, date.value_or(kDistantPast)});
+        if (filter_.type != "All" && transaction.type() != filter_.type) return;
+        if (!matches(transaction.payee()) && !matches(transaction.category())) return;
+        const bool isTooOld = shown_ && !shown_->mayContain(transaction.date());
+        std::optional<Instant> date;
+        if (filter_.earliest || !isTooOld) date = parseDate(transaction.date(), dayFormatter_);
+        if (filter_.earliest && date && *date < *filter_.earliest) return;
+        ++count_;
+        if (isTooOld) return;
+        matches_.push_back({record, date.value_or(kDistantPast)});
+        if (matches_.size() == limit_ + std::max(limit_, kFewestSpare)) dropOlder();
     }
-    return matches;
-}
 
-// Brings the newest `count` matches to the front, in order; equal dates stay in file order.
-void sortNewestFirst(std::vector<Match>& matches, std::size_t count) {
-    const auto isBefore = [](const Match& a, const Match& b) {
-        // The elements of one array, so precedes() compares their order in the file.
+    [[nodiscard]] std::size_t count() const { return count_; }
+    // At most `limit` of them, newest first.
+    std::vector<Match> takeSorted() && {
+        if (matches_.size() > limit_) dropOlder();
+        std::sort(matches_.begin(), matches_.end(), isBefore);
+        return std::move(matches_);
+    }
+
+  private:
+    // Equal dates stay in the order of the file.
+    static bool isBefore(const Match& a, const Match& b) {
         return a.date != b.date ? a.date > b.date : a.record.precedes(b.record);
-    };
-    const auto end = matches.begin() + static_cast<std::ptrdiff_t>(count);
-    std::partial_sort(matches.begin(), end, matches.end(), isBefore);
-}
+    }
+
+    // Whether the search finds something in the text.
+    bool matches(std::string_view text) {
+        const auto search = [&](std::string_view it) {
+            return lowerCasedContains(it, filter_.search);
+        };
+        return filter_.search.empty() || found_.find(text, search);
+    }
+
+    void dropOlder() {
+        const auto last = matches_.begin() + static_cast<std::ptrdiff_t>(limit_) - 1;
+        std::nth_element(matches_.begin(), last, matches_.end(), isBefore);
+        matches_.erase(last + 1, matches_.end());
+        // Of those without a date, the ones that are still to come stand before it.
+        if (last->date != kDistantPast) shown_ = Period(last->date);
+    }
+
+    // So many more than are wanted are gathered at least before the older ones are dropped.
+    static constexpr std::size_t kFewestSpare = 128;
+
+    std::size_t limit_;
+    const Filter& filter_;
+    DayFormatter dayFormatter_;
+    LookupCache<bool> found_;  // by the search
+    std::size_t count_ = 0;
+    std::vector<Match> matches_;
+    std::optional<Period> shown_;  // what is not dated in it comes after those that are kept
+};
 
 void appendRow(std::string& text, const Match& match, const DayFormatter& dayFormatter) {
     const Transaction transaction(match.record);
@@ -91,19 +126,22 @@ std::string toolListTransactions(json::Value arguments, Instant now) {
     const auto limit = positiveWholeNumberField(arguments, "limit").value_or(kDefaultLimit);
     const Filter filter = readFilter(arguments, now);
 
-    const json::Document document = loadData();
-    DayFormatter dayFormatter;
-    auto matches =
-        matching(objectArrayField(document.root(), "transactions"), filter, dayFormatter);
-    if (matches.empty()) return "No matching transactions.";
+    const json::Document document = loadData(
+        {Field::type, Field::date, Field::amount, Field::currency, Field::payee, Field::category});
+    const json::Children transactions = objectArrayField(document.root(), "transactions");
+    NewestMatches newest(std::min(static_cast<std::size_t>(limit), transactions.size()), filter);
+    // The newest are mostly the last. Once they are known, few others have to be looked at closely.
+    for (std::size_t i = transactions.size(); i > 0; --i) newest.add(transactions[i - 1]);
+    const std::size_t count = newest.count();
+    if (count == 0) return "No matching transactions.";
 
-    const std::size_t shown = std::min(static_cast<std::size_t>(limit), matches.size());
-    sortNewestFirst(matches, shown);
+    const std::vector<Match> shown = std::move(newest).takeSorted();
+    const DayFormatter dayFormatter;
     std::string text =
-        "Showing " + std::to_string(shown) + " of " + std::to_string(matches.size()) + ":";
-    for (std::size_t i = 0; i < shown; ++i) {
+        "Showing " + std::to_string(shown.size()) + " of " + std::to_string(count) + ":";
+    for (const Match& match : shown) {
         text += '\n';
-        appendRow(text, matches[i], dayFormatter);
+        appendRow(text, match, dayFormatter);
     }
     return text;
 }

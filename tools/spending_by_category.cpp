@@ -16,21 +16,23 @@
 namespace tovra {
 namespace {
 
+using Field = TransactionField;
+
 constexpr std::int64_t kDefaultDays = 30;
 
 using CategoryTotals = std::unordered_map<std::string_view, double>;  // in base currency
 using CategoryTotal = std::pair<std::string_view, double>;
 
-struct Period {
-    std::int64_t days;
-    Instant start;
+struct LatestDays {
+    std::int64_t number;
+    Period period;
 };
 
-Period readPeriod(json::Value arguments, Instant now) {
+LatestDays readDays(json::Value arguments, Instant now) {
     if (const auto days = positiveWholeNumberField(arguments, "days")) {
-        if (const auto start = daysAgo(*days, now)) return {*days, *start};
+        if (const auto start = daysAgo(*days, now)) return {*days, Period(*start)};
     }
-    return {kDefaultDays, daysAgo(kDefaultDays, now).value_or(now)};
+    return {kDefaultDays, Period(daysAgo(kDefaultDays, now).value_or(now))};
 }
 
 // Adds the parts of a split transaction, or else the transaction itself.
@@ -59,20 +61,21 @@ std::vector<CategoryTotal> sorted(const CategoryTotals& totals) {
 }  // namespace
 
 std::string toolSpendingByCategory(json::Value arguments, Instant now) {
-    const json::Document document = loadData();
+    const json::Document document = loadData(
+        {Field::type, Field::date, Field::amount, Field::currency, Field::category, Field::splits});
     const Currencies currencies(document.root());
-    const Period period = readPeriod(arguments, now);
+    const LatestDays latest = readDays(arguments, now);
 
     CategoryTotals totals;
     DayFormatter dayFormatter;
     for (const json::Value record : objectArrayField(document.root(), "transactions")) {
         const Transaction transaction(record);
-        if (!transaction.isExpense()) continue;
-        const auto date = parseDate(transaction.date(), dayFormatter);
-        if (date && *date >= period.start) addExpense(totals, transaction, currencies);
+        if (transaction.isExpense() && latest.period.contains(transaction.date(), dayFormatter)) {
+            addExpense(totals, transaction, currencies);
+        }
     }
 
-    const std::string days = std::to_string(period.days);
+    const std::string days = std::to_string(latest.number);
     if (totals.empty()) return "No spending in the last " + days + " days.";
     std::string text = "Spending by category (last " + days + " days):";
     for (const auto& [category, total] : sorted(totals)) {

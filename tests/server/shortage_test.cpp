@@ -22,7 +22,7 @@ using support::LoopbackClient;
 
 // What takes most memory when it is parsed beside its size: an object of about that many bytes.
 std::string numbers(std::size_t size) {
-    std::string text = R"({"x":[0)";
+    std::string text = R"({"goals":[0)";
     while (text.size() < size) text += ",0";
     return text + "]}";
 }

@@ -1,3 +1,4 @@
+#include "platform/local_clock.h"
 #include "store/dates.h"
 #include "store/money.h"
 #include "tests/support/table.h"
@@ -21,9 +22,9 @@ std::string date(const Row& row) {
 
 std::string month(const Row& row) {
     const support::EnvironmentScope scope("TZ", row[1]);
-    const MonthBounds month = monthBounds(isoFormatter.parse(row[2]).value());
-    EXPECT_TRUE(month.contains(month.start) && !month.contains(month.end));
-    return inUtc(month.start) + " " + inUtc(month.end);
+    const Period month = monthOf(isoFormatter.parse(row[2]).value());
+    EXPECT_TRUE(month.contains(month.start()) && !month.contains(month.end()));
+    return inUtc(month.start()) + " " + inUtc(month.end());
 }
 
 std::string before(const Row& row) {
@@ -39,15 +40,18 @@ TEST(DatesAndMoney, AreReadAndWrittenAsTheTableSays) {
     EXPECT_EQ(daysAgo(1, 86400.25), 0.25);
 }
 
-TEST(DayFormatter, RemembersEachDayAsItsOwn) {
-    const support::EnvironmentScope scope("TZ", "America/Sao_Paulo");
-    DayFormatter remembering;
-    for (std::int64_t i = 0; i < 6000; ++i) {
-        const std::int64_t day = 17000 + i * 512 % 6007;  // every day of sixteen years, far apart
-        const std::string text =
-            isoFormatter.format(static_cast<double>(day * 86400)).substr(0, 10);
-        EXPECT_EQ(remembering.parse(text), DayFormatter().parse(text)) << text;
-        EXPECT_EQ(remembering.parse(text), DayFormatter().parse(text)) << text << ", again";
+TEST(LocalDays, StartAsTheClockSays) {
+    for (const char* zone : {"UTC", "America/Sao_Paulo", "Pacific/Apia", "Africa/Casablanca",
+                             "America/Noronha", "Asia/Gaza", "Africa/Freetown"}) {
+        const support::EnvironmentScope scope("TZ", zone);
+        readTimeZone();
+        LocalDays days;
+        constexpr std::int64_t kFirst = -25'567, kCount = 60'013;  // from 1900 on, far apart
+        for (std::int64_t i = 0; i < kCount; ++i) {
+            const std::int64_t day = kFirst + i * 4096 % kCount;
+            ASSERT_EQ(days.start(day), startOfLocalDay(day)) << zone << ", day " << day;
+            ASSERT_EQ(days.start(day + 1), startOfLocalDay(day + 1)) << zone << ", day " << day + 1;
+        }
     }
 }
 

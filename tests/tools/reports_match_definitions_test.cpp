@@ -60,8 +60,8 @@ class Generator {
 
 TEST(Reports, MatchTheirDefinitionsOnGeneratedDocuments) {
     constexpr Instant kNow = 1794841200.5;  // 2026-11-16T15:00:00.5Z
-    for (unsigned seed = 1; seed <= 4; ++seed) {
-        const support::DataFileScope file(Generator(seed).text("document"));
+    for (unsigned seed = 1; seed <= 5; ++seed) {
+        const support::DataFileScope file(Generator(seed).text(seed < 5 ? "document" : "undated"));
         const json::Document data = json::parse(support::fileBytes(file.path())).value();
         for (const char* zone : {"UTC", "America/Sao_Paulo", "Pacific/Auckland"}) {
             SCOPED_TRACE(zone + (", seed " + std::to_string(seed)));
@@ -69,7 +69,8 @@ TEST(Reports, MatchTheirDefinitionsOnGeneratedDocuments) {
             const support::Definitions definitions(data.root(), kNow);
             EXPECT_EQ(toolOverview(kNow), definitions.overview());
             EXPECT_EQ(toolListBudgets(kNow), definitions.budgets());
-            for (const char* text : {R"({"limit":500})", R"({"days":40,"search":"F"})"}) {
+            for (const char* text :
+                 {R"({"limit":500})", R"({"limit":3})", R"({"days":40,"search":"F"})"}) {
                 const json::Document asked = json::parse(text).value();
                 EXPECT_EQ(toolSpendingByCategory(asked.root(), kNow),
                           definitions.spending(asked.root()));
