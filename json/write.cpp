@@ -5,8 +5,11 @@
 #include <cassert>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
+#include <deque>
 #include <memory>
+#include <numeric>
 #include <vector>
 
 #include "json/utf8.h"
@@ -16,19 +19,29 @@ namespace {
 
 bool needsEscape(char c) { return c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20; }
 
-void appendEscape(std::string& out, char c) {
+// Gives `put` the inside of a JSON string that says `text`, piece by piece.
+template <typename Put>
+void putEscaped(std::string_view text, const Put& put) {
     static constexpr std::string_view kMeanings = "\"\\\b\f\n\r\t";
     static constexpr std::string_view kNames = "\"\\bfnrt";
     static constexpr std::string_view kHex = "0123456789abcdef";
-    out += '\\';
-    const std::size_t which = kMeanings.find(c);
-    if (which != std::string_view::npos) {
-        out += kNames[which];
-    } else {
-        const auto code = static_cast<unsigned char>(c);
-        out += "u00";
-        out += kHex[code >> 4];
-        out += kHex[code & 0xF];
+    while (!text.empty()) {
+        const auto stop = std::find_if(text.begin(), text.end(), needsEscape);
+        const auto run = static_cast<std::size_t>(stop - text.begin());
+        put(text.substr(0, run));
+        text.remove_prefix(run);
+        if (text.empty()) return;
+        const std::size_t which = kMeanings.find(text.front());
+        if (which != std::string_view::npos) {
+            put("\\");
+            put(kNames.substr(which, 1));
+        } else {
+            const auto code = static_cast<unsigned char>(text.front());
+            put("\\u00");
+            put(kHex.substr(code >> 4, 1));
+            put(kHex.substr(code & 0xF, 1));
+        }
+        text.remove_prefix(1);
     }
 }
 
@@ -37,7 +50,7 @@ class Output {
   public:
     Output(std::size_t size, const Sink& sink)
         : sink_(sink),
-          buffer_(std::make_unique_for_overwrite<char[]>(size)),
+          buffer_(std::make_unique_for_overwrite<char[]>(size + kTextPadding)),
           end_(buffer_.get() + size),
           cursor_(buffer_.get()) {}
 
@@ -46,10 +59,11 @@ class Output {
         std::memcpy(cursor_, bytes.data(), bytes.size());
         cursor_ += bytes.size();
     }
-    void putQuoted(std::string_view bytes) {
-        put("\"");
-        put(bytes);
-        put("\"");
+    // The same for a text of a document.
+    void putText(std::string_view text) {
+        if (text.size() > room()) return putBeyond(text);
+        copyText(cursor_, text);
+        cursor_ += text.size();
     }
     void flush() {
         sink_({buffer_.get(), cursor_});
@@ -70,23 +84,25 @@ class Output {
     char* cursor_;
 };
 
-// Whether the members stand in the order in which they are to be written, without repeated names.
-bool isAscending(const Children& members) {
-    for (std::size_t i = 1; i < members.size(); ++i) {
-        if (members[i - 1].name() >= members[i].name()) return false;
-    }
-    return true;
+// The places of the members by name; of those with the same name only the last.
+std::vector<std::uint32_t> sorted(const Children& members) {
+    std::vector<std::uint32_t> places(members.size());
+    std::iota(places.begin(), places.end(), 0);
+    const auto name = [&](std::uint32_t place) { return members[place].name(); };
+    std::stable_sort(places.begin(), places.end(),
+                     [&](std::uint32_t a, std::uint32_t b) { return name(a) < name(b); });
+    const auto isAgain = [&](std::uint32_t later, std::uint32_t earlier) {
+        return name(later) == name(earlier);
+    };
+    places.erase(places.begin(), std::unique(places.rbegin(), places.rend(), isAgain).base());
+    return places;
 }
 
-// The members by name; of those with the same name only the last.
-std::vector<Value> sorted(const Children& members) {
-    std::vector<Value> result(members.begin(), members.end());
-    std::stable_sort(result.begin(), result.end(),
-                     [](Value a, Value b) { return a.name() < b.name(); });
-    const auto isAgain = [](Value later, Value earlier) { return later.name() == earlier.name(); };
-    result.erase(result.begin(), std::unique(result.rbegin(), result.rend(), isAgain).base());
-    return result;
-}
+// In which order the members of objects with these names are written.
+struct Order {
+    std::vector<const char*> names;  // where they stand; most names are kept once
+    std::vector<std::uint32_t> places;
+};
 
 // Writes a value and all that it holds; the recursion is bounded by kMaxDepth.
 class Writer {
@@ -109,7 +125,7 @@ class Writer {
             case Kind::trueValue:
                 return out_.put("true");
             case Kind::number:
-                return out_.put(value.numberText());
+                return out_.putText(value.numberText());
             case Kind::string:
                 return writeString(*value.string(), value.wasEscaped());
             case Kind::array:
@@ -134,30 +150,41 @@ class Writer {
     }
 
     void writeObject(Value object) {
+        constexpr std::size_t kMostAlike = 64;  // objects with more members are not much alike
         const Children members = object.children();
+        std::vector<std::uint32_t> own;
+        if (members.size() > kMostAlike) own = sorted(members);
+        const auto& places = own.empty() ? orderOf(members) : own;
         open("{");
+        auto next = places.begin();
         if (object.isSame(edited_)) {
-            writeEdited(sorted(members));
-        } else if (isAscending(members)) {
-            writeMembers(members);
-        } else {
-            writeMembers(sorted(members));
+            const auto name = [&] { return members[*next].name(); };
+            for (; next != places.end() && name() < name_; ++next) writeMember(members[*next]);
+            writeMember(name_, true, added_);
+            if (next != places.end() && name() == name_) ++next;
         }
+        for (; next != places.end(); ++next) writeMember(members[*next]);
         close("}");
     }
 
-    template <typename Members>
-    void writeMembers(const Members& members) {
-        for (const Value member : members) writeMember(member);
-    }
-
-    // The members of the edited object, with the new one in its place among them.
-    void writeEdited(const std::vector<Value>& members) {
-        auto next = members.begin();
-        for (; next != members.end() && next->name() < name_; ++next) writeMember(*next);
-        writeMember(name_, true, added_);
-        if (next != members.end() && next->name() == name_) ++next;
-        for (; next != members.end(); ++next) writeMember(*next);
+    // The same order is found once for many objects. It stays while deeper objects are written.
+    const std::vector<std::uint32_t>& orderOf(const Children& members) {
+        std::size_t slot = 0;
+        for (const Value member : members) {
+            slot = slot * 31 +
+                   reinterpret_cast<std::uintptr_t>(member.name().data()) / Node::kNameStep;
+        }
+        while (orders_.size() <= depth_) orders_.emplace_back();
+        auto& [names, places] = orders_[depth_][slot % orders_[depth_].size()];
+        const auto isSame = [](const char* name, Value other) {
+            return name == other.name().data();
+        };
+        if (!std::equal(names.begin(), names.end(), members.begin(), members.end(), isSame)) {
+            names.clear();
+            for (const Value member : members) names.push_back(member.name().data());
+            places = sorted(members);
+        }
+        return places;
     }
 
     void writeMember(Value member) { writeMember(member.name(), member.nameWasEscaped(), member); }
@@ -170,15 +197,19 @@ class Writer {
     }
 
     void writeString(std::string_view text, bool escaped) {
-        if (!escaped) return out_.putQuoted(text);
-        std::string quoted;
-        appendString(quoted, text);
-        out_.put(quoted);
+        out_.put("\"");
+        if (escaped) {
+            putEscaped(text, [&](std::string_view piece) { out_.put(piece); });
+        } else {
+            out_.putText(text);
+        }
+        out_.put("\"");
     }
 
     void open(std::string_view bracket) {
         out_.put(bracket);
         isEmpty_ = true;
+        ++depth_;
         if (pretty_) lineBreak_ += "  ";
     }
 
@@ -188,6 +219,7 @@ class Writer {
     }
 
     void close(std::string_view bracket) {
+        --depth_;
         if (pretty_) lineBreak_.resize(lineBreak_.size() - 2);
         if (!isEmpty_) out_.put(std::string_view(lineBreak_).substr(1));
         isEmpty_ = false;
@@ -201,7 +233,9 @@ class Writer {
     Document holder_;   // of the value that is added
     Value added_;
     std::string lineBreak_;  // a comma and, in pretty text, the break and indentation behind it
-    bool isEmpty_ = true;    // nothing has been written yet since the last opening bracket
+    std::size_t depth_ = 0;
+    std::deque<std::array<Order, 32>> orders_;  // by depth, those that came last
+    bool isEmpty_ = true;  // nothing has been written yet since the last opening bracket
 };
 
 }  // namespace
@@ -209,12 +243,7 @@ class Writer {
 void appendString(std::string& out, std::string_view text) {
     assert(isValidUtf8(text));
     out += '"';
-    for (auto rest = text.begin(); rest != text.end();) {
-        const auto stop = std::find_if(rest, text.end(), needsEscape);
-        out.append(rest, stop);
-        rest = stop;
-        if (rest != text.end()) appendEscape(out, *rest++);
-    }
+    putEscaped(text, [&](std::string_view piece) { out += piece; });
     out += '"';
 }
 
@@ -239,8 +268,8 @@ void appendCompact(std::string& out, Value value) {
 }
 
 void writePretty(const Document& document, const Edit& edit, const Sink& sink) {
-    // Small enough for the processor's cache, and large enough to go back to the system when freed.
-    constexpr std::size_t kSize = std::size_t{1} << 20;
+    // Small enough for the processor's cache, and large enough for few calls to the system.
+    constexpr std::size_t kSize = std::size_t{128} << 10;
     Output output(kSize, sink);
     Writer(output, true, &edit).write(document.root());
     output.put("\n");
