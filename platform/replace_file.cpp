@@ -285,8 +285,9 @@ class Attempt {
     [[noreturn]] void leaveBehind(const std::error_code& error) {
         const fs::path kept = fresh_.forget();
         const std::string reason = error ? error.message() : "other programs keep changing it";
-        throw ReplaceError(reason + "; another version of the file is kept in " + readablePath(kept),
-                           Left::unknown);
+        throw ReplaceError(
+            reason + "; another version of the file is kept in " + readablePath(kept),
+            Left::unknown);
     }
 
     FileSystem& system_;

@@ -68,8 +68,9 @@ TEST_F(RecordingFaults, ArePassedOverOnlySoLong) {
     EXPECT_EQ(model.bytes(kName), R"({"theirs":1})");
     // Also where they are quicker between two exchanges.
     model.before = first(1000, "exchange", save);
-    EXPECT_NE(outcome(model).find("other programs keep changing it; another version of the file is kept"),
-              std::string::npos);
+    EXPECT_NE(
+        outcome(model).find("other programs keep changing it; another version of the file is kept"),
+        std::string::npos);
     EXPECT_EQ(model.bytes(kName), R"({"theirs":1})");
     EXPECT_EQ(model.names.size(), 2U);
 }
