@@ -1,7 +1,7 @@
 // compare FOLDER SERVER PORTABLE_SERVER CONSTANT_SERVER [PART...]
 //
-// Prints the table of what the server costs beside the least that its work can cost. FOLDER is an
-// empty folder for the data files.
+// Prints the table of what the server costs beside the least that its work can cost. FOLDER holds
+// the data files, and is empty at first.
 #include <signal.h>
 #include <unistd.h>
 
