@@ -120,8 +120,10 @@ constexpr std::size_t kFewBytes = 256;
 constexpr std::size_t kBothPooledUpTo = kPoolCapacity / 4 * 5;
 constexpr std::size_t kBytesPooledUpTo = kPoolCapacity / 4 * 9;
 
-Reuse pooledUpTo(std::size_t size, const Source& source) {
-    return source.size <= size ? Reuse::pooled : Reuse::never;
+// Where members are dropped, a document takes about half of that.
+Reuse pooledUpTo(std::size_t size, const Source& source, const Names& names) {
+    const std::size_t most = names.keep(Names::kNone) ? size : 2 * size;
+    return source.size <= most ? Reuse::pooled : Reuse::never;
 }
 
 // Builds the tree of one text. Values wait until their container closes. Then its children move to
@@ -135,9 +137,11 @@ class Builder {
         : names_(names),
           tokens_(source),
           texts_(bytesIn(source.size) + std::min(source.size, Tokens::kUsualSize) + kFewBytes,
-                 pooledUpTo(kBytesPooledUpTo, source), names),
-          nodes_(source.size / kTextPerValue + kFewNodes, pooledUpTo(kBothPooledUpTo, source)),
-          waiting_(source.size / kTextPerWaiting + kFewNodes, pooledUpTo(kBothPooledUpTo, source)) {
+                 pooledUpTo(kBytesPooledUpTo, source, names), names),
+          nodes_(source.size / kTextPerValue + kFewNodes,
+                 pooledUpTo(kBothPooledUpTo, source, names)),
+          waiting_(source.size / kTextPerWaiting + kFewNodes,
+                   pooledUpTo(kBothPooledUpTo, source, names)) {
         nodes_.push({});  // the root's place
         open_[0] = {0, false, keeps_, true, 0};
     }
