@@ -14,9 +14,11 @@ namespace {
 // Where a file that can be read is no JSON.
 std::optional<JsonFault> faultIn(const std::filesystem::path& path) {
     std::error_code error;
-    const auto file = readFileVersion(FileSystem::system(), path, json::kMaxSize, error);
+    auto file = openFile(path, json::kMaxSize, error);
     if (!file) return std::nullopt;
-    return findJsonFault(withoutByteOrderMark(file->text()));
+    std::string text(file->size(), '\0');
+    const std::size_t size = readAt(file->descriptor, text.data(), text.size(), 0, error);
+    return findJsonFault(withoutByteOrderMark(std::string_view(text).substr(0, size)));
 }
 
 }  // namespace

@@ -71,9 +71,13 @@ class Output {
     }
 
   private:
+    // Only full buffers go out, so that the system copies whole pages.
     void putBeyond(std::string_view bytes) {
-        flush();
-        if (bytes.size() > room()) return sink_(bytes);
+        for (std::size_t fits = room(); fits < bytes.size(); fits = room()) {
+            put(bytes.substr(0, fits));
+            flush();
+            bytes.remove_prefix(fits);
+        }
         put(bytes);
     }
     [[nodiscard]] std::size_t room() const { return static_cast<std::size_t>(end_ - cursor_); }

@@ -4,6 +4,8 @@
 #include <array>
 #include <cassert>
 #include <cstdint>
+#include <functional>
+#include <string_view>
 
 #include "json/utf8.h"
 
@@ -36,6 +38,10 @@ std::error_code problemWith(const struct stat& status, std::size_t longest) {
     return {};
 }
 
+constexpr std::size_t kLongestPiece = std::size_t{64} << 10;
+
+std::size_t hashOf(std::string_view bytes) { return std::hash<std::string_view>()(bytes); }
+
 }  // namespace
 
 std::optional<OpenFile> openFile(const std::filesystem::path& path, std::size_t longest,
@@ -58,36 +64,24 @@ std::size_t readAt(const Descriptor& file, char* into, std::size_t room, std::si
 // A file may shrink or grow while it is read: somebody is writing it. Then there are fewer bytes,
 // or as many as there were at first. Such a text does not parse, or the save finds that it has
 // changed.
-std::optional<FileVersion> readFileVersion(FileSystem& system, const std::filesystem::path& path,
-                                           std::size_t longest, std::error_code& error) {
-    auto file = openFile(path, longest, error, system);
-    if (!file) return std::nullopt;
-    const std::size_t size = file->size();
-    FileVersion version{std::move(*file), json::makeBlock<char>(size, json::Reuse::never)};
-    while (version.size < size) {
-        const std::size_t count =
-            readAt(version.file.descriptor, version.bytes.get() + version.size, size - version.size,
-                   version.size, error);
-        if (error) return std::nullopt;
-        if (count == 0) break;
-        version.size += count;
-    }
-    return version;
+std::size_t FileVersion::read(char* into, std::size_t room, std::error_code& error) {
+    const std::size_t most = std::min({room, kLongestPiece, file_.size() - done_});
+    const std::size_t count = readAt(file_.descriptor, into, most, done_, error);
+    if (count > 0) pieces_.push_back({count, hashOf({into, count})});
+    done_ += count;
+    return count;
 }
 
-bool isAsRead(const FileVersion& version) {
-    std::array<char, 64 * std::size_t{1024}> chunk;
-    std::string_view rest = version.text();
-    for (std::size_t done = 0;;) {
-        std::error_code error;
-        const std::size_t count =
-            readAt(version.file.descriptor, chunk.data(), chunk.size(), done, error);
-        if (error) return false;
-        if (count == 0) return rest.empty();
-        if (!rest.starts_with(std::string_view(chunk.data(), count))) return false;
-        rest.remove_prefix(count);
+bool FileVersion::isAsRead() const {
+    std::array<char, kLongestPiece> bytes;
+    std::error_code error;
+    std::size_t done = 0;
+    for (const Piece& piece : pieces_) {
+        const std::size_t count = readAt(file_.descriptor, bytes.data(), piece.size, done, error);
+        if (count != piece.size || hashOf({bytes.data(), count}) != piece.hash) return false;
         done += count;
     }
+    return readAt(file_.descriptor, bytes.data(), 1, done, error) == 0 && !error;
 }
 
 std::string readablePath(const std::filesystem::path& path) {

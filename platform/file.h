@@ -14,8 +14,8 @@
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
-#include "json/memory.h"
 #include "platform/file_system.h"
 
 namespace tovra {
@@ -69,25 +69,34 @@ struct OpenFile {
 [[nodiscard]] std::size_t readAt(const Descriptor& file, char* into, std::size_t room,
                                  std::size_t offset, std::error_code& error);
 
-// A file as it was read once. It stays open, so that no other file can take its inode. The inode
-// therefore tells whether a path still leads to this file.
-struct FileVersion {
-    OpenFile file;
-    json::Block<char> bytes;
-    std::size_t size = 0;
+// A file as it is read once, from its beginning to its end. It stays open, so that no other file
+// can take its inode. The inode therefore tells whether a path still leads to this file. The bytes
+// need no memory: of each piece a hash of 64 bits is kept. Not for several threads.
+class FileVersion {
+  public:
+    explicit FileVersion(OpenFile file) : file_(std::move(file)) {}
 
-    [[nodiscard]] std::string_view text() const { return {bytes.get(), size}; }
+    // Reads the next bytes, at most `room`, and returns their number: 0 where there are no more,
+    // and where reading fails. What the file has gained since it was opened is not read.
+    [[nodiscard]] std::size_t read(char* into, std::size_t room, std::error_code& error);
+
+    // Whether the file holds at this moment what was read, and nothing behind it. For other bytes
+    // it is true once in 2^64 times. Allocates nothing.
+    [[nodiscard]] bool isAsRead() const;
+
+    [[nodiscard]] const struct stat& status() const { return file_.status; }
+    [[nodiscard]] const OpenFile& file() const { return file_; }
+
+  private:
+    struct Piece {
+        std::size_t size;
+        std::size_t hash;
+    };
+
+    OpenFile file_;
+    std::vector<Piece> pieces_;
+    std::size_t done_ = 0;  // how much has been read
 };
-
-// Reads the regular file at `path` as it is at this moment. Nothing comes back where it cannot be
-// opened, as by openFile, or read.
-[[nodiscard]] std::optional<FileVersion> readFileVersion(FileSystem& system,
-                                                         const std::filesystem::path& path,
-                                                         std::size_t longest,
-                                                         std::error_code& error);
-
-// Whether the open file holds at this moment exactly what was read. Allocates nothing.
-[[nodiscard]] bool isAsRead(const FileVersion& version);
 
 // The path for people to read, in valid UTF-8. A path that is not loses its bytes beyond ASCII to
 // question marks.

@@ -1,15 +1,31 @@
 #include "platform/json_file.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
-
-#include "platform/file.h"
+#include <utility>
 
 namespace tovra {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+// Parses what `read` gives, at most `size` bytes. It gives none at the end, and sets `error` where
+// reading fails.
+template <typename Read>
+std::optional<json::Document> parse(std::size_t size, const Read& read,
+                                    const std::error_code& error, const json::Names& names) {
+    bool isFirst = true;
+    const auto next = [&](char* into, std::size_t room) -> std::ptrdiff_t {
+        std::string_view text(into, read(into, room));
+        if (error) return -1;
+        if (std::exchange(isFirst, false)) {
+            text = withoutByteOrderMark(text);
+            std::copy(text.begin(), text.end(), into);
+        }
+        return static_cast<std::ptrdiff_t>(text.size());
+    };
+    return json::parse(json::Source{size, next}, names);
+}
 
 }  // namespace
 
@@ -22,21 +38,20 @@ std::optional<json::Document> parseFile(const std::filesystem::path& path, std::
                                         const json::Names& names) {
     const auto file = openFile(path, json::kMaxSize, error);
     if (!file) return std::nullopt;
-    std::array<char, kByteOrderMark.size()> head{};
-    const std::size_t length = readAt(file->descriptor, head.data(), head.size(), 0, error);
-    if (error) return std::nullopt;
-
-    // Where the text begins, and how far it has been read.
-    const std::size_t begin = length - withoutByteOrderMark({head.data(), length}).size();
-    std::size_t done = std::min(begin, file->size());
-    const auto read = [&](char* into, std::size_t room) -> std::ptrdiff_t {
+    std::size_t done = 0;
+    const auto read = [&](char* into, std::size_t room) {
         const std::size_t size = std::min(room, file->size() - done);
         const std::size_t count = readAt(file->descriptor, into, size, done, error);
-        if (error) return -1;
         done += count;
-        return static_cast<std::ptrdiff_t>(count);
+        return count;
     };
-    return json::parse(json::Source{file->size() - done, read}, names);
+    return parse(file->size(), read, error, names);
+}
+
+std::optional<json::Document> parseFile(FileVersion& version, std::error_code& error,
+                                        const json::Names& names) {
+    const auto read = [&](char* into, std::size_t room) { return version.read(into, room, error); };
+    return parse(version.file().size(), read, error, names);
 }
 
 }  // namespace tovra

@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "json/json.h"
+#include "platform/file.h"
 
 namespace tovra {
 
@@ -16,6 +17,10 @@ namespace tovra {
 // where the file holds no JSON. Throws std::bad_alloc. May be called from several threads.
 [[nodiscard]] std::optional<json::Document> parseFile(const std::filesystem::path& path,
                                                       std::error_code& error,
+                                                      const json::Names& names = {});
+
+// The same for a file that has not been read yet.
+[[nodiscard]] std::optional<json::Document> parseFile(FileVersion& file, std::error_code& error,
                                                       const json::Names& names = {});
 
 // The text of a file without the UTF-8 byte-order mark that it may begin with.

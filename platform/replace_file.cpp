@@ -40,13 +40,13 @@ bool isSameFile(FileSystem& system, const fs::path& path, const struct stat& fil
 // Whether the path still leads to the file that was read, with the same size and times.
 bool isUnchanged(FileSystem& system, const fs::path& path, const FileVersion& version) {
     struct stat found {};
-    if (system.look(path, found) || !isSameFile(found, version.file.status)) return false;
+    if (system.look(path, found) || !isSameFile(found, version.status())) return false;
     const auto isSame = [](const timespec& a, const timespec& b) {
         return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
     };
     const auto now = changeTimes(found);
-    const auto then = changeTimes(version.file.status);
-    return found.st_size == version.file.status.st_size && isSame(now[0], then[0]) &&
+    const auto then = changeTimes(version.status());
+    return found.st_size == version.status().st_size && isSame(now[0], then[0]) &&
            isSame(now[1], then[1]);
 }
 
@@ -163,7 +163,7 @@ class Attempt {
     // Nothing comes back where the system cannot name a file that was made without a name.
     std::optional<Replacement> make() try {
         if (content_.before != nullptr) {
-            const auto problem = keepAccess(target_, content_.before->file, fresh_.descriptor());
+            const auto problem = keepAccess(target_, content_.before->file(), fresh_.descriptor());
             if (!problem.sentence.empty()) throw ReplaceError(problem.sentence);
             check(problem.error);
         }
@@ -223,7 +223,7 @@ class Attempt {
         if (isUnsupported(error)) return renameOver(before);
         if (error == std::errc::no_such_file_or_directory) return Replacement::changed;
         check(error);
-        if (!isSameFile(system_, fresh_.path(), before.file.status) || !isAsRead(before)) {
+        if (!isSameFile(system_, fresh_.path(), before.status()) || !before.isAsRead()) {
             putBack();
             return Replacement::changed;
         }
@@ -236,7 +236,7 @@ class Attempt {
     // For file systems that cannot exchange two files. What happens between the last look and the
     // renaming is not seen, and there is no way back.
     Replacement renameOver(const FileVersion& before) {
-        if (!isSameFile(system_, target_, before.file.status) || !isAsRead(before)) {
+        if (!isSameFile(system_, target_, before.status()) || !before.isAsRead()) {
             return Replacement::changed;
         }
         check(system_.rename(fresh_.path(), target_));

@@ -39,20 +39,17 @@ struct Loaded {
     DataSnapshot data;
 };
 
-json::Document emptyObject() { return std::move(*json::parse("{}")); }
-
 // Reads the file once. A file that is missing is no problem.
 Loaded loadOnce(FileSystem& system, const fs::path& path) {
+    Loaded loaded{{}, {path, std::move(*json::parse("{}")), {}}};
     std::error_code error;
-    auto version = readFileVersion(system, path, json::kMaxSize, error);
-    Loaded loaded{std::move(version), {path, emptyObject(), {}}};
+    auto file = openFile(path, json::kMaxSize, error, system);
     if (error == std::errc::no_such_file_or_directory) return loaded;
+    std::optional<json::Document> document;
+    if (file) document = parseFile(loaded.version.emplace(std::move(*file)), error, allFields());
     if (error) {
         loaded.data.problem = "The data file could not be read: " + error.message();
-        return loaded;
-    }
-    auto document = json::parse(withoutByteOrderMark(loaded.version->text()), allFields());
-    if (document && document->root().is(json::Kind::object)) {
+    } else if (document && document->root().is(json::Kind::object)) {
         loaded.data.document = std::move(*document);
     } else {
         loaded.data.problem = "The data file does not hold a JSON object";

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <thread>
 #include <tuple>
+#include <utility>
 
 #include "store/turnstile.h"
 #include "support/folder_model.h"
@@ -115,6 +116,27 @@ TEST_F(RecordingFaults, LookAgainAtAFileThatIsAwayOrTorn) {
         };
         EXPECT_EQ(outcome(model), "done") << during;
         EXPECT_EQ(model.bytes(kName), kNew) << during;
+    }
+}
+
+// Another program writes into the file itself, at the last moment. The file is read in pieces.
+TEST_F(RecordingFaults, SeeWhatIsWrittenIntoTheFile) {
+    const std::string more = "\"more\": \"" + std::string(300'000, '-') + "\"";
+    for (const int exchanges : {0, ENOTSUP}) {
+        for (const char* theirs : {"1}", "0}\n", "0}x", "[]}", "{}}"}) {
+            FolderModel model;
+            const std::string begin = "{" + more + ",\"theirs\":";
+            FolderModel::File& file = model.put(kName, begin + "0}");
+            model.before = [&, isFirst = true](std::string_view call) mutable {
+                if (call != "exchange") return 0;
+                if (std::exchange(isFirst, false)) file.bytes = begin + theirs;
+                return exchanges;
+            };
+            FolderModel same;
+            same.put(kName, begin + theirs);
+            EXPECT_EQ(outcome(model), outcome(same)) << theirs;
+            EXPECT_EQ(model.bytes(kName), same.bytes(kName)) << theirs;
+        }
     }
 }
 
