@@ -78,6 +78,10 @@ int FileSystem::createUnnamed(Path folder, Error& error) {
     return file;
 }
 
+void FileSystem::beginSynchronising(int file) {
+    (void)::sync_file_range(file, 0, 0, SYNC_FILE_RANGE_WRITE);
+}
+
 std::error_code FileSystem::synchronise(int file) { return errorOf(::fsync(file)); }
 
 std::error_code FileSystem::synchroniseAll(int file) { return errorOf(::syncfs(file)); }

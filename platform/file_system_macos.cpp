@@ -38,6 +38,8 @@ int FileSystem::createUnnamed(Path /*folder*/, Error& error) {
     return -1;
 }
 
+void FileSystem::beginSynchronising(int /*file*/) {}
+
 std::error_code FileSystem::synchronise(int file) {
     // fsync leaves the bytes in the drive's own cache. It is used only where the file system does
     // not know the full form.

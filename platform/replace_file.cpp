@@ -90,12 +90,18 @@ class NewFile {
     NewFile& operator=(const NewFile&) = delete;
     ~NewFile() { (void)remove(); }
 
+    // The disk works while more is written: less is left for finish().
     void write(std::string_view bytes) {
+        constexpr std::size_t kMostWaiting = std::size_t{2} << 20;
         while (!bytes.empty()) {
             std::error_code error;
             const std::size_t count = system_.write(file_.get(), bytes, error);
             check(error);
             bytes.remove_prefix(count);
+            waiting_ += count;
+            if (waiting_ < kMostWaiting) continue;
+            system_.beginSynchronising(file_.get());
+            waiting_ = 0;
         }
     }
 
@@ -148,6 +154,7 @@ class NewFile {
     const Folder& folder_;
     fs::path path_;
     Descriptor file_;
+    std::size_t waiting_ = 0;  // bytes that the disk has not been told of
     struct stat status_ {};
 };
 
