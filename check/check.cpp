@@ -1,10 +1,11 @@
 #include "check/check.h"
 
+#include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
 #include "platform/file.h"
-#include "platform/file_system.h"
 #include "platform/json_file.h"
 #include "store/fields.h"
 
@@ -14,10 +15,13 @@ namespace {
 // Where a file that can be read is no JSON.
 std::optional<JsonFault> faultIn(const std::filesystem::path& path) {
     std::error_code error;
-    auto file = openFile(path, json::kMaxSize, error);
+    const auto file = openFile(path, json::kMaxSize, error);
     if (!file) return std::nullopt;
     std::string text(file->size(), '\0');
-    const std::size_t size = readAt(file->descriptor, text.data(), text.size(), 0, error);
+    std::size_t size = 0;
+    for (std::size_t count = 1; count > 0; size += count) {
+        count = readAt(file->descriptor, text.data() + size, text.size() - size, size, error);
+    }
     return findJsonFault(withoutByteOrderMark(std::string_view(text).substr(0, size)));
 }
 
