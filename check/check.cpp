@@ -18,10 +18,7 @@ std::optional<JsonFault> faultIn(const std::filesystem::path& path) {
     const auto file = openFile(path, json::kMaxSize, error);
     if (!file) return std::nullopt;
     std::string text(file->size(), '\0');
-    std::size_t size = 0;
-    for (std::size_t count = 1; count > 0; size += count) {
-        count = readAt(file->descriptor, text.data() + size, text.size() - size, size, error);
-    }
+    const std::size_t size = readAt(file->descriptor, text.data(), text.size(), 0, error);
     return findJsonFault(withoutByteOrderMark(std::string_view(text).substr(0, size)));
 }
 

@@ -68,7 +68,15 @@ std::optional<OpenFile> openFile(const std::filesystem::path& path, std::size_t 
 std::size_t readAt(const Descriptor& file, char* into, std::size_t room, std::size_t offset,
                    std::error_code& error) {
     assert(file.isOpen());
-    return file.system().read(file.get(), into, room, offset, error);
+    error.clear();
+    for (std::size_t done = 0;;) {
+        if (done == room) return done;
+        const std::size_t count =
+            file.system().read(file.get(), into + done, room - done, offset + done, error);
+        if (error) return 0;
+        if (count == 0) return done;
+        done += count;
+    }
 }
 
 // A file may shrink or grow while it is read: somebody is writing it. Then there are fewer bytes,

@@ -11,7 +11,6 @@
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -64,7 +63,7 @@ struct OpenFile {
                                                std::size_t longest, std::error_code& error,
                                                FileSystem& system = FileSystem::system());
 
-// Reads at most `room` bytes from that offset on and returns their number: 0 at the file's end and
+// Reads from that offset on until the room is full or the file ends. Returns the number of bytes, 0
 // where reading fails. REQUIRES: file.isOpen().
 [[nodiscard]] std::size_t readAt(const Descriptor& file, char* into, std::size_t room,
                                  std::size_t offset, std::error_code& error);
@@ -84,7 +83,6 @@ class FileVersion {
     // it is true once in 2^64 times. Allocates nothing.
     [[nodiscard]] bool isAsRead() const;
 
-    [[nodiscard]] const struct stat& status() const { return file_.status; }
     [[nodiscard]] const OpenFile& file() const { return file_; }
 
   private:

@@ -76,7 +76,7 @@ class FileSystem {
     // Gives how many bytes were written, perhaps less than all.
     virtual std::size_t write(int file, std::string_view bytes, Error& error);
     // Lets the system begin to bring a file's bytes to the disk. It need not.
-    virtual void beginSynchronising(int file);
+    virtual Error beginSynchronising(int file);
     // Brings a file's bytes, or a folder's entries, to the disk itself.
     virtual Error synchronise(int file);
     // The same for everything on the file system of that file.

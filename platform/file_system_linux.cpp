@@ -78,8 +78,8 @@ int FileSystem::createUnnamed(Path folder, Error& error) {
     return file;
 }
 
-void FileSystem::beginSynchronising(int file) {
-    (void)::sync_file_range(file, 0, 0, SYNC_FILE_RANGE_WRITE);
+std::error_code FileSystem::beginSynchronising(int file) {
+    return errorOf(::sync_file_range(file, 0, 0, SYNC_FILE_RANGE_WRITE));
 }
 
 std::error_code FileSystem::synchronise(int file) { return errorOf(::fsync(file)); }

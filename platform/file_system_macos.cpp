@@ -38,7 +38,7 @@ int FileSystem::createUnnamed(Path /*folder*/, Error& error) {
     return -1;
 }
 
-void FileSystem::beginSynchronising(int /*file*/) {}
+std::error_code FileSystem::beginSynchronising(int /*file*/) { return {}; }
 
 std::error_code FileSystem::synchronise(int file) {
     // fsync leaves the bytes in the drive's own cache. It is used only where the file system does

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <utility>
 
 namespace tovra {
@@ -20,7 +21,7 @@ std::optional<json::Document> parse(std::size_t size, const Read& read,
         if (error) return -1;
         if (std::exchange(isFirst, false)) {
             text = withoutByteOrderMark(text);
-            std::copy(text.begin(), text.end(), into);
+            std::memmove(into, text.data(), text.size());
         }
         return static_cast<std::ptrdiff_t>(text.size());
     };

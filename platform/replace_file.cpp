@@ -40,19 +40,24 @@ bool isSameFile(FileSystem& system, const fs::path& path, const struct stat& fil
 // Whether the path still leads to the file that was read, with the same size and times.
 bool isUnchanged(FileSystem& system, const fs::path& path, const FileVersion& version) {
     struct stat found {};
-    if (system.look(path, found) || !isSameFile(found, version.status())) return false;
+    if (system.look(path, found) || !isSameFile(found, version.file().status)) return false;
     const auto isSame = [](const timespec& a, const timespec& b) {
         return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
     };
     const auto now = changeTimes(found);
-    const auto then = changeTimes(version.status());
-    return found.st_size == version.status().st_size && isSame(now[0], then[0]) &&
+    const auto then = changeTimes(version.file().status);
+    return found.st_size == version.file().status.st_size && isSame(now[0], then[0]) &&
            isSame(now[1], then[1]);
 }
 
 bool isUnsupported(const std::error_code& error) {
     return error == std::errc::invalid_argument || error == std::errc::function_not_supported ||
            error == std::errc::not_supported || error == std::errc::operation_not_supported;
+}
+
+// A sandbox may forbid a call that the system has.
+bool mayDoWithout(const std::error_code& error) {
+    return isUnsupported(error) || error == std::errc::operation_not_permitted;
 }
 
 // Only the lock makes sure that nobody is writing one of them.
@@ -100,7 +105,9 @@ class NewFile {
             bytes.remove_prefix(count);
             waiting_ += count;
             if (waiting_ < kMostWaiting) continue;
-            system_.beginSynchronising(file_.get());
+            // What this tells of lost bytes, finish() might not tell again.
+            error = system_.beginSynchronising(file_.get());
+            if (!mayDoWithout(error)) check(error);
             waiting_ = 0;
         }
     }
@@ -195,7 +202,7 @@ class Attempt {
         if (error == std::errc::file_exists) return Replacement::changed;
         if (error && !isNamed) return std::nullopt;
         // A file system without exclusive renaming: a last look has to do.
-        if (isUnsupported(error) || error == std::errc::operation_not_permitted) {
+        if (mayDoWithout(error)) {
             struct stat found {};
             error = system_.look(target_, found);
             if (!error) return Replacement::changed;
@@ -230,7 +237,7 @@ class Attempt {
         if (isUnsupported(error)) return renameOver(before);
         if (error == std::errc::no_such_file_or_directory) return Replacement::changed;
         check(error);
-        if (!isSameFile(system_, fresh_.path(), before.status()) || !before.isAsRead()) {
+        if (!isSameFile(system_, fresh_.path(), before.file().status) || !before.isAsRead()) {
             putBack();
             return Replacement::changed;
         }
@@ -243,7 +250,7 @@ class Attempt {
     // For file systems that cannot exchange two files. What happens between the last look and the
     // renaming is not seen, and there is no way back.
     Replacement renameOver(const FileVersion& before) {
-        if (!isSameFile(system_, target_, before.status()) || !before.isAsRead()) {
+        if (!isSameFile(system_, target_, before.file().status) || !before.isAsRead()) {
             return Replacement::changed;
         }
         check(system_.rename(fresh_.path(), target_));

@@ -89,7 +89,7 @@ class FolderModel : public FileSystem {
         files_.at(file)->bytes += bytes.substr(0, count);
         return count;
     }
-    void beginSynchronising(int /*file*/) override {}
+    Error beginSynchronising(int /*file*/) override { return at("begin synchronising"); }
     Error synchronise(int file) override {
         File& it = *files_.at(file);
         return at(&it == folder_.get() ? "synchronise folder" : "synchronise", [&] {

@@ -140,6 +140,28 @@ TEST_F(RecordingFaults, SeeWhatIsWrittenIntoTheFile) {
     }
 }
 
+// Where the disk begins with a large file, and where that file is read in pieces. What no call may
+// do is passed over.
+TEST_F(RecordingFaults, OfALargeFileAreSeen) {
+    const std::string old = "{\"theirs\":\"" + std::string(3'000'000, '-') + "\"}";
+    for (const auto& [call, from, to, reason, said] :
+         {std::tuple("begin synchronising", 1, 2, EIO, failure("Input/output error")),
+          {"begin synchronising", 1, 2, ENOSPC, failure("No space left on device")},
+          {"begin synchronising", 1, 99, ENOSYS, "done"},
+          {"begin synchronising", 1, 99, EPERM, "done"},
+          {"read", 7, 8, EIO, "done"}}) {
+        FolderModel model;
+        model.put(kName, old);
+        model.before = [=, call = call, from = from, to = to, reason = reason,
+                        calls = 0](std::string_view it) mutable {
+            if (it == call) ++calls;
+            return it == call && calls >= from && calls < to ? reason : 0;
+        };
+        EXPECT_EQ(outcome(model), said) << call << " " << reason;
+        EXPECT_EQ(model.bytes(kName) == old, said != "done") << call << " " << reason;
+    }
+}
+
 // What was killed before an exchange is removed, under the lock; what was killed after it may be
 // somebody's only copy.
 TEST_F(RecordingFaults, OfOthersAreClearedAway) {
