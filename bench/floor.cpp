@@ -8,8 +8,8 @@
 #include <stdexcept>
 #include <utility>
 
-#include "platform/file.h"
-#include "platform/line_io.h"
+#include "files/file.h"
+#include "platform/lines.h"
 
 namespace tovra::bench {
 namespace {

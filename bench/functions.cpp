@@ -9,9 +9,9 @@
 #include "json/json.h"
 #include "json/write.h"
 #include "platform/unicode.h"
+#include "samples/sample_data.h"
 #include "store/dates.h"
 #include "store/money.h"
-#include "support/sample_data.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "samples/sample_data.h"
 #include "support/child_process.h"
-#include "support/sample_data.h"
 
 namespace tovra::bench {
 

@@ -5,8 +5,8 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/file.h"
-#include "platform/json_file.h"
+#include "files/file.h"
+#include "files/json_file.h"
 #include "store/fields.h"
 
 namespace tovra::check {

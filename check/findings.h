@@ -8,7 +8,7 @@
 
 #include "check/content.h"
 #include "check/json_fault.h"
-#include "check/place.h"
+#include "check/surroundings.h"
 #include "store/data_file.h"
 
 namespace tovra::check {

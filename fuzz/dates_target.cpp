@@ -4,7 +4,7 @@
 
 #include "fuzz/support.h"
 #include "store/dates.h"
-#include "support/scopes.h"
+#include "support/test_environment.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <iostream>
 
 #include "fuzz/support.h"
-#include "support/scopes.h"
+#include "support/test_environment.h"
 
 int main(int argc, char** argv) {
     int count = 0;

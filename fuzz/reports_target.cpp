@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <array>
 
+#include "files/json_file.h"
 #include "fuzz/support.h"
-#include "platform/json_file.h"
 #include "store/recording.h"
-#include "support/definitions.h"
+#include "support/slow_reports.h"
 #include "tools/tools.h"
 
 namespace {

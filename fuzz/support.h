@@ -14,7 +14,7 @@
 
 #include "json/json.h"
 #include "json/write.h"
-#include "support/scopes.h"
+#include "support/test_environment.h"
 
 // The entry point of every target; the name is libFuzzer's.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

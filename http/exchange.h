@@ -4,7 +4,7 @@
 #include <string>
 
 #include "http/request.h"
-#include "platform/tcp_server.h"
+#include "http/tcp_server.h"
 
 namespace tovra::http {
 

@@ -188,4 +188,4 @@ class Document {
 
 }  // namespace tovra::json
 
-#include "json/tree.h"  // what is short enough to be inline
+#include "json/node.h"  // what is short enough to be inline

@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "json/document_bytes.h"
 #include "json/json.h"
-#include "json/text_store.h"
 #include "json/tokens.h"
 
 namespace tovra::json {

@@ -1,7 +1,7 @@
 // What Linux and macOS have in common.
 #include "platform/user_directories.h"
 
-#include "platform/accounts.h"
+#include "files/accounts.h"
 #include "platform/environment.h"
 
 namespace tovra {

@@ -1,9 +1,9 @@
 // Linux and other systems that follow the XDG base directory rules: a variable counts only when it
 // holds an absolute path.
+#include "files/file.h"
+#include "files/json_file.h"
+#include "files/look_again.h"
 #include "platform/environment.h"
-#include "platform/file.h"
-#include "platform/json_file.h"
-#include "platform/second_look.h"
 #include "platform/user_directories.h"
 
 namespace tovra {

@@ -7,8 +7,8 @@
 #include <system_error>
 
 #include "json/json.h"
-#include "platform/line_io.h"
-#include "platform/reader_watch.h"
+#include "platform/lines.h"
+#include "platform/output.h"
 #include "platform/signals.h"
 #include "server/handle.h"
 #include "store/recording.h"

@@ -4,8 +4,8 @@
 #include <system_error>
 #include <utility>
 
+#include "files/json_file.h"
 #include "platform/environment.h"
-#include "platform/json_file.h"
 #include "platform/user_directories.h"
 
 namespace tovra {

@@ -5,10 +5,10 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/file.h"
-#include "platform/folder.h"
-#include "platform/json_file.h"
-#include "platform/second_look.h"
+#include "files/file.h"
+#include "files/folder_lock.h"
+#include "files/json_file.h"
+#include "files/look_again.h"
 #include "store/data_file.h"
 #include "store/fields.h"
 #include "store/turnstile.h"

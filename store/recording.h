@@ -11,10 +11,10 @@
 #include <stdexcept>
 #include <string>
 
+#include "files/file_system.h"
+#include "files/replace_file.h"
 #include "json/json.h"
 #include "json/write.h"
-#include "platform/file_system.h"
-#include "platform/replace_file.h"
 
 namespace tovra {
 

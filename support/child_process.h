@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/line_io.h"
+#include "platform/lines.h"
 
 namespace tovra::support {
 

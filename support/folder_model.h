@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/file_system.h"
+#include "files/file_system.h"
 
 namespace tovra::support {
 

@@ -7,7 +7,6 @@
 #include <map>
 
 #include "support/folder_model.h"
-#include "support/recorded.h"
 
 namespace tovra::support {
 namespace {
@@ -179,6 +178,18 @@ class Trial {
 };
 
 }  // namespace
+
+Change setMember(const DataSnapshot& snapshot) {
+    return {json::Edit{snapshot.root(), "mine", "7"}, "done"};
+}
+
+std::string outcome(FileSystem& system) {
+    try {
+        return changeDataFile(setMember, system);
+    } catch (const RecordingError& error) {
+        return error.what();
+    }
+}
 
 SaveTrial trySave(std::string_view script) {
     assert(!script.empty());

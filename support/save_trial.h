@@ -6,7 +6,15 @@
 #include <string>
 #include <string_view>
 
+#include "store/recording.h"
+
 namespace tovra::support {
+
+// Sets the member "mine" of the document.
+[[nodiscard]] Change setMember(const DataSnapshot& snapshot);
+
+// Makes a recording with setMember(). Says "done", or why nothing was recorded.
+[[nodiscard]] std::string outcome(FileSystem& system = FileSystem::system());
 
 struct SaveTrial {
     std::string fault;  // the sentence that does not hold; empty where all do

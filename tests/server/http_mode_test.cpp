@@ -7,7 +7,7 @@
 
 #include <filesystem>
 
-#include "platform/tcp_server.h"
+#include "http/tcp_server.h"
 #include "support/loopback_client.h"
 
 namespace tovra {

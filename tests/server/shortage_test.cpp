@@ -6,7 +6,7 @@
 #include "http/request.h"
 #include "support/child_process.h"
 #include "support/loopback_client.h"
-#include "support/scopes.h"
+#include "support/test_environment.h"
 
 #ifdef __has_feature
 #define HAS_FEATURE(name) __has_feature(name)

@@ -4,7 +4,7 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-#include "platform/line_io.h"
+#include "platform/lines.h"
 #include "support/child_process.h"
 #include "tests/support/golden.h"
 

@@ -8,7 +8,7 @@
 #include <tuple>
 
 #include "platform/user_directories.h"
-#include "support/scopes.h"
+#include "support/test_environment.h"
 
 namespace tovra {
 namespace {

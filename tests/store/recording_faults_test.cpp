@@ -11,7 +11,6 @@
 
 #include "store/turnstile.h"
 #include "support/folder_model.h"
-#include "support/recorded.h"
 #include "support/save_trial.h"
 #include "tests/support/table.h"
 

@@ -12,8 +12,8 @@
 
 #include "store/data_file.h"
 #include "support/child_process.h"
-#include "support/recorded.h"
-#include "support/scopes.h"
+#include "support/save_trial.h"
+#include "support/test_environment.h"
 
 namespace tovra {
 namespace {

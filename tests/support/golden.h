@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "json/write.h"
-#include "support/scopes.h"
+#include "support/test_environment.h"
 
 namespace tovra::test {
 

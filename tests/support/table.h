@@ -8,7 +8,7 @@
 #include <map>
 #include <vector>
 
-#include "support/scopes.h"
+#include "support/test_environment.h"
 
 namespace tovra::test {
 

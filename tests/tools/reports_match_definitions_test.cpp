@@ -6,8 +6,8 @@
 #include <sstream>
 #include <vector>
 
-#include "support/definitions.h"
-#include "support/scopes.h"
+#include "support/slow_reports.h"
+#include "support/test_environment.h"
 #include "tools/tools.h"
 
 namespace tovra {
