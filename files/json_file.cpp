@@ -3,12 +3,19 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace tovra {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+// Whether it is the process or the system that ran out, and nothing is wrong with the file.
+bool isShortage(const std::error_code& error) {
+    return error == std::errc::not_enough_memory || error == std::errc::too_many_files_open ||
+           error == std::errc::too_many_files_open_in_system;
+}
 
 // Parses what `read` gives, at most `size` bytes. It gives none at the end, and sets `error` where
 // reading fails.
@@ -38,6 +45,7 @@ std::string_view withoutByteOrderMark(std::string_view text) {
 std::optional<json::Document> parseFile(const std::filesystem::path& path, std::error_code& error,
                                         const json::Names& names) {
     const auto file = openFile(path, json::kMaxSize, error);
+    if (isShortage(error)) throw std::bad_alloc();
     if (!file) return std::nullopt;
     std::size_t done = 0;
     const auto read = [&](char* into, std::size_t room) {

@@ -14,7 +14,8 @@ namespace tovra {
 // The JSON text in the file, parsed while it is read, so that its bytes need no memory. A UTF-8
 // byte-order mark before it is passed over. Nothing comes back where openFile() fails for the size
 // json::kMaxSize, or reading does; `error` then has the reason. Nothing and no error come back
-// where the file holds no JSON. Throws std::bad_alloc. May be called from several threads.
+// where the file holds no JSON. Throws std::bad_alloc where memory or descriptors are short. May be
+// called from several threads.
 [[nodiscard]] std::optional<json::Document> parseFile(const std::filesystem::path& path,
                                                       std::error_code& error,
                                                       const json::Names& names = {});

@@ -11,8 +11,10 @@
 namespace tovra {
 
 // The user's directory for the data of applications: ~/Library/Application Support on macOS,
-// $XDG_DATA_HOME or ~/.local/share elsewhere. It need not exist. Without HOME the home directory
-// comes from the password database.
+// $XDG_DATA_HOME or ~/.local/share elsewhere. It need not exist. The home directory is what HOME
+// and the user's account say: macOS asks the account first, as it does for preferences, others ask
+// HOME. A path that is not absolute counts for nothing. Where no home directory is known, the
+// result is a relative path.
 [[nodiscard]] std::filesystem::path applicationSupportDirectory();
 
 // What the preferences of another application say.
@@ -22,13 +24,10 @@ struct Preference {
 };
 
 // The string that the user's preferences hold under `key` in the domain of another application. On
-// macOS the system keeps them, and reports no problem. Elsewhere they are the JSON object in
+// macOS the system keeps them. Elsewhere they are the JSON object in
 // $XDG_CONFIG_HOME/<domain>/preferences.json, or below ~/.config without the variable. That file
 // may be half-written: where it is unusable, it is read again for a quarter of a second.
+// Throws std::bad_alloc where memory or descriptors are short.
 [[nodiscard]] Preference preference(const std::string& domain, const std::string& key);
-
-// The user's home directory: $HOME, or what the password database says where that is unset or
-// empty.
-[[nodiscard]] std::filesystem::path homeDirectory();
 
 }  // namespace tovra

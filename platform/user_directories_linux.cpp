@@ -1,5 +1,6 @@
 // Linux and other systems that follow the XDG base directory rules: a variable counts only when it
 // holds an absolute path.
+#include "files/accounts.h"
 #include "files/file.h"
 #include "files/json_file.h"
 #include "files/look_again.h"
@@ -10,9 +11,13 @@ namespace tovra {
 namespace {
 
 std::filesystem::path baseDirectory(const char* variable, const char* belowHome) {
-    const auto value = environmentVariable(variable);
-    if (value && value->starts_with('/')) return *value;
-    return homeDirectory() / belowHome;
+    const auto absolute = [](const char* name) {
+        const auto value = environmentVariable(name);
+        return value && value->starts_with('/') ? *value : std::string();
+    };
+    if (const std::string directory = absolute(variable); !directory.empty()) return directory;
+    const std::string home = absolute("HOME");
+    return std::filesystem::path(home.empty() ? accountHome() : home) / belowHome;
 }
 
 bool isMissing(const std::error_code& error) {
@@ -41,6 +46,7 @@ std::filesystem::path applicationSupportDirectory() {
 
 Preference preference(const std::string& domain, const std::string& key) {
     const auto path = baseDirectory("XDG_CONFIG_HOME", ".config") / domain / "preferences.json";
+    if (path.is_relative()) return {};
     const auto hasNoProblem = [](const Preference& read) { return !read.problem; };
     const auto look = [&] { return readPreference(path, key); };
     return lookUntil(FileSystem::system(), hasNoProblem, look);

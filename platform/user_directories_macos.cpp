@@ -2,8 +2,12 @@
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <memory>
+#include <new>
 #include <type_traits>
+#include <utility>
 
+#include "files/accounts.h"
+#include "platform/environment.h"
 #include "platform/user_directories.h"
 
 namespace tovra {
@@ -33,19 +37,24 @@ std::optional<std::string> utf8(CFStringRef string) {
 }  // namespace
 
 std::filesystem::path applicationSupportDirectory() {
-    return homeDirectory() / "Library/Application Support";
+    std::string home = accountHome();
+    if (home.empty()) home = environmentVariable("HOME").value_or("");
+    return std::filesystem::path(home) / "Library/Application Support";
 }
 
 Preference preference(const std::string& domain, const std::string& key) {
     const auto domainName = makeString(domain);
     const auto keyName = makeString(key);
-    if (!domainName || !keyName) return {};
+    if (!domainName || !keyName) throw std::bad_alloc();
+    const Preference unreadable{{}, "The preferences could not be read (" + domain + ")"};
     // Without this a running process keeps the values that it saw first.
-    CFPreferencesAppSynchronize(domainName.get());
+    const bool isRead = CFPreferencesAppSynchronize(domainName.get()) != 0;
     const Owned<CFPropertyListRef> value(
         CFPreferencesCopyAppValue(keyName.get(), domainName.get()));
-    if (!value || CFGetTypeID(value.get()) != CFStringGetTypeID()) return {};
-    return {utf8(static_cast<CFStringRef>(value.get())), {}};
+    if (!value) return isRead ? Preference() : unreadable;
+    if (CFGetTypeID(value.get()) != CFStringGetTypeID()) return {};
+    auto text = utf8(static_cast<CFStringRef>(value.get()));
+    return text ? Preference{std::move(text), {}} : unreadable;
 }
 
 }  // namespace tovra

@@ -77,7 +77,10 @@ ToolResult callTool(std::string_view name, json::Value arguments, bool readOnly)
     try {
         return run(*tool, arguments);
     } catch (const std::bad_alloc&) {
-        return {"Error: There is not enough memory for this call. Nothing was changed.", true};
+        return {
+            "Error: There is not enough memory for this call, or too many files are open. "
+            "Nothing was changed.",
+            true};
     }
 }
 

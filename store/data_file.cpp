@@ -19,7 +19,10 @@ DataFileLocation locateDataFile() {
     if (directory && !directory->empty()) {
         return {std::filesystem::path(*directory) / "data.json", Source::preference, {}};
     }
-    return {applicationSupportDirectory() / "Pennyloft/data.json", Source::fallback, problem};
+    const auto support = applicationSupportDirectory();
+    DataFileLocation fallback{"/" / support / "Pennyloft/data.json", Source::fallback, problem};
+    if (support.is_relative()) fallback.preferencesProblem = "The home directory is not known";
+    return fallback;
 }
 
 std::filesystem::path dataFileURL() { return locateDataFile().path; }
@@ -28,9 +31,7 @@ json::Document loadData(std::initializer_list<TransactionField> fields) {
     std::error_code error;
     auto document = parseFile(dataFileURL(), error, reportedFields(fields));
     // The file is there and does not fit: reports with zeros would be false.
-    if (error == std::errc::file_too_large || error == std::errc::not_enough_memory) {
-        throw std::bad_alloc();
-    }
+    if (error == std::errc::file_too_large) throw std::bad_alloc();
     if (!document || !document->root().is(json::Kind::object)) return {};
     return std::move(*document);
 }

@@ -18,8 +18,9 @@ struct DataFileLocation {
 
     std::filesystem::path path;
     Source source = Source::fallback;
-    // Why the application's preferences, which exist, could not be read: a sentence without its
-    // full stop. `path` is then the fallback, and perhaps not the file that the application uses.
+    // Why the application's preferences, which exist, could not be read, or why nobody knows where
+    // they are: a sentence without its full stop. `path` is then the fallback, and perhaps not the
+    // file that the application uses: no recording may go there.
     std::optional<std::string> preferencesProblem;
 };
 
@@ -35,8 +36,8 @@ struct DataFileLocation {
 
 // The data document as the file holds it now, with the members of transactions that a report reads.
 // Its root is absent where the file is missing, cannot be read or holds no JSON object. Throws
-// std::bad_alloc where the file does not fit into memory, or is longer than json::kMaxSize: an
-// empty document would say something false about it.
+// std::bad_alloc where memory or descriptors are short, and where the file is longer than
+// json::kMaxSize: an empty document would say something false about it.
 [[nodiscard]] json::Document loadData(std::initializer_list<TransactionField> fields = {});
 
 }  // namespace tovra

@@ -1,6 +1,8 @@
 #include "server/handle.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <new>
@@ -53,6 +55,43 @@ TEST(Handle, ListsTheToolsOfTheMode) {
         EXPECT_EQ(
             answer(request->root(), readOnly),
             R"({"id":1,"jsonrpc":"2.0","result":{"tools":)" + (readOnly ? reports : all) + "}}");
+    }
+}
+
+// While one exists, this process can open no more files.
+class NoDescriptors {
+  public:
+    NoDescriptors() {
+        ::getrlimit(RLIMIT_NOFILE, &before_);
+        const int next = ::dup(0);
+        ::close(next);
+        rlimit none = before_;
+        none.rlim_cur = static_cast<rlim_t>(next);
+        ::setrlimit(RLIMIT_NOFILE, &none);
+    }
+    NoDescriptors(const NoDescriptors&) = delete;
+    NoDescriptors& operator=(const NoDescriptors&) = delete;
+    ~NoDescriptors() { ::setrlimit(RLIMIT_NOFILE, &before_); }
+
+  private:
+    rlimit before_{};
+};
+
+TEST(Handle, SaysThatAFileCouldNotBeOpenedForWantOfDescriptors) {
+    const support::TemporaryFolder home;
+    const support::EnvironmentScope homeScope("HOME", home / "");
+    const support::EnvironmentScope configScope("XDG_CONFIG_HOME", {});
+    for (const std::optional<std::string>& file :
+         {std::optional<std::string>(home / "data.json"), std::optional<std::string>()}) {
+        const support::EnvironmentScope variable("TOVRA_DATA_FILE", file);
+        for (const std::string tool : {"get_overview", "list_goals", "add_transaction"}) {
+            const auto message = json::parse(R"({"id":1,"method":"tools/call","params":{"name":")" +
+                                             tool + R"(","arguments":{"amount":1}}})");
+            const NoDescriptors none;
+            const std::string said = handle(message->root(), false).value();
+            EXPECT_TRUE(said.find("oo many ") < said.size()) << said;
+            EXPECT_TRUE(said.ends_with(R"(Nothing was changed."}],"isError":true}})")) << said;
+        }
     }
 }
 

@@ -60,7 +60,8 @@ TEST_F(ShortageTest, CostsTheLineOrTheCallAtHandAndNothingElse) {
         EXPECT_EQ(server.receive(),
                   R"({"jsonrpc":"2.0","id":)" + std::string(id) +
                       R"(,"result":{"content":[{"type":"text","text":"Error: There is not enough )"
-                      R"(memory for this call. Nothing was changed."}],"isError":true}})");
+                      R"(memory for this call, or too many files are open. Nothing was )"
+                      R"(changed."}],"isError":true}})");
     }
     EXPECT_EQ(server.receive(), R"({"jsonrpc":"2.0","id":4,"result":{}})");
     EXPECT_EQ(server.receive(), std::nullopt);

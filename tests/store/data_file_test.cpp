@@ -8,12 +8,15 @@
 #include <tuple>
 
 #include "platform/user_directories.h"
+#include "store/recording.h"
 #include "support/test_environment.h"
 
 namespace tovra {
 namespace {
 
 using namespace std::string_literals;
+
+Change changeNothing(const DataSnapshot& /*file*/) { return {{}, "Recorded"}; }
 
 TEST(DataFile, IsFoundByVariableThenPreferenceThenFallback) {
     const support::TemporaryFolder home;
@@ -38,6 +41,13 @@ TEST(DataFile, IsFoundByVariableThenPreferenceThenFallback) {
         support::writeFile(preferences, text);
         EXPECT_EQ(found(""), expected) << text;
         EXPECT_EQ(locateDataFile().preferencesProblem.has_value(), isBroken) << text;
+        const support::EnvironmentScope scope("TOVRA_DATA_FILE", {});
+        const auto record = [] { return changeDataFile(changeNothing); };
+        if (isBroken) {
+            EXPECT_THROW(std::ignore = record(), RecordingError) << text;
+        } else {
+            EXPECT_EQ(record(), "Recorded") << text;
+        }
         EXPECT_EQ(found(" ~/x y"), " ~/x y") << text;
     }
     // What is half-written is read again.
@@ -48,6 +58,34 @@ TEST(DataFile, IsFoundByVariableThenPreferenceThenFallback) {
     EXPECT_EQ(found(""), "/whole/data.json");
     writer.join();
 #endif
+}
+
+// The whole test in another process, under a user who has no account.
+int stateWithoutHome() {
+    if (::setuid(static_cast<uid_t>(0x7F000000 + ::getpid())) != 0) return 1;
+    for (const char* const home : {"", "relative"}) {
+        const support::EnvironmentScope scope("HOME", home);
+        if (dataFileURL() != "/.local/share/Pennyloft/data.json") return 2;
+        if (loadData().root().exists()) return 3;
+        try {
+            return changeDataFile(changeNothing).empty() ? 4 : 5;
+        } catch (const RecordingError& error) {
+            if (error.what() != "The home directory is not known. Nothing was changed."s) return 6;
+        }
+    }
+    const support::EnvironmentScope named("TOVRA_DATA_FILE", "/named/data.json");
+    return changeDataFile(changeNothing) == "Recorded" ? 0 : 7;
+}
+
+TEST(DataFile, IsNoneThatARecordingMayUseWhereNoHomeIsKnown) {
+#ifdef __APPLE__
+    GTEST_SKIP() << "the folders have other names";
+#endif
+    if (::getuid() != 0) GTEST_SKIP() << "only the superuser can become somebody else";
+    const support::EnvironmentScope variable("TOVRA_DATA_FILE", {});
+    const support::EnvironmentScope data("XDG_DATA_HOME", {});
+    const support::EnvironmentScope config("XDG_CONFIG_HOME", {});
+    EXPECT_EXIT(std::_Exit(stateWithoutHome()), testing::ExitedWithCode(0), "");
 }
 
 TEST(DataFile, IsEmptyWhenItCannotBeReadOrHoldsNoObject) {
