@@ -42,6 +42,14 @@ std::optional<std::int64_t> parseDay(std::string_view text) {
     return dayNumber(date);
 }
 
+// The day with the leading zeros that its month and its day may lack.
+std::string withLeadingZeros(std::string_view text) {
+    std::string day(text);
+    if (day.size() > 6 && day[6] == '-') day.insert(5, 1, '0');
+    if (day.size() == 9) day.insert(8, 1, '0');
+    return day;
+}
+
 // How many seconds a zone is ahead of UTC. It is written as "Z", or as a sign, hours and minutes.
 std::optional<std::int64_t> parseZone(std::string_view text) {
     if (text == "Z") return 0;
@@ -83,7 +91,8 @@ std::int64_t wholeSeconds(Instant instant) {
     return static_cast<std::int64_t>(std::floor(instant));
 }
 
-// The first eight bytes of a text as a number. Numbers are in the order of such texts.
+// The first eight bytes of a text as a number, the first of them the highest: numbers compare as
+// the texts do.
 std::uint64_t monthIn(std::string_view text) {
     std::uint64_t month = 0;
     assert(text.size() >= sizeof month);
@@ -138,8 +147,10 @@ std::string IsoFormatter::format(Instant instant) const {
 DayFormatter::DayFormatter() { readTimeZone(); }
 
 std::optional<Instant> DayFormatter::parse(std::string_view text) {
-    if (text.size() != 10) return std::nullopt;
-    const auto date = parseDay(text);
+    if (text.size() > 10) return std::nullopt;
+    const std::string padded = text.size() < 10 ? withLeadingZeros(text) : std::string();
+    if (!padded.empty()) text = padded;
+    const auto date = text.size() == 10 ? parseDay(text) : std::nullopt;
     if (!date) return std::nullopt;
     return ifExpressible(days_.start(*date));
 }
@@ -155,7 +166,8 @@ std::optional<Instant> parseDate(std::string_view text, DayFormatter& dayFormatt
     return dayFormatter.parse(text);
 }
 
-// A date names an instant less than two days away from its midnight in UTC.
+// By its time of day and its zone, a date's instant differs from its midnight in UTC by less than
+// two days.
 Period::Period(Instant start, Instant end)
     : start_(start),
       end_(end),
@@ -169,7 +181,8 @@ bool Period::contains(std::string_view text, DayFormatter& dayFormatter) const {
 }
 
 bool Period::mayContain(std::string_view text) const {
-    if (text.size() < sizeof(std::uint64_t)) return false;
+    // A day without leading zeros is in no order.
+    if (text.size() < 10) return text.size() >= 8;
     const std::uint64_t month = monthIn(text);
     return firstMonth_ <= month && month <= lastMonth_;
 }

@@ -31,8 +31,9 @@ class IsoFormatter {
 };
 inline constexpr IsoFormatter isoFormatter;
 
-// Calendar days, "2026-11-16", in the time zone in force when the formatter was made. One is made
-// for each call: it remembers the days that it has looked up. Not for several threads.
+// Calendar days, "2026-11-16" or without leading zeros "2026-1-5", in the time zone in force when
+// the formatter was made. One is made for each call: it remembers the days that it has looked up.
+// Not for several threads.
 class DayFormatter {
   public:
     DayFormatter();
@@ -66,8 +67,7 @@ class Period {
   private:
     Instant start_;
     Instant end_;
-    // No date in the period begins with less than the first or more than the last of these eight
-    // bytes, such as "2026-11-".
+    // The months of the bounds, such as "2026-11-", as numbers: for a quick no.
     std::uint64_t firstMonth_;
     std::uint64_t lastMonth_;
 };
