@@ -16,9 +16,9 @@ class LineReader {
     explicit LineReader(int descriptor) : descriptor_(descriptor) {}
 
     // The next line, without its line feed and a carriage return directly before that. The last
-    // line need not end with a line feed. A line that there is no memory for is passed over.
-    // Nothing comes back at the end of the input or when reading fails, and ever after. The view
-    // is valid until the next call.
+    // line need not end with a line feed. A line too long for memory is skipped. Nothing comes back
+    // at the end of the input or when reading fails, and ever after. The view is valid until the
+    // next call.
     std::optional<std::string_view> next();
 
   private:

@@ -13,7 +13,7 @@ namespace tovra {
 [[nodiscard]] bool awaitReader(int descriptor);
 
 // Writes all of `bytes`. Gives the system's reason where that fails, EPIPE where nobody reads any
-// more. Gives EINTR where the reader is not ready while an end signal is held back.
+// more. Gives EINTR where it would have to wait although the process is told to end.
 [[nodiscard]] std::error_code writeToReader(int descriptor, std::string_view bytes);
 
 }  // namespace tovra

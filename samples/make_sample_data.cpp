@@ -4,12 +4,15 @@
 // Writes a sample data file to the standard output.
 #include <charconv>
 #include <chrono>
+#include <cstdint>
 #include <iostream>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "samples/sample_data.h"
+#include "store/dates.h"
 
 namespace {
 
@@ -23,18 +26,11 @@ bool read(std::string_view text, Number& number) {
     return error == std::errc() && stop == end;
 }
 
-std::optional<std::chrono::sys_days> readDay(std::string_view text) {
-    int year = 0;
-    unsigned month = 0;
-    unsigned day = 0;
-    if (text.size() != 10 || !read(text.substr(0, 4), year) || !read(text.substr(5, 2), month) ||
-        !read(text.substr(8, 2), day)) {
-        return std::nullopt;
-    }
-    const std::chrono::year_month_day date{std::chrono::year{year}, std::chrono::month{month},
-                                           std::chrono::day{day}};
-    if (!date.ok()) return std::nullopt;
-    return std::chrono::sys_days{date};
+std::optional<std::chrono::sys_days> readDay(const std::string& text) {
+    const auto midnight = tovra::isoFormatter.parse(text + "T00:00:00Z");
+    if (!midnight) return std::nullopt;
+    const std::chrono::seconds seconds(static_cast<std::int64_t>(*midnight));
+    return std::chrono::floor<std::chrono::days>(std::chrono::sys_seconds(seconds));
 }
 
 bool readOption(std::string_view name, std::string_view value, SampleOptions& options) {
@@ -47,7 +43,7 @@ bool readOption(std::string_view name, std::string_view value, SampleOptions& op
         return value == "application" || value == "sorted";
     }
     if (name != "--today") return false;
-    const auto day = readDay(value);
+    const auto day = readDay(std::string(value));
     if (day) options.today = *day;
     return day.has_value();
 }

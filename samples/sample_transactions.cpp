@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "samples/sample_words.h"
+#include "store/dates.h"
 
 namespace tovra::support {
 namespace {
@@ -17,11 +18,8 @@ using std::chrono::sys_days;
 using std::chrono::year_month_day;
 
 std::string dayText(sys_days day) {
-    const year_month_day date{day};
-    std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), "%04d-%02u-%02u", static_cast<int>(date.year()),
-                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()));
-    return text.data();
+    const std::chrono::seconds midnight = day.time_since_epoch();
+    return isoFormatter.format(static_cast<Instant>(midnight.count())).substr(0, 10);
 }
 
 std::string timeText(Random& random, std::string_view zone) {

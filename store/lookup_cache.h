@@ -1,4 +1,4 @@
-// Texts such as account identifiers and categories come again and again in a document.
+// A small cache of lookups by text: account identifiers and categories come again and again.
 #pragma once
 
 #include <array>

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 
@@ -12,10 +13,9 @@ namespace {
 // The progress in whole percent, truncated toward zero, at most 100; 0 without a target above 0.
 std::int64_t percent(double saved, double target) {
     if (!(target > 0)) return 0;
-    const double ratio = saved / target;
-    if (ratio > 1) return 100;
-    if (ratio < 0) return truncated(ratio * 100).value_or(std::numeric_limits<std::int64_t>::min());
-    return truncated(ratio * 100).value_or(0);
+    const double percent = std::min(saved / target, 1.0) * 100;
+    constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
+    return truncated(percent).value_or(percent < 0 ? kLeast : 0);
 }
 
 }  // namespace
