@@ -57,9 +57,6 @@ std::vector<std::string_view> repeatedMembers(json::Value data) {
     return repeated.texts;
 }
 
-// Equal for names that are equal without regard to letter case.
-std::string folded(std::string_view name) { return lowerCased(upperCased(name)); }
-
 // Adds up what the transactions are like, in one pass over them.
 class TransactionSurvey {
   public:
@@ -118,7 +115,7 @@ void surveyAccounts(Content& content, const json::Children& accounts) {
         const std::string_view id = stringField(account, "id");
         const std::string_view name = stringField(account, "name");
         ids.add(id, id);
-        names.add(folded(name), name);
+        names.add(nameForm(name), name);
     }
     content.sharedIDs = std::move(ids.texts);
     content.repeatedAccountNames = std::move(names.texts);
@@ -157,7 +154,7 @@ Content survey(json::Value data, Instant now) {
     Repeated goals;
     for (const json::Value goal : objectArrayField(data, "goals")) {
         const std::string_view name = stringField(goal, "name");
-        goals.add(folded(name), name);
+        goals.add(nameForm(name), name);
     }
     content.repeatedGoalNames = std::move(goals.texts);
 

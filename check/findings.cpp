@@ -87,9 +87,10 @@ class Findings {
 
     void addPreferences(const DataFileLocation& location) {
         if (!location.preferencesProblem) return;
-        fail("preferences", *location.preferencesProblem +
-                                ". They may name another file: reports come from this one, and "
-                                "recordings are refused.");
+        fail("preferences",
+             *location.preferencesProblem +
+                 ". The preferences may name another file: reports come from this one, and "
+                 "recordings are refused.");
     }
 
     void addFile(const Place& place, const std::optional<JsonFault>& fault, bool holdsObject) {

@@ -2,6 +2,7 @@
 
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
+#include <unicode/normalizer2.h>
 #include <unicode/stringpiece.h>
 
 #include <algorithm>
@@ -40,21 +41,27 @@ std::string mapUnicode(std::string_view text, Mapping mapping) {
     return mapped;
 }
 
+const icu::Normalizer2* composer() {
+    UErrorCode error = U_ZERO_ERROR;
+    return icu::Normalizer2::getNFCInstance(error);
+}
+
+// ICU makes it once, and never again where memory was short: that is done at start.
+const icu::Normalizer2* const kComposer = composer();
+
 std::string caseFolded(std::string_view text) {
-    if (isAscii(text)) return mapAscii(text, asciiLower);
     return mapUnicode(text, [](icu::StringPiece source, icu::ByteSink& sink, UErrorCode& error) {
         icu::CaseMap::utf8Fold(0, source, sink, nullptr, error);
     });
 }
 
-}  // namespace
-
 std::string lowerCased(std::string_view text) {
-    if (isAscii(text)) return mapAscii(text, asciiLower);
     return mapUnicode(text, [](icu::StringPiece source, icu::ByteSink& sink, UErrorCode& error) {
         icu::CaseMap::utf8ToLower("", 0, source, sink, nullptr, error);
     });
 }
+
+}  // namespace
 
 std::string upperCased(std::string_view text) {
     if (isAscii(text)) return mapAscii(text, asciiUpper);
@@ -63,14 +70,40 @@ std::string upperCased(std::string_view text) {
     });
 }
 
-bool equalIgnoringCase(std::string_view a, std::string_view b) {
-    return a == b || caseFolded(a) == caseFolded(b);
+std::string composed(std::string_view text) {
+    if (isAscii(text)) return std::string(text);
+    if (kComposer == nullptr) throw std::bad_alloc();
+    return mapUnicode(text, [](icu::StringPiece source, icu::ByteSink& sink, UErrorCode& error) {
+        kComposer->normalizeUTF8(0, source, sink, nullptr, error);
+    });
 }
 
-bool lowerCasedContains(std::string_view text, std::string_view term) {
-    if (!isAscii(text)) return lowerCased(text).find(term) != std::string::npos;
+std::string nameForm(std::string_view name) {
+    if (isAscii(name)) return mapAscii(name, asciiLower);
+    // Folding works on composed letters, and may leave behind what can be composed.
+    return composed(caseFolded(composed(name)));
+}
+
+std::string searchForm(std::string_view text) {
+    if (isAscii(text)) return mapAscii(text, asciiLower);
+    std::string form = composed(lowerCased(text));
+    for (std::size_t at = 0; (at = form.find("ς", at)) != std::string::npos;) {
+        form.replace(at, std::string_view("ς").size(), "σ");
+    }
+    return form;
+}
+
+bool searchFinds(std::string_view text, std::string_view form) {
+    if (!isAscii(text)) return searchForm(text).find(form) != std::string::npos;
     const auto same = [](char a, char b) { return asciiLower(a) == b; };
-    return std::search(text.begin(), text.end(), term.begin(), term.end(), same) != text.end();
+    return std::search(text.begin(), text.end(), form.begin(), form.end(), same) != text.end();
+}
+
+std::string_view ComposedTexts::operator()(std::string_view text) {
+    if (isAscii(text)) return text;
+    const auto [form, isNew] = forms_.try_emplace(text);
+    if (isNew) form->second = composed(text);
+    return form->second;
 }
 
 }  // namespace tovra

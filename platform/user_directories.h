@@ -26,8 +26,8 @@ struct Preference {
 // The string that the user's preferences hold under `key` in the domain of another application. On
 // macOS the system keeps them. Elsewhere they are the JSON object in
 // $XDG_CONFIG_HOME/<domain>/preferences.json, or below ~/.config without the variable. That file
-// may be half-written: where it is unusable, it is read again for a quarter of a second.
-// Throws std::bad_alloc where memory or descriptors are short.
+// may be half-written: where it is unusable, lookUntil() reads it again. Throws std::bad_alloc
+// where memory or descriptors are short.
 [[nodiscard]] Preference preference(const std::string& domain, const std::string& key);
 
 }  // namespace tovra

@@ -27,8 +27,7 @@ struct DataFileLocation {
 // Looks for the data file, in this order: the environment variable TOVRA_DATA_FILE; data.json in
 // the directory that the finance application's preference "tovra.syncDir" names;
 // Pennyloft/data.json in the user's directory for application data. An empty value does not count,
-// any other is taken as it stands. The file need not exist. Preferences that cannot be read are
-// looked at again for a quarter of a second.
+// any other is taken as it stands. The file need not exist.
 [[nodiscard]] DataFileLocation locateDataFile();
 
 // The path alone.

@@ -1,5 +1,9 @@
 #include "store/fields.h"
 
+#include <string>
+
+#include "platform/unicode.h"
+
 namespace tovra {
 
 json::Children asObjectArray(json::Value value) {
@@ -25,6 +29,14 @@ json::Value objectField(json::Value object, std::string_view name) {
 
 json::Children objectArrayField(json::Value object, std::string_view name) {
     return asObjectArray(object.member(name));
+}
+
+json::Value namedObject(json::Value object, std::string_view array, std::string_view name) {
+    const std::string form = nameForm(name);
+    for (const json::Value element : objectArrayField(object, array)) {
+        if (nameForm(stringField(element, "name")) == form) return element;
+    }
+    return {};
 }
 
 std::optional<std::int64_t> positiveWholeNumberField(json::Value object, std::string_view name) {

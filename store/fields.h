@@ -28,8 +28,8 @@ enum class TransactionField : std::uint8_t {
     splits
 };
 
-// All that is read of a data document. Of transactions only the members above are; whatever else
-// stands here is kept whole.
+// The names that are looked up. `transactions`, and in them the members above, may be left out of
+// a document; `splits` and the names behind it are kept with all that is in them.
 inline constexpr std::array<std::string_view, 16> kFieldNames = {
     "transactions",      "type",    "date",     "amount",      "currency", "accountID",
     "transferAccountID", "payee",   "category", "subcategory", "splits",   "accounts",
@@ -40,7 +40,6 @@ inline constexpr std::array<std::string_view, 16> kFieldNames = {
 [[nodiscard]] constexpr json::Names reportedFields(std::initializer_list<TransactionField> fields) {
     const auto bit = [](auto place) { return std::uint64_t{1} << static_cast<unsigned>(place); };
     constexpr auto kFirstWhole = static_cast<std::uint32_t>(TransactionField::splits);
-    static_assert(kFieldNames[kFirstWhole] == "splits" && kFieldNames[1] == "type");
     std::uint64_t kept = 0;
     for (std::size_t i = kFirstWhole + 1; i < kFieldNames.size(); ++i) kept |= bit(i);
     for (const TransactionField field : fields) kept |= bit(field) | bit(0);
@@ -66,6 +65,11 @@ inline constexpr std::array<std::string_view, 16> kFieldNames = {
 // The elements of a JSON array whose elements are all objects; none by default, also when a single
 // element is no object.
 [[nodiscard]] json::Children objectArrayField(json::Value object, std::string_view name);
+
+// The first object of that name in such an array, without regard to letter case and composition;
+// absent where there is none.
+[[nodiscard]] json::Value namedObject(json::Value object, std::string_view array,
+                                      std::string_view name);
 
 // The same for a value that is already at hand.
 [[nodiscard]] inline std::string_view asString(json::Value value) {

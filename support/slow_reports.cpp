@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
 #include <sstream>
 #include <utility>
 
@@ -27,6 +26,8 @@ Instant dateOf(std::string_view text) {
     DayFormatter forgetful;  // a new one, which has no day to mix up with this one
     return parseDate(text, forgetful).value_or(kNever);
 }
+
+bool isSame(std::string_view a, std::string_view b) { return a == b || composed(a) == composed(b); }
 
 // Sums that are no numbers stand last.
 double rank(double total) { return std::isnan(total) ? -HUGE_VAL : total; }
@@ -83,8 +84,8 @@ std::string Definitions::budgets() const {
         const std::string_view part = stringField(budget, "subcategory");
         const double limit = numberField(budget, "monthlyLimit");
         const double spent = sum([&](const Entry& it) {
-            return it.type == "Expense" && it.category == category &&
-                   (part.empty() || it.text("subcategory") == part);
+            return it.type == "Expense" && isSame(it.category, category) &&
+                   (part.empty() || isSame(it.text("subcategory"), part));
         });
         text << "\n  • " << category << (part.empty() ? "" : " › ") << part << ": " << unit_
              << spent << " / " << unit_ << limit << " (" << unit_;
@@ -96,23 +97,29 @@ std::string Definitions::budgets() const {
 std::string Definitions::spending(json::Value arguments) const {
     const auto asked = positiveWholeNumberField(arguments, "days");
     const std::int64_t days = asked && daysAgo(*asked, now_) ? *asked : 30;
-    std::map<std::string_view, double> totals;
+    std::vector<std::pair<std::string_view, double>> totals;
+    const auto totalOf = [&](std::string_view category) -> double& {
+        for (auto& [name, total] : totals) {
+            if (isSame(name, category)) return total;
+        }
+        return totals.emplace_back(category, 0).second;
+    };
     for (const Entry& it : entries_) {
         if (it.type != "Expense" || it.date < daysAgo(days, now_)) continue;
         const json::Children splits = objectArrayField(it.record, "splits");
-        if (splits.empty()) totals[it.category] += it.amount * rate(it.currency);
+        if (splits.empty()) totalOf(it.category) += it.amount * rate(it.currency);
         for (const json::Value split : splits) {
-            double& total = totals[stringField(split, "category")];
+            double& total = totalOf(stringField(split, "category"));
             total += numberField(split, "amount") * rate(it.currency);
         }
     }
     Text text;
     text << (totals.empty() ? "No spending in the last " : "Spending by category (last ") << days
          << (totals.empty() ? " days." : " days):");
-    std::vector<std::pair<std::string_view, double>> sorted(totals.begin(), totals.end());
-    std::stable_sort(sorted.begin(), sorted.end(),
+    std::sort(totals.begin(), totals.end());
+    std::stable_sort(totals.begin(), totals.end(),
                      [](const auto& a, const auto& b) { return rank(a.second) > rank(b.second); });
-    for (const auto& [category, total] : sorted) {
+    for (const auto& [category, total] : totals) {
         text << "\n  • " << category << ": " << unit_ << total;
     }
     return text.str();
@@ -123,10 +130,10 @@ std::string Definitions::listing(json::Value arguments) const {
     const auto days = positiveWholeNumberField(arguments, "days");
     const auto earliest = days ? daysAgo(*days, now_) : std::nullopt;
     const std::string_view type = stringField(arguments, "type");
-    const std::string search = lowerCased(stringField(arguments, "search"));
+    const std::string search = searchForm(stringField(arguments, "search"));
     const auto isHidden = [&](const Entry& it) {
-        const bool isFound =
-            lowerCasedContains(it.text("payee"), search) || lowerCasedContains(it.category, search);
+        const bool isFound = searchForm(it.text("payee")).find(search) != std::string::npos ||
+                             searchForm(it.category).find(search) != std::string::npos;
         return (!type.empty() && type != "All" && it.type != type) ||
                (!search.empty() && !isFound) || (it.date != kNever && it.date < earliest);
     };

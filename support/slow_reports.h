@@ -1,6 +1,5 @@
-// What the reports have to say: every number is computed in the slow way, one definition after the
-// other over all transactions, where a report gathers everything in one pass. Not for several
-// threads.
+// The reports, computed the slow way: the oracle. Each number is a pass of its own over all
+// transactions, where a report gathers everything in one. Not for several threads.
 #pragma once
 
 #include <functional>

@@ -1,32 +1,19 @@
 #include <cmath>
 
 #include "json/write.h"
-#include "platform/unicode.h"
 #include "store/fields.h"
 #include "store/money.h"
 #include "store/recording.h"
 #include "tools/tools.h"
 
 namespace tovra {
-namespace {
-
-// The first goal of that name, without regard to letter case; absent when there is none.
-json::Value findGoal(json::Value data, std::string_view name) {
-    for (const json::Value goal : objectArrayField(data, "goals")) {
-        if (equalIgnoringCase(stringField(goal, "name"), name)) return goal;
-    }
-    return {};
-}
-
-}  // namespace
-
 std::string toolAddToGoal(json::Value arguments) {
     const std::string name(stringField(arguments, "goal"));
     const double amount = numberField(arguments, "amount");
     if (!(amount > 0)) return "Error: amount must be greater than zero.";
 
     return changeDataFile([&](const DataSnapshot& snapshot) -> Change {
-        const json::Value goal = findGoal(snapshot.root(), name);
+        const json::Value goal = namedObject(snapshot.root(), "goals", name);
         if (!goal.exists()) {
             return {{}, "Error: no goal named \"" + name + "\". Use list_goals to see goals."};
         }

@@ -48,15 +48,6 @@ NewTransaction readArguments(json::Value arguments, Instant now) {
             .account = stringField(arguments, "account")};
 }
 
-// The first account of that name, without regard to letter case; absent when there is none.
-json::Value findAccount(json::Value data, std::string_view name) {
-    if (name.empty()) return {};
-    for (const json::Value account : objectArrayField(data, "accounts")) {
-        if (equalIgnoringCase(stringField(account, "name"), name)) return account;
-    }
-    return {};
-}
-
 std::string recordText(const NewTransaction& transaction, std::string_view currency,
                        json::Value account) {
     std::string text;
@@ -99,7 +90,10 @@ std::string toolAddTransaction(json::Value arguments, Instant now) {
         }
         const std::string_view currency =
             transaction.currency.empty() ? baseCurrency(snapshot.root()) : transaction.currency;
-        const json::Value account = findAccount(snapshot.root(), transaction.account);
+        const json::Value account =
+            transaction.account.empty()
+                ? json::Value()
+                : namedObject(snapshot.root(), "accounts", transaction.account);
 
         std::string text = "Added: ";
         text += transaction.type == "Expense" ? "−" : "+";

@@ -1,6 +1,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "platform/unicode.h"
 #include "store/currencies.h"
 #include "store/data_file.h"
 #include "store/dates.h"
@@ -21,8 +22,8 @@ class MonthSpending {
     MonthSpending(const json::Children& budgets, Instant now, const Currencies& currencies)
         : month_(monthOf(now)), currencies_(currencies) {
         for (const json::Value budget : budgets) {
-            Category& category = categories_[stringField(budget, "category")];
-            const std::string_view subcategory = stringField(budget, "subcategory");
+            Category& category = categories_[composed_(stringField(budget, "category"))];
+            const std::string_view subcategory = composed_(stringField(budget, "subcategory"));
             if (!subcategory.empty()) category.bySubcategory.try_emplace(subcategory, 0);
         }
     }
@@ -30,7 +31,7 @@ class MonthSpending {
     void add(const Transaction& transaction) {
         if (!transaction.isExpense()) return;
         Category* const category = found_.find(transaction.category(), [&](std::string_view name) {
-            const auto found = categories_.find(name);
+            const auto found = categories_.find(composed_(name));
             return found == categories_.end() ? nullptr : &found->second;
         });
         if (category == nullptr) return;
@@ -40,14 +41,15 @@ class MonthSpending {
             currencies_.convertToBase(transaction.amount(), transaction.currency());
         category->total += amount;
         auto& parts = category->bySubcategory;
-        const auto part = parts.find(transaction.subcategory());
+        const auto part = parts.find(composed_(transaction.subcategory()));
         if (part != parts.end()) part->second += amount;
     }
 
     // What counts against a budget. One without a subcategory limits its whole category.
-    [[nodiscard]] double spent(std::string_view category, std::string_view subcategory) const {
-        const Category& spending = categories_.at(category);
-        return subcategory.empty() ? spending.total : spending.bySubcategory.at(subcategory);
+    [[nodiscard]] double spent(std::string_view category, std::string_view subcategory) {
+        const Category& spending = categories_.at(composed_(category));
+        return subcategory.empty() ? spending.total
+                                   : spending.bySubcategory.at(composed_(subcategory));
     }
 
   private:
@@ -59,11 +61,12 @@ class MonthSpending {
     Period month_;
     const Currencies& currencies_;
     DayFormatter dayFormatter_;
+    ComposedTexts composed_;
     std::unordered_map<std::string_view, Category> categories_;
     LookupCache<Category*> found_;  // by name
 };
 
-void appendLine(std::string& text, json::Value budget, const MonthSpending& spending,
+void appendLine(std::string& text, json::Value budget, MonthSpending& spending,
                 std::string_view base) {
     const std::string_view category = stringField(budget, "category");
     const std::string_view subcategory = stringField(budget, "subcategory");

@@ -23,7 +23,7 @@ constexpr std::int64_t kDefaultLimit = 20;
 // What a transaction has to match to be listed.
 struct Filter {
     std::string_view type;            // "All" keeps every type
-    std::string search;               // in lower case; empty keeps everything
+    std::string search;               // in its form; empty keeps everything
     std::optional<Instant> earliest;  // drops what has an earlier date, but keeps what has none
 };
 
@@ -36,7 +36,7 @@ struct Match {
 };
 
 Filter readFilter(json::Value arguments, Instant now) {
-    Filter filter{stringField(arguments, "type"), lowerCased(stringField(arguments, "search")), {}};
+    Filter filter{stringField(arguments, "type"), searchForm(stringField(arguments, "search")), {}};
     if (filter.type.empty()) filter.type = "All";
     if (const auto days = positiveWholeNumberField(arguments, "days")) {
         filter.earliest = daysAgo(*days, now);
@@ -79,9 +79,7 @@ class NewestMatches {
 
     // Whether the search finds something in the text.
     bool matches(std::string_view text) {
-        const auto search = [&](std::string_view it) {
-            return lowerCasedContains(it, filter_.search);
-        };
+        const auto search = [&](std::string_view it) { return searchFinds(it, filter_.search); };
         return filter_.search.empty() || found_.find(text, search);
     }
 
@@ -89,11 +87,12 @@ class NewestMatches {
         const auto last = matches_.begin() + static_cast<std::ptrdiff_t>(limit_) - 1;
         std::nth_element(matches_.begin(), last, matches_.end(), isBefore);
         matches_.erase(last + 1, matches_.end());
-        // Of those without a date, the ones that are still to come stand before it.
+        // Records come from the last to the first. Among undated ones the order of the file
+        // decides, so each that is still to come may be shown.
         if (last->date != kDistantPast) shown_ = Period(last->date);
     }
 
-    // So many more than are wanted are gathered at least before the older ones are dropped.
+    // At least so many spare ones are gathered before the older ones are dropped.
     static constexpr std::size_t kFewestSpare = 128;
 
     std::size_t limit_;
@@ -102,7 +101,7 @@ class NewestMatches {
     LookupCache<bool> found_;  // by the search
     std::size_t count_ = 0;
     std::vector<Match> matches_;
-    std::optional<Period> shown_;  // what is not dated in it comes after those that are kept
+    std::optional<Period> shown_;  // no earlier date can still be shown
 };
 
 void appendRow(std::string& text, const Match& match, const DayFormatter& dayFormatter) {

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/unicode.h"
 #include "store/currencies.h"
 #include "store/data_file.h"
 #include "store/dates.h"
@@ -20,8 +21,21 @@ using Field = TransactionField;
 
 constexpr std::int64_t kDefaultDays = 30;
 
-using CategoryTotals = std::unordered_map<std::string_view, double>;  // in base currency
 using CategoryTotal = std::pair<std::string_view, double>;
+
+// What was spent on each category, in base currency. Its name is printed as it came first.
+class CategoryTotals {
+  public:
+    double& operator[](std::string_view name) {
+        return totals_.try_emplace(composed_(name), name, 0).first->second.second;
+    }
+    // The largest total first; equal totals by the bytes of the category.
+    [[nodiscard]] std::vector<CategoryTotal> sorted() const;
+
+  private:
+    ComposedTexts composed_;
+    std::unordered_map<std::string_view, CategoryTotal> totals_;
+};
 
 struct LatestDays {
     std::int64_t number;
@@ -45,12 +59,12 @@ void addExpense(CategoryTotals& totals, const Transaction& expense, const Curren
     if (splits.empty()) totals[expense.category()] += expense.amount() * rate;
 }
 
-// The largest total first; equal totals by the bytes of the category.
-std::vector<CategoryTotal> sorted(const CategoryTotals& totals) {
+std::vector<CategoryTotal> CategoryTotals::sorted() const {
     const auto rank = [](double total) {
         return std::isnan(total) ? -std::numeric_limits<double>::infinity() : total;
     };
-    std::vector<CategoryTotal> list(totals.begin(), totals.end());
+    std::vector<CategoryTotal> list;
+    for (const auto& [form, total] : totals_) list.push_back(total);
     std::sort(list.begin(), list.end(), [&](const CategoryTotal& a, const CategoryTotal& b) {
         return rank(a.second) != rank(b.second) ? rank(a.second) > rank(b.second)
                                                 : a.first < b.first;
@@ -76,9 +90,10 @@ std::string toolSpendingByCategory(json::Value arguments, Instant now) {
     }
 
     const std::string days = std::to_string(latest.number);
-    if (totals.empty()) return "No spending in the last " + days + " days.";
+    const auto sorted = totals.sorted();
+    if (sorted.empty()) return "No spending in the last " + days + " days.";
     std::string text = "Spending by category (last " + days + " days):";
-    for (const auto& [category, total] : sorted(totals)) {
+    for (const auto& [category, total] : sorted) {
         text += "\n  • ";
         text += category;
         text += ": " + moneyText(currencies.base(), total);

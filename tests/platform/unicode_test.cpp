@@ -7,15 +7,22 @@ namespace {
 
 using test::Row;
 
-std::string answer(bool yes) { return yes ? "yes" : "no"; }
+using namespace std::string_literals;
 
-TEST(Unicode, LetterCaseIsAsTheTableSays) {
-    test::expectTable(
-        "platform/golden/letter_case.txt",
-        {{"lower", [](const Row& row) { return lowerCased(row[1]); }},
-         {"upper", [](const Row& row) { return upperCased(row[1]); }},
-         {"equal", [](const Row& row) { return answer(equalIgnoringCase(row[1], row[2])); }},
-         {"contains", [](const Row& row) { return answer(lowerCasedContains(row[1], row[2])); }}});
+TEST(Unicode, IsMappedAsTheTableSays) {
+    test::expectTable("platform/golden/unicode.txt",
+                      {{"upper", [](const Row& row) { return upperCased(row[1]); }},
+                       {"search", [](const Row& row) { return searchForm(row[1]); }},
+                       {"name", [](const Row& row) { return nameForm(row[1]); }},
+                       {"composed",
+                        [](const Row& row) {
+                            ComposedTexts texts;
+                            EXPECT_EQ(composed(row[1]), texts(row[1]));
+                            return std::string(texts(row[1]));
+                        }},
+                       {"finds", [](const Row& row) {
+                            return searchFinds(row[1], searchForm(row[2])) ? "yes"s : "no"s;
+                        }}});
 }
 
 }  // namespace

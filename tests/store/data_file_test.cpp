@@ -99,6 +99,9 @@ TEST(DataFile, IsEmptyWhenItCannotBeReadOrHoldsNoObject) {
         const support::EnvironmentScope scope("TOVRA_DATA_FILE", folder / name);
         EXPECT_EQ(loadData().root().exists(), name == "link") << name;
     }
+    std::filesystem::resize_file(folder / "plain", json::kMaxSize + 1);
+    const support::EnvironmentScope scope("TOVRA_DATA_FILE", folder / "plain");
+    EXPECT_THROW(std::ignore = loadData(), std::bad_alloc);
 }
 
 }  // namespace
