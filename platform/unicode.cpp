@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cstdint>
+#include <cstring>
 #include <new>
 
 #include "json/utf8.h"
@@ -15,8 +16,15 @@
 namespace tovra {
 namespace {
 
+// Eight bytes at a time: reports ask for each of many short texts.
 bool isAscii(std::string_view text) {
-    return std::none_of(text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
+    std::uint64_t all = 0;
+    for (std::uint64_t eight = 0; text.size() >= sizeof eight; text.remove_prefix(sizeof eight)) {
+        std::memcpy(&eight, text.data(), sizeof eight);
+        all |= eight;
+    }
+    for (const char c : text) all |= static_cast<unsigned char>(c);
+    return (all & 0x8080808080808080) == 0;
 }
 
 char asciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
@@ -28,7 +36,7 @@ std::string mapAscii(std::string_view text, char (*map)(char)) {
     return mapped;
 }
 
-// Runs one of ICU's UTF-8 case mappings, given as a call with a source, a sink and an error code.
+// Runs one of ICU's mappings of UTF-8, given as a call with a source, a sink and an error code.
 template <typename Mapping>
 std::string mapUnicode(std::string_view text, Mapping mapping) {
     assert(json::isValidUtf8(text));

@@ -10,6 +10,7 @@
 #include "store/currencies.h"
 #include "store/data_file.h"
 #include "store/dates.h"
+#include "store/lookup_cache.h"
 #include "store/money.h"
 #include "store/transaction.h"
 #include "tools/tools.h"
@@ -27,7 +28,10 @@ using CategoryTotal = std::pair<std::string_view, double>;
 class CategoryTotals {
   public:
     double& operator[](std::string_view name) {
-        return totals_.try_emplace(composed_(name), name, 0).first->second.second;
+        const auto lookUp = [&](std::string_view it) {
+            return &totals_.try_emplace(composed_(it), it, 0).first->second.second;
+        };
+        return *found_.find(name, lookUp);
     }
     // The largest total first; equal totals by the bytes of the category.
     [[nodiscard]] std::vector<CategoryTotal> sorted() const;
@@ -35,6 +39,7 @@ class CategoryTotals {
   private:
     ComposedTexts composed_;
     std::unordered_map<std::string_view, CategoryTotal> totals_;
+    LookupCache<double*> found_;
 };
 
 struct LatestDays {

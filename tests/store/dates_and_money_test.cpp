@@ -38,6 +38,7 @@ TEST(DatesAndMoney, AreReadAndWrittenAsTheTableSays) {
     test::expectTable("store/golden/dates_and_money.txt",
                       {{"date", date}, {"month", month}, {"days ago", before}, {"money", money}});
     EXPECT_EQ(daysAgo(1, 86400.25), 0.25);
+    EXPECT_EQ(isoFormatter.format(-0.25), "1969-12-31T23:59:59Z");
 }
 
 TEST(LocalDays, StartAsTheClockSays) {
