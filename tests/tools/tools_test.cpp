@@ -76,6 +76,15 @@ TEST(Tools, AnswerAndRecordAsWritten) {
     }
 }
 
+TEST(Tools, ListTheNewestHoweverFarFromTheEndOfTheFile) {
+    std::string records = R"({"date":"2026-10-31T23:00:00Z","payee":"Newest"})";
+    for (int i = 0; i < 500; ++i) records += R"(,{"date":"2026-10-31T22:00:00Z"})";
+    const support::DataFileScope file("{\"transactions\":[" + records + "]}");
+    const support::EnvironmentScope zone("TZ", "UTC");
+    EXPECT_EQ(answer("list_transactions", json::parse(R"({"limit":1})")->root(), 0),
+              "Showing 1 of 501:\n2026-10-31  + 0.00  Newest []");
+}
+
 TEST(Tools, RecordNothingWhereThereIsNoFolder) {
     const support::DataFileScope file("{}");
     const auto one = json::parse(R"({"amount":1})");
