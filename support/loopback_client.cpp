@@ -53,6 +53,13 @@ bool LoopbackClient::answersWithin(int milliseconds) const {
     return ::poll(&waiting, 1, milliseconds) == 1;
 }
 
+std::uint16_t LoopbackClient::port() const {
+    sockaddr_in address{};
+    socklen_t size = sizeof address;
+    ::getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &size);
+    return ntohs(address.sin_port);
+}
+
 std::uint16_t portNamedIn(std::string_view line) {
     constexpr std::string_view kBefore = "127.0.0.1:";
     const std::size_t place = line.find(kBefore);
