@@ -23,6 +23,8 @@ namespace {
 // times its size in memory.
 constexpr std::size_t kLargeMessage = std::size_t{64} * 1024;
 
+static_assert(RequestLimits{}.request <= ServerLimits{}.bytes);
+
 // What a request has room for at first, and how much is thrown away at a time.
 constexpr std::size_t kSmallRequest = std::size_t{4} * 1024;
 
@@ -77,7 +79,7 @@ Server::Server(std::uint16_t port, std::string token, Handler handle, const Serv
       limits_(limits),
       listener_(::socket(AF_INET, SOCK_STREAM, 0)),
       connections_(connectionsFor(limits.connections), limits.bytes, [this] { serve(); }) {
-    assert(isIgnored(SIGPIPE) && limits.bytes >= RequestLimits{}.request);
+    assert(isIgnored(SIGPIPE));
     listenOn(listener_.get(), port);
     if (!connections_.startThread()) {
         throw std::system_error(EAGAIN, std::generic_category(), "thread");

@@ -33,7 +33,7 @@ class Server {
     // means that none is asked for. Throws std::exception where it cannot listen, or there is no
     // thread to serve.
     //
-    // REQUIRES: the process ignores SIGPIPE; limits.bytes is the size of a request at least.
+    // REQUIRES: the process ignores SIGPIPE, and no request is larger than limits.bytes.
     Server(std::uint16_t port, std::string token, Handler handle, const ServerLimits& limits = {});
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
