@@ -18,6 +18,9 @@ LoopbackClient::LoopbackClient(std::uint16_t port) : socket_(::socket(AF_INET, S
     const timeval patience{30, 0};
     ::setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     ::setsockopt(socket_, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+    // Of a fixed size, so that what nobody reads stays with the server.
+    const int buffer = 65536;
+    ::setsockopt(socket_, SOL_SOCKET, SO_RCVBUF, &buffer, sizeof buffer);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);

@@ -47,7 +47,7 @@ std::string post(const std::string& message) {
 // Serves that client. Each call takes for ever in the end. "end" sends this process the signal
 // first, and "record" does so in the middle of a recording.
 [[noreturn]] void serve(const std::string& token, int signal, const std::vector<std::string>& calls,
-                        bool withOneThread) {
+                        bool withFewThreads) {
     ::alarm(60);
     ::signal(SIGPIPE, SIG_IGN);
     int errors[2];
@@ -56,9 +56,10 @@ std::string post(const std::string& message) {
     if (!isClient) ::dup2(errors[1], STDERR_FILENO);
     ::close(errors[1]);
     if (isClient) ask(::fdopen(errors[0], "r"), calls);
+    // One is left for ThreadSanitizer, which starts its own.
     const std::filesystem::path threads("/proc/self/task");
-    if (withOneThread && ::getuid() == 0 && exists(threads)) {
-        limitThreads(1 + std::distance(std::filesystem::directory_iterator(threads), {}));
+    if (withFewThreads && ::getuid() == 0 && exists(threads)) {
+        limitThreads(2 + std::distance(std::filesystem::directory_iterator(threads), {}));
     }
     const http::Handler handle = [=](json::Value message) -> std::optional<std::string> {
         if (message.member("end").exists()) ::kill(::getpid(), signal);
