@@ -23,8 +23,9 @@ Answer echo(json::Value message) {
 Answer answerTo(std::string_view received, std::string_view token,
                 const http::RequestLimits& limits) {
     http::RequestReader reader(token, limits);
-    if (!reader.examine(received)) return std::nullopt;
-    return reader.processRequest(received, echo);
+    const auto request = reader.examine(received);
+    if (!request) return std::nullopt;
+    return http::processRequest(*request, echo);
 }
 
 void checkForm(std::string_view answer) {
@@ -43,12 +44,13 @@ void checkPieces(std::string_view request, std::string_view token,
     http::RequestReader reader(token, limits);
     for (std::size_t size = 0; size <= request.size(); size += piece) {
         const std::string copy(request.substr(0, size));  // so that reading too far shows
-        const bool isWhole = reader.examine(copy);
-        require(isWhole == answerTo(copy, token, limits).has_value(), "pieces do not matter");
+        const auto taken = reader.examine(copy);
+        require(taken.has_value() == answerTo(copy, token, limits).has_value(),
+                "pieces do not matter");
         require(reader.expectedSize() <= limits.request, "no request is larger than the limit");
-        if (!isWhole) continue;
+        if (!taken) continue;
         require(reader.expectedSize() <= size, "a whole request has its size");
-        require(reader.processRequest(copy, echo) == whole, "what follows does not matter");
+        require(http::processRequest(*taken, echo) == whole, "what follows does not matter");
         return;
     }
 }

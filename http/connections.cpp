@@ -1,140 +1,210 @@
 #include "http/connections.h"
 
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cassert>
+#include <cerrno>
+#include <exception>
+#include <thread>
+#include <utility>
 
-namespace tovra {
+namespace tovra::http {
 namespace {
+
+// So many stay when there is less to do, since a start costs more than a short request.
+constexpr std::size_t kMostIdleThreads = 32;
+
+// How long a client may keep the last thread waiting, while nobody accepts.
+constexpr std::chrono::milliseconds kLastThreadWait{100};
 
 // Up to so many bytes of a connection do not count, so that an ordinary request always has room.
 constexpr std::size_t kUncounted = std::size_t{16} * 1024;
 
-constexpr std::size_t counted(std::size_t bytes) { return bytes > kUncounted ? bytes : 0; }
+std::size_t counted(std::size_t bytes) { return bytes > kUncounted ? bytes : 0; }
+
+// Whether a call that failed may go on later.
+bool wouldWait() { return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR; }
 
 }  // namespace
 
-Connections::Connections(std::size_t seats, std::size_t mostBytes, EventQueue& events)
-    : events_(events), mostBytes_(mostBytes), seats_(seats) {
-    assert(seats > 0);
-    for (std::size_t i = 0; i < seats; ++i) seats_[i].tag = i;
+Socket::~Socket() {
+    if (descriptor_ < 0) return;
+    ::shutdown(descriptor_, SHUT_RDWR);
+    ::close(descriptor_);
 }
 
-Connection* Connections::take() {
-    const std::lock_guard lock(mutex_);
-    const auto free = std::find_if(seats_.begin(), seats_.end(), [](const Seat& seat) {
-        return seat.state == Seat::State::free;
-    });
-    Seat* seat = free == seats_.end() ? longestWaiting(false) : &*free;
-    if (seat != nullptr) empty(*seat, Seat::State::worked);
-    return seat;
+Connections::Connections(std::size_t most, std::size_t mostBytes, std::function<void()> serve)
+    : mostThreads_(most + 1), mostBytes_(mostBytes), serve_(std::move(serve)) {
+    connections_.reserve(mostThreads_);
 }
 
-Connection* Connections::claim(std::uint64_t tag) {
-    const std::lock_guard lock(mutex_);
-    Seat& seat = seats_[tag % seats_.size()];
-    if (seat.tag != tag || seat.state != Seat::State::waiting) return nullptr;
-    seat.state = Seat::State::worked;
-    return &seat;
+bool Connections::startThread() {
+    std::unique_lock lock(mutex_);
+    if (threads_ == mostThreads_) return false;
+    ++threads_;
+    ++idle_;
+    lock.unlock();
+    try {
+        std::thread([this] { serve_(); }).detach();
+        return true;
+    } catch (const std::exception&) {
+        lock.lock();
+        --threads_;
+        --idle_;
+        return false;
+    }
 }
 
-bool Connections::holdRequest(Connection& connection, std::size_t bytes) {
+bool Connections::mayAccept() {
     const std::lock_guard lock(mutex_);
-    Seat& seat = ownSeat(connection);
-    // Nobody is closed in vain: what those hold who are worked on cannot be had.
-    const std::size_t most = mostBytes_ - heldByOthersAtWork(seat);
-    if (counted(bytes) <= most && makeRoom(seat, bytes)) return true;
-    seat.waitsSince = Clock::now();
-    seat.state = Seat::State::waiting;
-    seat.isForRoom = true;
+    if (!isStopped_ && idle_ <= kMostIdleThreads) return true;
+    --idle_;
+    --threads_;
+    changed_.notify_all();
     return false;
 }
 
-void Connections::holdAnswer(Connection& connection, std::size_t bytes) {
+std::size_t Connections::stop() {
     const std::lock_guard lock(mutex_);
-    Seat& seat = ownSeat(connection);
-    if (makeRoom(seat, bytes)) return;
-    held_ += bytes - seat.held;
-    seat.held = bytes;
+    isStopped_ = true;
+    const std::size_t accepting = idle_;
+    for (Connection* each : connections_) {
+        if (!each->isEnded_) end(*each);
+    }
+    return accepting;
 }
 
-void Connections::wait(Connection& connection, EventQueue::Direction direction) {
-    const std::lock_guard lock(mutex_);
-    waitForClient(ownSeat(connection), direction);
+void Connections::join() {
+    std::unique_lock lock(mutex_);
+    assert(isStopped_);
+    changed_.wait(lock, [&] { return threads_ == 0; });
 }
 
-void Connections::close(Connection& connection) {
-    const std::lock_guard lock(mutex_);
-    empty(ownSeat(connection), Seat::State::free);
+void Connections::end(Connection& connection) {
+    connection.isEnded_ = true;
+    ++idle_;
+    ::shutdown(connection.socket_.get(), SHUT_RDWR);
+    changed_.notify_all();
 }
 
-bool Connections::tick() {
-    const std::lock_guard lock(mutex_);
-    const Clock::time_point now = Clock::now();
-    bool any = false;
-    for (Seat& seat : seats_) {
-        if (seat.state == Seat::State::waiting && seat.deadline <= now) {
-            empty(seat, Seat::State::free);
-        } else if (seat.state == Seat::State::waiting && seat.isForRoom) {
-            waitForClient(seat, EventQueue::Direction::in);
+void Connections::endLongestWaiting(const Connection& newcomer, Which which) {
+    Connection* longest = nullptr;
+    for (Connection* each : connections_) {
+        if (each == &newcomer || each->isAtWork_ || each->isEnded_) continue;
+        if (which == Which::holdingBytes && each->held_ == 0) continue;
+        if (longest == nullptr || each->waitsSince_ < longest->waitsSince_) longest = each;
+    }
+    if (longest != nullptr) end(*longest);
+}
+
+// Whether there is room for what the newcomer is to hold. Others are ended for it, whose threads
+// may have to give their bytes back first.
+bool Connections::makeRoom(const Connection& newcomer, std::size_t bytes) {
+    const auto held = [&](auto counts) {
+        std::size_t sum = bytes;
+        for (const Connection* each : connections_) {
+            if (each != &newcomer && counts(*each)) sum += each->held_;
         }
-        any = any || seat.state != Seat::State::free;
+        return sum;
+    };
+    // Nobody is ended in vain: what those hold who are at work cannot be had.
+    if (held([](const Connection& each) { return each.isAtWork_; }) > mostBytes_) return false;
+    while (held([](const Connection& each) { return !each.isEnded_; }) > mostBytes_) {
+        endLongestWaiting(newcomer, Which::holdingBytes);
     }
-    return any;
+    return held([](const Connection&) { return true; }) <= mostBytes_;
 }
 
-// The seat of a connection that belongs to the caller.
-Connections::Seat& Connections::ownSeat(Connection& connection) {
-    Seat& seat = static_cast<Seat&>(connection);
-    assert(seat.state == Seat::State::worked);
-    return seat;
+Connection::Connection(Connections& all, int socket, std::chrono::milliseconds time)
+    : all_(all), socket_(socket) {
+    std::unique_lock lock(all_.mutex_);
+    all_.connections_.push_back(this);
+    --all_.idle_;
+    if (all_.isStopped_) all_.end(*this);
+    if (all_.idle_ == 0) {
+        lock.unlock();
+        all_.startThread();
+        lock.lock();
+    }
+    if (all_.idle_ == 0) all_.endLongestWaiting(*this, Connections::Which::all);
+    wait(time);
 }
 
-Connections::Seat* Connections::longestWaiting(bool holdingBytes) {
-    Seat* longest = nullptr;
-    for (Seat& seat : seats_) {
-        if (seat.state != Seat::State::waiting || (holdingBytes && seat.held == 0)) continue;
-        if (longest == nullptr || seat.waitsSince < longest->waitsSince) longest = &seat;
-    }
-    return longest;
+Connection::~Connection() {
+    const std::lock_guard lock(all_.mutex_);
+    std::erase(all_.connections_, this);
+    if (!isEnded_) ++all_.idle_;
+    all_.changed_.notify_all();
 }
 
-std::size_t Connections::heldByOthersAtWork(const Seat& seat) const {
-    std::size_t held = 0;
-    for (const Seat& other : seats_) {
-        if (&other != &seat && other.state == Seat::State::worked) held += other.held;
-    }
-    return std::min(held, mostBytes_);  // answers are held in any case
+std::size_t Connection::receive(char* into, std::size_t room) {
+    do {
+        const ssize_t count = ::recv(socket_.get(), into, room, MSG_DONTWAIT);
+        if (count >= 0) return static_cast<std::size_t>(count);
+    } while (wouldWait() && awaitReadiness(POLLIN));
+    return 0;
 }
 
-// Lets the seat hold that much, and closes others for it where there is no room.
-bool Connections::makeRoom(Seat& seat, std::size_t bytes) {
-    const std::size_t held = counted(bytes);
-    while (held > seat.held && held_ - seat.held + held > mostBytes_) {
-        Seat* other = longestWaiting(true);
-        if (other == nullptr) return false;
-        empty(*other, Seat::State::free);
+bool Connection::send(std::string_view bytes) {
+    const std::size_t size = bytes.size();
+    while (true) {
+        const ssize_t count = ::send(socket_.get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
+        if (count < 0 && !wouldWait()) return false;
+        bytes.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        if (bytes.empty()) return true;
+        if (held_ == 0 && counted(size) > 0) {
+            const std::lock_guard lock(all_.mutex_);
+            all_.makeRoom(*this, counted(size));
+            held_ = counted(size);
+        }
+        if (!awaitReadiness(POLLOUT)) return false;
     }
-    held_ = held_ - seat.held + held;
-    seat.held = held;
+}
+
+void Connection::endSending() { ::shutdown(socket_.get(), SHUT_WR); }
+
+bool Connection::awaitRoom(std::size_t bytes) {
+    if (counted(bytes) == 0) return true;
+    assert(bytes <= all_.mostBytes_);
+    std::unique_lock lock(all_.mutex_);
+    waitsSince_ = Clock::now();
+    const auto isSettled = [&] { return isEnded_ || all_.makeRoom(*this, bytes); };
+    if (!all_.changed_.wait_until(lock, deadline_, isSettled) || isEnded_) return false;
+    held_ = bytes;
     return true;
 }
 
-// Called under the lock: nobody may claim or close the connection before its event is asked for.
-void Connections::waitForClient(Seat& seat, EventQueue::Direction direction) {
-    seat.waitsSince = Clock::now();
-    seat.state = Seat::State::waiting;
-    seat.isForRoom = false;
-    if (!events_.tellWhen(seat.socket, direction, seat.tag)) empty(seat, Seat::State::free);
+bool Connection::beginWork() {
+    const std::lock_guard lock(all_.mutex_);
+    isAtWork_ = !isEnded_;
+    return isAtWork_;
 }
 
-void Connections::empty(Seat& seat, Seat::State state) {
-    held_ -= seat.held;
-    const std::uint64_t tag = seat.tag + seats_.size();
-    // A text keeps its memory where a short one is assigned to it.
-    std::string().swap(seat.answer);
-    seat = Seat{};
-    seat.tag = tag;
-    seat.state = state;
+void Connection::beginWait(std::chrono::milliseconds time) {
+    const std::lock_guard lock(all_.mutex_);
+    isAtWork_ = false;
+    held_ = 0;
+    wait(time);
+    all_.changed_.notify_all();
 }
 
-}  // namespace tovra
+// Called under the lock.
+void Connection::wait(std::chrono::milliseconds time) {
+    waitsSince_ = Clock::now();
+    deadline_ = waitsSince_ + (all_.idle_ > 0 ? time : std::min(time, kLastThreadWait));
+}
+
+bool Connection::awaitReadiness(short event) {
+    {
+        const std::lock_guard lock(all_.mutex_);
+        waitsSince_ = Clock::now();
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now());
+    pollfd socket{socket_.get(), event, 0};
+    return left.count() > 0 && ::poll(&socket, 1, static_cast<int>(left.count())) != 0;
+}
+
+}  // namespace tovra::http

@@ -1,88 +1,123 @@
-// The connections of a server. There is a seat for each, and their number is bounded; so are the
-// bytes that all hold together. Where either runs out, one rule decides: the connection that has
-// kept the server waiting longest is closed. Its wait began when it last took or gave a byte.
+// The connections of a server and the threads that serve them: one thread a connection, from its
+// first byte to its last. Threads are bounded in number, and so are the bytes that all connections
+// hold together. Where either runs out, one rule decides: the connection that has kept the server
+// waiting longest is ended for the newcomer. Its wait began when it last took or gave a byte.
 //
-// A connection either belongs to the one thread that works on it, or it waits: for its client, or
-// for room. Nothing here allocates once the table exists. May be called from several threads.
+// Nothing here allocates once the connections exist, but for starting threads.
 #pragma once
 
 #include <chrono>
+#include <condition_variable>
 #include <cstddef>
-#include <cstdint>
-#include <memory>
+#include <functional>
 #include <mutex>
-#include <string>
+#include <string_view>
 #include <vector>
 
-#include "files/file.h"
-#include "http/event_queue.h"
-#include "http/tcp_server.h"
+namespace tovra::http {
 
-namespace tovra {
-
-// One accepted connection, for the thread that it belongs to.
-struct Connection {
-    enum class Phase { receiving, sending, draining };
-
-    Phase phase = Phase::receiving;
-    Descriptor socket;
-    std::chrono::steady_clock::time_point deadline;  // closed if it still waits then
-    std::unique_ptr<Exchange> exchange;
-    std::vector<char> request;  // what has been received
-    std::string answer;
-    std::size_t sent = 0;  // bytes of the answer
-};
-
-class Connections {
+// Owns a socket, or none. It is shut down before it is closed: closing alone does not end a
+// connection while anything else in the system still refers to the socket.
+class Socket {
   public:
-    // REQUIRES: seats > 0. The event queue outlives the table.
-    Connections(std::size_t seats, std::size_t mostBytes, EventQueue& events);
+    // A negative number is none.
+    explicit Socket(int descriptor) : descriptor_(descriptor) {}
+    Socket(const Socket&) = delete;
+    Socket& operator=(const Socket&) = delete;
+    ~Socket();
 
-    // An empty connection, which belongs to the caller. Null while threads work on all of them.
-    [[nodiscard]] Connection* take();
-    // The connection that the event with this tag is for. It belongs to the caller from now on.
-    // Null where it has been closed since.
-    [[nodiscard]] Connection* claim(std::uint64_t tag);
-    // Counts what the caller's connection is about to hold for its request; up to 16 KiB count as
-    // nothing. False where there is no room, because threads work on all that hold any. Then the
-    // connection is the caller's no longer, and an event for it comes after the next tick.
-    [[nodiscard]] bool holdRequest(Connection& connection, std::size_t bytes);
-    // Counts what the caller's connection holds for its answer, even where there is no room.
-    void holdAnswer(Connection& connection, std::size_t bytes);
-    // The caller's connection waits for its client, and an event comes when it can go on. It is
-    // closed where the system has no room to wait for it.
-    void wait(Connection& connection, EventQueue::Direction direction);
-    // Closes the caller's connection.
-    void close(Connection& connection);
-    // To be called now and then. Closes all that wait beyond their deadline, and lets those that
-    // wait for room try again. False where there are no connections.
-    bool tick();
+    [[nodiscard]] int get() const { return descriptor_; }
 
   private:
-    using Clock = std::chrono::steady_clock;
-
-    struct Seat : Connection {
-        enum class State { free, worked, waiting };
-
-        State state = State::free;
-        std::uint64_t tag = 0;  // another one for each connection
-        Clock::time_point waitsSince;
-        bool isForRoom = false;  // it waits for room, not for its client
-        std::size_t held = 0;
-    };
-
-    static Seat& ownSeat(Connection& connection);
-    Seat* longestWaiting(bool holdingBytes);
-    [[nodiscard]] std::size_t heldByOthersAtWork(const Seat& seat) const;
-    bool makeRoom(Seat& seat, std::size_t bytes);
-    void waitForClient(Seat& seat, EventQueue::Direction direction);
-    void empty(Seat& seat, Seat::State state);
-
-    EventQueue& events_;
-    const std::size_t mostBytes_;
-    std::mutex mutex_;
-    std::vector<Seat> seats_;
-    std::size_t held_ = 0;  // by all together
+    const int descriptor_;
 };
 
-}  // namespace tovra
+class Connection;
+
+// May be called from several threads.
+class Connections {
+  public:
+    // So many are open at once, while one more thread waits for the next. `serve` is what each
+    // thread does.
+    Connections(std::size_t most, std::size_t mostBytes, std::function<void()> serve);
+
+    // Starts one more thread. False where there are enough, or the system has none to give.
+    bool startThread();
+    // Whether the calling thread is to wait for the next connection. Otherwise it has to end, and
+    // may touch nothing of the server any more.
+    [[nodiscard]] bool mayAccept();
+    // Ends all connections, and the threads as they come back. Returns how many of them may be
+    // waiting for a connection, and need one to come back.
+    [[nodiscard]] std::size_t stop();
+    // Returns when no thread is left. REQUIRES: stop() was called.
+    void join();
+
+  private:
+    friend class Connection;
+    using Clock = std::chrono::steady_clock;
+    enum class Which { holdingBytes, all };
+
+    void end(Connection& connection);
+    void endLongestWaiting(const Connection& newcomer, Which which);
+    bool makeRoom(const Connection& newcomer, std::size_t bytes);
+
+    const std::size_t mostThreads_;
+    const std::size_t mostBytes_;
+    const std::function<void()> serve_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<Connection*> connections_;
+    std::size_t threads_ = 0;
+    // Those that wait for a connection, or will at once: the thread of a connection that was ended
+    // counts from that moment on.
+    std::size_t idle_ = 0;
+    bool isStopped_ = false;
+};
+
+// An accepted connection. It lives on the stack of the thread that serves it, which alone uses and
+// closes its socket; others may end it, which shuts the socket down. At each moment it waits, for
+// its client or for room, or it is at work.
+class Connection {
+  public:
+    // Waits for its client, in all at most for `time`. Where no thread is left to accept, another
+    // is started, or the connection that waits longest is ended.
+    Connection(Connections& all, int socket, std::chrono::milliseconds time);
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+    ~Connection();
+
+    // Receives some bytes, at least one. 0 where no more can come: the client has ended its side,
+    // the time is over or the connection was ended.
+    [[nodiscard]] std::size_t receive(char* into, std::size_t room);
+    // Sends all bytes. False where the connection has failed, the time is over or it was ended.
+    // What the client does not take at once counts among the bytes held, even beyond their bound.
+    [[nodiscard]] bool send(std::string_view bytes);
+    // Tells the client that nothing else will be sent.
+    void endSending();
+
+    // Waits until there is room for so many bytes of a request, and counts them; up to 16 KiB count
+    // as nothing. False where the time is over or the connection was ended.
+    // REQUIRES: all connections together may hold as much.
+    [[nodiscard]] bool awaitRoom(std::size_t bytes);
+    // From now on it is at work, and nobody ends it. False where somebody has.
+    [[nodiscard]] bool beginWork();
+    // From now on it waits for its client, at most for `time`, and holds no bytes.
+    void beginWait(std::chrono::milliseconds time);
+
+  private:
+    friend class Connections;
+    using Clock = Connections::Clock;
+
+    void wait(std::chrono::milliseconds time);
+    [[nodiscard]] bool awaitReadiness(short event);
+
+    Connections& all_;
+    const Socket socket_;
+    Clock::time_point waitsSince_ = Clock::now();
+    Clock::time_point deadline_;
+    bool isAtWork_ = false;
+    bool isEnded_ = false;
+    std::size_t held_ = 0;
+};
+
+}  // namespace tovra::http

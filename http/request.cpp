@@ -10,6 +10,8 @@
 namespace tovra::http {
 namespace {
 
+using Verdict = Request::Verdict;
+
 constexpr std::string_view kHeadEnd = "\r\n\r\n";
 constexpr std::string_view kJson = "application/json";
 constexpr std::string_view kPlainText = "text/plain";
@@ -32,21 +34,46 @@ bool isAuthorized(const std::optional<std::string_view>& authorization, std::str
     return authorization && equalsInConstantTime(*authorization, expected);
 }
 
+Verdict verdictOnMethod(std::string_view method) {
+    if (method == "POST") return Verdict::post;
+    if (method == "GET") return Verdict::get;
+    if (method == "HEAD") return Verdict::headMethod;
+    return Verdict::otherMethod;
+}
+
+void appendHead(std::string& out, std::string_view status,
+                std::optional<std::string_view> contentType, std::size_t bodySize) {
+    const std::string length = std::to_string(bodySize);  // so short that it needs no memory
+    out.append("HTTP/1.1 ").append(status).append("\r\n");
+    if (contentType) out.append("Content-Type: ").append(*contentType).append("\r\n");
+    out.append("Content-Length: ").append(length).append("\r\n");
+    out.append("Connection: close\r\n\r\n");
+}
+
 std::string respondToMessage(std::string_view body, const Handler& handle) {
     const std::optional<json::Document> message = json::parse(body);
     if (!message || !message->root().is(json::Kind::object)) {
         return httpResponse("400 Bad Request", kJson, R"({"error":"invalid json"})");
     }
-    const std::optional<std::string> response = handle(message->root());
-    if (!response) return httpResponse("202 Accepted", std::nullopt, "");
-    return httpResponse("200 OK", kJson, *response);
+    std::string head;
+    head.reserve(kHeadRoom);
+    // From here on no memory may be needed: what the call has done is to be answered.
+    std::optional<std::string> response = handle(message->root());
+    if (response) {
+        appendHead(head, "200 OK", kJson, response->size());
+        response->insert(0, head);
+        return std::move(*response);
+    }
+    appendHead(head, "202 Accepted", std::nullopt, 0);
+    return head;
 }
 
 }  // namespace
 
-bool RequestReader::examine(std::string_view received) {
+std::optional<Request> RequestReader::examine(std::string_view received) {
     if (!verdict_) findHead(received);
-    return verdict_ && received.size() >= size_;
+    if (!verdict_ || received.size() < size_) return std::nullopt;
+    return Request{*verdict_, received.substr(bodyStart_, size_ - bodyStart_)};
 }
 
 void RequestReader::findHead(std::string_view received) {
@@ -80,18 +107,10 @@ void RequestReader::judge(std::string_view headerBlock) {
     }
 }
 
-RequestReader::Verdict RequestReader::verdictOnMethod(std::string_view method) {
-    if (method == "POST") return Verdict::post;
-    if (method == "GET") return Verdict::get;
-    if (method == "HEAD") return Verdict::headMethod;
-    return Verdict::otherMethod;
-}
-
-std::string RequestReader::processRequest(std::string_view received, const Handler& handle) const {
-    assert(verdict_ && received.size() >= size_);
-    switch (*verdict_) {
+std::string processRequest(const Request& request, const Handler& handle) {
+    switch (request.verdict) {
         case Verdict::post:
-            return respondToMessage(received.substr(bodyStart_, size_ - bodyStart_), handle);
+            return respondToMessage(request.body, handle);
         case Verdict::headMethod:
             return httpResponse("200 OK", std::nullopt, "");
         case Verdict::get:
@@ -111,14 +130,10 @@ std::string RequestReader::processRequest(std::string_view received, const Handl
 
 std::string httpResponse(std::string_view status, std::optional<std::string_view> contentType,
                          std::string_view body) {
-    const std::string length = std::to_string(body.size());
     std::string response;
-    response.reserve(128 + status.size() + body.size());
-    response.append("HTTP/1.1 ").append(status).append("\r\n");
-    if (contentType) response.append("Content-Type: ").append(*contentType).append("\r\n");
-    response.append("Content-Length: ").append(length).append("\r\n");
-    response.append("Connection: close\r\n\r\n").append(body);
-    return response;
+    response.reserve(kHeadRoom + body.size());
+    appendHead(response, status, contentType, body.size());
+    return response.append(body);
 }
 
 }  // namespace tovra::http

@@ -15,8 +15,12 @@
 
 namespace tovra::http {
 
+// The head of a response takes fewer bytes.
+inline constexpr std::size_t kHeadRoom = 128;
+
 // Answers one message, a JSON object: the response as compact JSON, or nothing where the message
-// gets none. May be called from several threads at once. Throws std::bad_alloc, and nothing else.
+// gets none. Where the text has room for kHeadRoom bytes more, it is sent even when memory is out
+// by then. May be called from several threads at once. Throws std::bad_alloc, and nothing else.
 using Handler = std::function<std::optional<std::string>(json::Value message)>;
 
 // How large a request may be, in bytes. A larger one is answered "400 Bad Request" as soon as that
@@ -24,6 +28,14 @@ using Handler = std::function<std::optional<std::string>(json::Value message)>;
 struct RequestLimits {
     std::size_t head = std::size_t{64} * 1024;            // without the empty line that ends it
     std::size_t request = std::size_t{16} * 1024 * 1024;  // head, empty line and body
+};
+
+// A whole request, as far as its answer depends on it.
+struct Request {
+    enum class Verdict { badRequest, forbidden, unauthorized, headMethod, get, post, otherMethod };
+
+    Verdict verdict;        // which answer it will be; settled by the head
+    std::string_view body;  // in the bytes that were received
 };
 
 // Follows one request while its bytes come in. The time is linear in the bytes, in however many
@@ -36,26 +48,19 @@ class RequestReader {
         assert(limits.head + 4 <= limits.request);
     }
 
-    // Is given all bytes received so far, each time from the first byte of the request. True once
-    // they hold all that the answer depends on; what follows is ignored.
-    bool examine(std::string_view received);
+    // Is given all bytes received so far, each time from the first byte of the request. The request
+    // comes back once they hold all that the answer depends on; what follows is ignored.
+    [[nodiscard]] std::optional<Request> examine(std::string_view received);
 
     // The size of the request, head included. Until the head is whole, the largest size that is
     // accepted.
     [[nodiscard]] std::size_t expectedSize() const { return verdict_ ? size_ : limits_.request; }
 
-    // The response, whole. Calls `handle` where the request carries a message.
-    // REQUIRES: examine(received) has returned true.
-    [[nodiscard]] std::string processRequest(std::string_view received,
-                                             const Handler& handle) const;
-
   private:
-    // Which answer it will be; settled by the head.
-    enum class Verdict { badRequest, forbidden, unauthorized, headMethod, get, post, otherMethod };
+    using Verdict = Request::Verdict;
 
     void findHead(std::string_view received);
     void judge(std::string_view headerBlock);
-    static Verdict verdictOnMethod(std::string_view method);
 
     std::string_view token_;
     RequestLimits limits_;
@@ -64,6 +69,9 @@ class RequestReader {
     std::size_t bodyStart_ = 0;
     std::size_t size_ = 0;  // bytes that must be there before the answer is given
 };
+
+// The response to a request, whole. Calls `handle` where the request carries a message.
+[[nodiscard]] std::string processRequest(const Request& request, const Handler& handle);
 
 // A whole response that closes the connection; `status` is like "200 OK".
 [[nodiscard]] std::string httpResponse(std::string_view status,

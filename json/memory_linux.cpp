@@ -18,6 +18,8 @@ void returnFreedMemory() {
     // Unless they are set, these thresholds grow with the blocks that are freed.
     ::mallopt(M_MMAP_THRESHOLD, 1 << 20);
     ::mallopt(M_TRIM_THRESHOLD, 1 << 19);
+    // Unless it is set, there are heaps for eight threads of each processor, and each keeps some.
+    ::mallopt(M_ARENA_MAX, 2);
 #endif
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <condition_variable>
-#include <memory>
 #include <mutex>
 #include <new>
 
@@ -12,49 +11,33 @@
 namespace tovra {
 namespace {
 
-// A place among the reports that run at once. Each holds a whole document, and more at once would
-// not be done sooner. Recordings need no place: they have their turn in changeDataFile().
-class Place {
+// The places of the reports that run at once; "locked" by who takes one of them. Each report holds
+// a whole document, and more at once would not be done sooner. A recording needs no place: it has
+// its turn in changeDataFile(). (A semaphore of the C++ library of GCC 12 may let a thread sleep
+// although a place is free.)
+class ReportPlaces {
   public:
-    explicit Place(Access access) : isTaken_(access == Access::reads) {
-        if (!isTaken_) return;
-        std::unique_lock lock(places().mutex);
-        places().freed.wait(lock, [] { return places().free > 0; });
-        --places().free;
+    void lock() {
+        std::unique_lock lock(mutex_);
+        freed_.wait(lock, [&] { return free_ > 0; });
+        --free_;
     }
-    Place(const Place&) = delete;
-    Place& operator=(const Place&) = delete;
-    ~Place() {
-        if (!isTaken_) return;
-        const std::lock_guard lock(places().mutex);
-        ++places().free;
-        places().freed.notify_one();
+    void unlock() {
+        const std::lock_guard lock(mutex_);
+        ++free_;
+        freed_.notify_one();
     }
 
   private:
-    struct Places {
-        std::mutex mutex;
-        std::condition_variable freed;
-        int free = 4;
-    };
-    static Places& places() {
-        static Places places;
-        return places;
-    }
-
-    bool isTaken_;
+    std::mutex mutex_;
+    std::condition_variable freed_;
+    int free_ = 4;
 };
 
-// Memory that is set aside during a call, and freed for its result. The result can then be said
-// even where the call has used up all the rest.
-std::unique_ptr<char[]> setMemoryAside() {
-    constexpr std::size_t kSize = std::size_t{64} * 1024;
-    return std::make_unique_for_overwrite<char[]>(kSize);
-}
-
 ToolResult run(const ToolDefinition& tool, json::Value arguments) {
-    const Place place(tool.access);
-    const auto aside = setMemoryAside();
+    static ReportPlaces places;
+    std::unique_lock place(places, std::defer_lock);
+    if (tool.access == Access::reads) place.lock();
     try {
         return {tool.operation(arguments), false};
     } catch (const RecordingError& error) {
@@ -74,13 +57,14 @@ ToolResult callTool(std::string_view name, json::Value arguments, bool readOnly)
     if (!isOffered(*tool, readOnly)) {
         return {"This Tovra connector is read-only; " + std::string(name) + " is disabled.", true};
     }
+    // Made before the call, since there may be no memory for it when it is needed.
+    ToolResult shortage{
+        "Error: There is not enough memory for this call, or too many files are open. ", true};
+    shortage.text += tool->access == Access::writes ? kPerhapsRecorded : "Nothing was changed.";
     try {
         return run(*tool, arguments);
     } catch (const std::bad_alloc&) {
-        return {
-            "Error: There is not enough memory for this call, or too many files are open. "
-            "Nothing was changed.",
-            true};
+        return shortage;
     }
 }
 

@@ -14,9 +14,11 @@ struct ToolResult {
 };
 
 // Runs the tool of that name, compared exactly. In read-only mode the recording tools are refused
-// before anything is touched. `arguments` is an object, or absent for an empty one. Throws
-// std::bad_alloc, and nothing else, where there is not even memory for the result. May be called
+// before anything is touched. `arguments` is an object, or absent for an empty one. May be called
 // from several threads: four reports run at once, the others wait.
+//
+// Throws std::bad_alloc, and nothing else, where there is no memory to begin. The tool has not been
+// called then.
 [[nodiscard]] ToolResult callTool(std::string_view name, json::Value arguments, bool readOnly);
 
 }  // namespace tovra

@@ -3,6 +3,7 @@
 #include <new>
 #include <string_view>
 
+#include "http/request.h"
 #include "json/write.h"
 #include "server/call_tool.h"
 #include "server/catalogue.h"
@@ -38,47 +39,49 @@ std::string toolsListResult(bool readOnly) {
     return result;
 }
 
-std::string toolResult(const ToolResult& called) {
-    std::string result = R"({"content":[{"type":"text","text":)";
-    json::appendString(result, called.text);
-    result += called.isError ? R"(}],"isError":true})" : R"(}],"isError":false})";
-    return result;
-}
-
 std::string methodNotFoundError(std::string_view method) {
     std::string error = R"({"code":-32601,"message":)";
     json::appendString(error, "Method not found: " + std::string(method));
     return error += '}';
 }
 
-// `outcome` is the member that the response carries besides the id: "result" or "error".
-std::optional<std::string> envelope(json::Value id, std::string_view outcome,
-                                    std::string_view content) {
-    if (!id.exists()) return std::nullopt;
-    std::string response;
-    response.reserve(content.size() + 256);
-    response += R"({"jsonrpc":"2.0","id":)";
+// A response up to its content. `outcome` is the member that holds it: "result" or "error".
+std::string responseTo(json::Value id, std::string_view outcome) {
+    std::string response = R"({"jsonrpc":"2.0","id":)";
     json::appendCompact(response, id);
     response += ",\"";
     response += outcome;
     response += "\":";
-    response += content;
-    response += '}';
     return response;
 }
 
-// The response to a call. Where there is no memory for what the tool said, the response says so.
+void appendToolResult(std::string& response, std::string_view text, bool isError) {
+    response += R"({"content":[{"type":"text","text":)";
+    json::appendString(response, text);
+    response += isError ? R"(}],"isError":true}})" : R"(}],"isError":false}})";
+}
+
+// Room for a result with a short text is made before the call: whatever that has done is answered,
+// even where it has used up all memory.
 std::optional<std::string> toolsCallResponse(json::Value id, json::Value params, bool readOnly) {
+    constexpr std::string_view kNoMemory =
+        "Error: There is not enough memory for the answer. Where something was to be recorded, it "
+        "may have been: look before you try again.";
+    std::string response;
+    if (id.exists()) response = responseTo(id, "result");
+    const std::size_t start = response.size();
+    response.reserve(start + 1024 + http::kHeadRoom);
+    const ToolResult called =
+        callTool(stringField(params, "name"), objectField(params, "arguments"), readOnly);
+    if (!id.exists()) return std::nullopt;
     try {
-        return envelope(id, "result",
-                        toolResult(callTool(stringField(params, "name"),
-                                            objectField(params, "arguments"), readOnly)));
+        appendToolResult(response, called.text, called.isError);
+        response.reserve(response.size() + http::kHeadRoom);
     } catch (const std::bad_alloc&) {
-        constexpr const char* kText =
-            "Error: There is not enough memory for the answer. Where something was to be recorded, "
-            "it may have been: look before you try again.";
-        return envelope(id, "result", toolResult({kText, true}));
+        response.resize(start);
+        appendToolResult(response, kNoMemory, true);
     }
+    return response;
 }
 
 }  // namespace
@@ -88,13 +91,13 @@ std::optional<std::string> handle(json::Value message, bool readOnly) {
     if (!method) return std::nullopt;
     const json::Value id = message.member("id");
     const json::Value params = objectField(message, "params");
-    const auto ok = [&](std::string_view result) { return envelope(id, "result", result); };
 
-    if (*method == "initialize") return ok(initializeResult(params));
-    if (*method == "ping") return ok("{}");
-    if (*method == "tools/list") return ok(toolsListResult(readOnly));
     if (*method == "tools/call") return toolsCallResponse(id, params, readOnly);
-    return envelope(id, "error", methodNotFoundError(*method));
+    if (!id.exists()) return std::nullopt;
+    if (*method == "initialize") return responseTo(id, "result") + initializeResult(params) + '}';
+    if (*method == "ping") return responseTo(id, "result") + "{}}";
+    if (*method == "tools/list") return responseTo(id, "result") + toolsListResult(readOnly) + '}';
+    return responseTo(id, "error") + methodNotFoundError(*method) + '}';
 }
 
 }  // namespace tovra

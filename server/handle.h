@@ -14,7 +14,8 @@ namespace tovra {
 // threads.
 //
 // A call that there is no memory for gets a result with the error flag. Throws std::bad_alloc, and
-// nothing else, where there is not even memory for that.
+// nothing else, where there is no memory to begin; then nothing was done. The response to a call
+// has room for http::kHeadRoom bytes more, so that a transport needs no memory to send it.
 [[nodiscard]] std::optional<std::string> handle(json::Value message, bool readOnly);
 
 }  // namespace tovra

@@ -2,10 +2,11 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
+#include <exception>
 
-#include "http/exchange.h"
+#include "http/server.h"
 #include "platform/signals.h"
+#include "store/recording.h"
 
 namespace tovra {
 namespace {
@@ -16,23 +17,23 @@ void writeToStandardError(const std::string& line) { std::fputs(line.c_str(), st
 }  // namespace
 
 int runHTTP(std::uint16_t port, const std::optional<std::string>& token,
-            const http::Handler& handle, const std::function<void()>& beforeExit) {
+            const http::Handler& handle) {
     // Threads that are started from here on inherit this.
     holdEndSignals();
-    const std::unique_ptr<TcpServer> server =
-        TcpServer::listen(port, TcpLimits{}, http::requestExchanges(token.value_or(""), handle));
-    if (!server) {
+    const std::string asked = token.value_or("");
+    std::optional<http::Server> server;
+    try {
+        server.emplace(port, asked, handle);
+    } catch (const std::exception&) {
         writeToStandardError("Tovra MCP: could not listen on port " + std::to_string(port) + "\n");
         return 1;
     }
-    const bool open = token.value_or("").empty();
-    writeToStandardError(
-        "Tovra MCP HTTP listening on 127.0.0.1:" + std::to_string(server->port()) +
-        (open ? " (no token \u2014 keep on a private network!)\n" : " (token required)\n"));
+    writeToStandardError("Tovra MCP HTTP listening on 127.0.0.1:" + std::to_string(server->port()) +
+                         (asked.empty() ? " (no token \u2014 keep on a private network!)\n"
+                                        : " (token required)\n"));
 
     awaitEndSignal();
-    server->stop();
-    beforeExit();
+    finishRecordings();
     // Returning would wait for the calls that are still running.
     std::_Exit(0);
 }

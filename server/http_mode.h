@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 
@@ -15,13 +14,12 @@ namespace tovra {
 // a token is asked for; an empty token counts as none.
 //
 // Returns 1, after a line on standard error, where it cannot listen. Otherwise it never returns. On
-// the signal it begins no further call of `handle` and calls `beforeExit`. Then it ends the process
-// with status 0, whatever calls are still running. `beforeExit` has to wait for calls that must not
-// be cut short, and to let none of those begin.
+// the signal it waits for the recording that is under way and lets none begin. Then it ends the
+// process with status 0, whatever calls are still running.
 //
-// Call it before any other thread is started: a signal that reaches one of those ends the process
-// at once, and `beforeExit` is not called.
+// REQUIRES: the process ignores SIGPIPE, and has started no other thread: a signal that reaches one
+// of those would end it at once.
 int runHTTP(std::uint16_t port, const std::optional<std::string>& token,
-            const http::Handler& handle, const std::function<void()>& beforeExit);
+            const http::Handler& handle);
 
 }  // namespace tovra

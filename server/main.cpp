@@ -11,7 +11,6 @@
 #include "server/http_mode.h"
 #include "server/settings.h"
 #include "server/stdio.h"
-#include "store/recording.h"
 
 int main(int argc, char** argv) {
     // These two would end the process. Ignored, they are errors of a write.
@@ -19,7 +18,7 @@ int main(int argc, char** argv) {
     std::signal(SIGXFSZ, SIG_IGN);
 
     tovra::json::returnFreedMemory();
-    // What the parser prepares once cannot be prepared when memory is short.
+    // The first parse chooses how to scan and allocates for it. Later there may be no memory.
     std::ignore = tovra::json::parse("{}");
     tovra::readTimeZone();
 
@@ -30,8 +29,7 @@ int main(int argc, char** argv) {
         const auto handle = [readOnly = settings.readOnly](tovra::json::Value message) {
             return tovra::handle(message, readOnly);
         };
-        return tovra::runHTTP(*settings.httpPort, settings.authToken, handle,
-                              tovra::finishRecordings);
+        return tovra::runHTTP(*settings.httpPort, settings.authToken, handle);
     }
     return tovra::runStdio(settings.readOnly);
 }

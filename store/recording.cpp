@@ -153,7 +153,7 @@ std::string ending(Left left) {
         case Left::remains:
             return ".";
         case Left::unknown:
-            return ". It may have been recorded all the same: look before you try again.";
+            return std::string(". ").append(kPerhapsRecorded);
     }
     return ".";
 }

@@ -10,6 +10,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "files/file_system.h"
 #include "files/replace_file.h"
@@ -17,6 +18,10 @@
 #include "json/write.h"
 
 namespace tovra {
+
+// What is said of a recording where nobody knows whether it is on the disk.
+inline constexpr std::string_view kPerhapsRecorded =
+    "It may have been recorded all the same: look before you try again.";
 
 // Why nothing could be recorded. The text says what is wrong and where. It ends with "Nothing was
 // changed." where that is certain.

@@ -18,6 +18,9 @@ LoopbackClient::LoopbackClient(std::uint16_t port) : socket_(::socket(AF_INET, S
     const timeval patience{30, 0};
     ::setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     ::setsockopt(socket_, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+    // Of a fixed size, so that what nobody reads stays with the server.
+    const int buffer = 65536;
+    ::setsockopt(socket_, SOL_SOCKET, SO_RCVBUF, &buffer, sizeof buffer);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
@@ -51,6 +54,13 @@ std::optional<std::string> LoopbackClient::receive() const {
 bool LoopbackClient::answersWithin(int milliseconds) const {
     pollfd waiting{socket_, POLLIN, 0};
     return ::poll(&waiting, 1, milliseconds) == 1;
+}
+
+std::uint16_t LoopbackClient::port() const {
+    sockaddr_in address{};
+    socklen_t size = sizeof address;
+    ::getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &size);
+    return ntohs(address.sin_port);
 }
 
 std::uint16_t portNamedIn(std::string_view line) {

@@ -6,16 +6,22 @@
 
 #include <cstdlib>
 #include <new>
+#include <tuple>
 #include <utility>
 
+#include "http/request.h"
 #include "tests/support/golden.h"
 
-// How many allocations of this thread succeed before one fails; negative: none does. Were the
-// functions inlined, GCC would take each for mismatched with the other.
+// How many allocations of this thread succeed before one fails, or before all do from there on;
+// negative: none fails. Were the functions inlined, GCC would take each for mismatched with the
+// other.
 static thread_local int allocationsLeft = -1;
+static thread_local bool allFromThereOn = false;
 
 [[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return allocationsLeft >= 0 && allocationsLeft-- == 0 ? nullptr : std::malloc(size);
+    if (allocationsLeft < 0) return std::malloc(size);
+    if (allocationsLeft == 0 && allFromThereOn) return nullptr;
+    return allocationsLeft-- == 0 ? nullptr : std::malloc(size);
 }
 [[gnu::noinline]] void* operator new(std::size_t size) {
     void* memory = operator new(size, std::nothrow);
@@ -95,20 +101,50 @@ TEST(Handle, SaysThatAFileCouldNotBeOpenedForWantOfDescriptors) {
     }
 }
 
-TEST(Handle, TellsWhetherTheFileWasChangedWhereverMemoryRunsOut) {
-    const auto message = json::parse(
-        R"({"id":1,"method":"tools/call","params":{"name":"add_transaction","arguments":)"
-        R"({"amount":1,"payee":"Somebody with a name of some length"}}})");
-    bool failed = true;
-    for (int succeeding = 0; failed; ++succeeding) {
+// The response over HTTP where memory runs out after so many allocations; empty where there is not
+// even enough to begin. Whether it has run out at all goes to `ranOut`.
+std::string responseInShortage(const http::Request& request, int succeeding, bool& ranOut) {
+    allocationsLeft = succeeding;
+    std::string response;
+    try {
+        response = http::processRequest(request,
+                                        [](json::Value message) { return handle(message, false); });
+    } catch (const std::bad_alloc&) {
+    }
+    ranOut = std::exchange(allocationsLeft, -1) <= 0;
+    return response;
+}
+
+TEST(Handle, TellsOfARecordingOverHttpWhereverMemoryRunsOut) {
+    const auto check = [](const std::string& message, const std::string& success, int succeeding) {
         const support::DataFileScope data("{}");
-        allocationsLeft = succeeding;
-        const std::string said = handle(message->root(), false).value();
-        failed = std::exchange(allocationsLeft, -1) < 0;
-        const bool isSaidUnchanged = said.find("Nothing was changed") != std::string::npos;
-        EXPECT_EQ(support::fileBytes(data.path()) == "{}", isSaidUnchanged) << succeeding << said;
+        bool ranOut = false;
+        const std::string said =
+            responseInShortage({http::Request::Verdict::post, message}, succeeding, ranOut);
+        const auto says = [&](std::string_view text) {
+            return said.find(text) != std::string::npos;
+        };
+        const bool isRecorded = support::fileBytes(data.path()) != "{}";
+        EXPECT_TRUE(isRecorded ? says(success) || says("may have been") : !says("Added")) << said;
+        EXPECT_FALSE(isRecorded && says("Nothing was changed")) << said;
         const std::filesystem::directory_iterator files(data.path().parent_path());
-        EXPECT_EQ(std::distance(files, {}), 1) << succeeding << said;
+        EXPECT_EQ(std::distance(files, {}), 1) << said;
+        return ranOut;
+    };
+    const std::string call = R"("method":"tools/call","params":{"name":"add_transaction",)"
+                             R"("arguments":{"amount":1,"payee":")";
+    const std::string longPayee(5000, 'p');
+    std::ignore = json::parse("{}");  // the first parse must not fail, see main()
+    for (const auto& [message, success] :
+         {std::pair{"{" + call + "A shop\"}}}", "202 Accepted"},
+          {"{\"id\":1," + call + "A shop\"}}}", "Added: "},
+          {"{\"id\":1," + call + longPayee + "\"}}}", "Added: "}}) {
+        for (const bool all : {false, true}) {
+            allFromThereOn = all;
+            int succeeding = 0;
+            while (check(message, success, succeeding)) ++succeeding;
+            EXPECT_GT(succeeding, 50);
+        }
     }
 }
 

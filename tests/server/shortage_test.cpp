@@ -56,12 +56,14 @@ TEST_F(ShortageTest, CostsTheLineOrTheCallAtHandAndNothingElse) {
         server.send(line);
     }
     EXPECT_EQ(server.finish(), 0);
-    for (const char* id : {"2", "3"}) {
+    for (const auto& [id, ending] :
+         {std::pair{"2", "Nothing was changed."},
+          {"3", "It may have been recorded all the same: look before you try again."}}) {
         EXPECT_EQ(server.receive(),
                   R"({"jsonrpc":"2.0","id":)" + std::string(id) +
                       R"(,"result":{"content":[{"type":"text","text":"Error: There is not enough )"
-                      R"(memory for this call, or too many files are open. Nothing was )"
-                      R"(changed."}],"isError":true}})");
+                      R"(memory for this call, or too many files are open. )" +
+                      ending + R"("}],"isError":true}})");
     }
     EXPECT_EQ(server.receive(), R"({"jsonrpc":"2.0","id":4,"result":{}})");
     EXPECT_EQ(server.receive(), std::nullopt);
@@ -103,6 +105,24 @@ TEST_F(ShortageTest, PassesByItselfOverHttp) {
                   http::httpResponse("200 OK", "application/json",
                                      R"({"jsonrpc":"2.0","id":1,"result":{}})"))
             << kilobytes << " KB";
+    }
+}
+
+TEST(DescriptorShortage, IsNotCausedByConnections) {
+    const std::string call = R"({"id":1,"method":"tools/call","params":{"name":"add_transaction",)"
+                             R"("arguments":{"amount":1}}})";
+    for (const bool mayRaise : {true, false}) {
+        const support::DataFileScope data("{}");
+        const std::string limit = mayRaise ? "ulimit -Sn 80" : "ulimit -n 80";
+        ChildProcess server({"/bin/sh", "-c", limit + "; exec \"$0\" --http 0", TOVRA_SERVER}, {},
+                            ChildProcess::Listen::toErrors);
+        const std::uint16_t port = support::portNamedIn(server.receive().value_or(""));
+        std::deque<LoopbackClient> idle;
+        while (idle.size() < 100) idle.emplace_back(port).send("P");
+        EXPECT_NE(LoopbackClient(port).send(post(call)).receive().value_or("").find("Added: "),
+                  std::string::npos);
+        EXPECT_EQ(idle[80].answersWithin(0), !mayRaise) << "as many as there are descriptors for";
+        EXPECT_FALSE(idle[90].answersWithin(0));
     }
 }
 
