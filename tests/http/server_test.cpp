@@ -1,5 +1,6 @@
 #include "http/server.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
@@ -7,6 +8,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <ctime>
@@ -237,8 +239,11 @@ TEST_F(ServerTest, AnswersBesideAnyNumberOfIdleConnections) {
         if (count + 1000 > limit.rlim_max) break;
         while (idle.size() < count) idle.emplace_back(server_->port()).send("P");
         EXPECT_EQ(ask(kPing), kPong) << count;
-        EXPECT_EQ(idle[0].answersWithin(0), count > 256) << count;
-        EXPECT_EQ(idle[30].answersWithin(0), count > 300) << count;
+        const auto closed = std::count_if(
+            idle.begin(), idle.end(), [](const Client& client) { return client.answersWithin(0); });
+        const long expected = std::max(0L, static_cast<long>(count) - 256);
+        EXPECT_GE(closed, expected);
+        EXPECT_LE(closed, expected == 0 ? 0 : expected + 5);
     }
 }
 
@@ -284,7 +289,7 @@ TEST_F(ServerTest, EndsAConnectionEvenIfSomethingElseRefersToItsSocket) {
     for (const bool closes : {true, false}) {
         const Client client(server_->port());
         settle(client.send(closes ? "P" : kPing));
-        const int other = ::dup(serverEnd(client));
+        const int other = ::fcntl(serverEnd(client), F_DUPFD, 0);
         if (closes) client.endSending();
         EXPECT_EQ(client.receive(), closes ? "" : kPong);
         ::close(other);
