@@ -41,21 +41,29 @@ Connections::Connections(std::size_t most, std::size_t mostBytes, std::function<
     connections_.reserve(mostThreads_);
 }
 
-bool Connections::startThread() {
+bool Connections::start() {
     std::unique_lock lock(mutex_);
+    return startThread(lock);
+}
+
+// The new thread counts as idle from the beginning, so that nobody meanwhile finds that there is
+// none. The lock is released while it is started.
+bool Connections::startThread(std::unique_lock<std::mutex>& lock) {
     if (threads_ == mostThreads_) return false;
     ++threads_;
     ++idle_;
     lock.unlock();
+    bool isStarted = true;
     try {
         std::thread([this] { serve_(); }).detach();
-        return true;
     } catch (const std::exception&) {
-        lock.lock();
-        --threads_;
-        --idle_;
-        return false;
+        isStarted = false;
     }
+    lock.lock();
+    if (isStarted) return true;
+    --threads_;
+    --idle_;
+    return false;
 }
 
 bool Connections::mayAccept() {
@@ -124,12 +132,9 @@ Connection::Connection(Connections& all, int socket, std::chrono::milliseconds t
     all_.connections_.push_back(this);
     --all_.idle_;
     if (all_.isStopped_) all_.end(*this);
-    if (all_.idle_ == 0) {
-        lock.unlock();
-        all_.startThread();
-        lock.lock();
+    if (all_.idle_ == 0 && !all_.startThread(lock) && all_.idle_ == 0) {
+        all_.endLongestWaiting(*this, Connections::Which::all);
     }
-    if (all_.idle_ == 0) all_.endLongestWaiting(*this, Connections::Which::all);
     wait(time);
 }
 

@@ -41,8 +41,8 @@ class Connections {
     // thread does.
     Connections(std::size_t most, std::size_t mostBytes, std::function<void()> serve);
 
-    // Starts one more thread. False where there are enough, or the system has none to give.
-    bool startThread();
+    // Starts the first thread. False where the system has none to give.
+    [[nodiscard]] bool start();
     // Whether the calling thread is to wait for the next connection. Otherwise it has to end, and
     // may touch nothing of the server any more.
     [[nodiscard]] bool mayAccept();
@@ -57,6 +57,7 @@ class Connections {
     using Clock = std::chrono::steady_clock;
     enum class Which { holdingBytes, all };
 
+    bool startThread(std::unique_lock<std::mutex>& lock);
     void end(Connection& connection);
     void endLongestWaiting(const Connection& newcomer, Which which);
     bool makeRoom(const Connection& newcomer, std::size_t bytes);

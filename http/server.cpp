@@ -81,7 +81,7 @@ Server::Server(std::uint16_t port, std::string token, Handler handle, const Serv
       connections_(connectionsFor(limits.connections), limits.bytes, [this] { serve(); }) {
     assert(isIgnored(SIGPIPE));
     listenOn(listener_.get(), port);
-    if (!connections_.startThread()) {
+    if (!connections_.start()) {
         throw std::system_error(EAGAIN, std::generic_category(), "thread");
     }
 }

@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <ctime>
@@ -238,8 +239,11 @@ TEST_F(ServerTest, AnswersBesideAnyNumberOfIdleConnections) {
         if (count + 1000 > limit.rlim_max) break;
         while (idle.size() < count) idle.emplace_back(server_->port()).send("P");
         EXPECT_EQ(ask(kPing), kPong) << count;
-        EXPECT_EQ(idle[0].answersWithin(0), count > 256) << count;
-        EXPECT_EQ(idle[30].answersWithin(0), count > 300) << count;
+        const auto closed = std::count_if(
+            idle.begin(), idle.end(), [](const Client& client) { return client.answersWithin(0); });
+        const long expected = std::max(0L, static_cast<long>(count) - 256);
+        EXPECT_GE(closed, expected);
+        EXPECT_LE(closed, expected == 0 ? 0 : expected + 5);
     }
 }
 
