@@ -96,7 +96,7 @@ TEST(Handle, SaysThatAFileCouldNotBeOpenedForWantOfDescriptors) {
             const NoDescriptors none;
             const std::string said = handle(message->root(), false).value();
             EXPECT_TRUE(said.find("oo many ") < said.size()) << said;
-            EXPECT_TRUE(said.ends_with(R"(Nothing was changed."}],"isError":true}})")) << said;
+            EXPECT_TRUE(said.ends_with(R"("}],"isError":true}})")) << said;
         }
     }
 }
