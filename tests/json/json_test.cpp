@@ -60,6 +60,33 @@ TEST(Json, IsReadAndWrittenAsTheTableSays) {
         {{"written", written}, {"kept", kept}, {"repeated", repeated}, {"number", number}});
 }
 
+// Whatever the parser refuses stops being JSON somewhere, and nothing else does.
+std::string stops(const Row& row) {
+    const std::string whole = "[" + std::string(70'000, ' ') + "\n" + row[1] + ",0]";
+    for (const std::string& text : {row[1], whole}) {
+        const auto at = whereInvalid(text);
+        EXPECT_EQ(at.has_value(), !parse(text).has_value());
+        if (at) {
+            EXPECT_EQ(whereInvalid(text.substr(0, *at)).value_or(*at), *at);
+        }
+    }
+    const auto at = whereInvalid(row[1]);
+    return at ? std::to_string(*at) : "nowhere";
+}
+
+std::string invalid(const Row& row) {
+    EXPECT_EQ(stops(row) == "nowhere", parse(row[1]).has_value());
+    return row.back();
+}
+
+TEST(Json, SaysWhereItStops) {
+    const auto other = [](const Row& row) { return row.back(); };
+    test::expectTable("json/golden/stops.txt", {{"stops", stops}});
+    test::expectTable(
+        "json/golden/json.txt",
+        {{"written", invalid}, {"kept", invalid}, {"repeated", other}, {"number", other}});
+}
+
 TEST(Json, TellsNamesApartByEveryByte) {
     for (std::size_t size = 1; size <= 40; ++size) {
         for (std::size_t at = 0; at <= size; ++at) {
