@@ -51,8 +51,9 @@ void putEscaped(std::string_view text, Slash slash, const Put& put) {
 // are not longer, and are searched without a loop or a branch.
 bool mayHoldSlash(std::string_view text) {
     if (text.size() > kTextPadding) return text.find('/') != std::string_view::npos;
-    const char* bytes = text.data();
-    return std::count(bytes, bytes + kTextPadding, '/') > 0;
+    bool found = false;
+    for (std::size_t i = 0; i < kTextPadding; ++i) found |= text.data()[i] == '/';
+    return found;
 }
 
 // Gathers what is written, and gives it to the sink a buffer at a time.

@@ -141,7 +141,9 @@ std::optional<Instant> DayFormatter::parse(std::string_view text) {
     if (text.size() != 10) return std::nullopt;
     const auto date = parseDay(text);
     if (!date) return std::nullopt;
-    return ifExpressible(days_.start(*date));
+    const auto [known, isNew] = starts_.try_emplace(*date);
+    if (isNew) known->second = startOfLocalDay(*date);
+    return ifExpressible(known->second);
 }
 
 std::string DayFormatter::format(Instant instant) const {
