@@ -114,6 +114,15 @@ TEST(Json, ChangesOnlyTheLinesOfWhatIsAdded) {
     EXPECT_EQ(after.erase(after.find(lines), lines.size()), before);
 }
 
+TEST(Json, KeepsMoreNamesThanItExpectsAgain) {
+    std::string object;
+    for (int i = 1000; i < 3000; ++i) {
+        object += (object.empty() ? "{\"" : ",\"") + std::to_string(i) + "\":0";
+    }
+    const std::string text = "[" + object + "}," + object + "}]";
+    EXPECT_EQ(rewritten(text), text);
+}
+
 TEST(Json, TellsNamesApartByEveryByte) {
     for (std::size_t size = 1; size <= 40; ++size) {
         for (std::size_t at = 0; at <= size; ++at) {
