@@ -51,9 +51,15 @@ void putEscaped(std::string_view text, Slash slash, const Put& put) {
 // are not longer, and are searched without a loop or a branch.
 bool mayHoldSlash(std::string_view text) {
     if (text.size() > kTextPadding) return text.find('/') != std::string_view::npos;
-    bool found = false;
-    for (std::size_t i = 0; i < kTextPadding; ++i) found |= text.data()[i] == '/';
-    return found;
+    std::uint64_t found = 0;
+    for (std::size_t i = 0; i < kTextPadding; i += sizeof found) {
+        constexpr std::uint64_t kOnes = 0x0101010101010101;
+        std::uint64_t word = 0;
+        std::memcpy(&word, text.data() + i, sizeof word);
+        word ^= kOnes * '/';  // a slash becomes a byte of zero, which alone borrows a high bit
+        found |= (word - kOnes) & ~word & kOnes << 7;
+    }
+    return found != 0;
 }
 
 // Gathers what is written, and gives it to the sink a buffer at a time.
