@@ -151,6 +151,13 @@ void checkWritten(const json::Document& document) {
     }
 }
 
+// What is refused stops being JSON somewhere. What stands in front of that place does not.
+void checkWhereInvalid(std::string_view text) {
+    const auto at = json::whereInvalid(text);
+    require(at.has_value() != json::parse(text).has_value(), "what is refused has a place");
+    if (at) require(json::whereInvalid(text.substr(0, *at)).value_or(*at) == *at, "the first one");
+}
+
 std::string repeated(std::string_view text) {
     constexpr std::size_t kSize = 140 * 1024;
     std::string result = "[";
@@ -163,6 +170,7 @@ std::string repeated(std::string_view text) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text = tovra::fuzz::textOf(data, size);
     const auto isOpening = [](char c) { return c == '[' || c == '{'; };
+    checkWhereInvalid(text);
     const auto depth = std::count_if(text.begin(), text.end(), isOpening);
     if (const auto document = parsedTwice(text, depth)) {
         checkWritten(*document);
@@ -170,6 +178,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     }
     if (text.starts_with('\n') || text.starts_with(' ')) {
         (void)parsedTwice(repeated(text), depth + 1);
+        checkWhereInvalid(repeated(text));
     }
     return 0;
 }

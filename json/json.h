@@ -186,6 +186,11 @@ class Document {
 [[nodiscard]] std::optional<Document> parse(const Source& source, const Names& names = {});
 [[nodiscard]] std::optional<Document> parse(std::string_view text, const Names& names = {});
 
+// Where the text stops being JSON: the offset of its first byte that parse() refuses, whatever
+// follows; the text's size where it ends too early. Of a wrong word and of bytes that are not UTF-8
+// it is the beginning. Nothing where parse() accepts the text. Otherwise like parse().
+[[nodiscard]] std::optional<std::size_t> whereInvalid(std::string_view text);
+
 }  // namespace tovra::json
 
 #include "json/node.h"  // what is short enough to be inline

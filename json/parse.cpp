@@ -10,6 +10,7 @@
 #include "json/document_bytes.h"
 #include "json/json.h"
 #include "json/tokens.h"
+#include "json/utf8.h"
 
 namespace tovra::json {
 namespace {
@@ -23,11 +24,12 @@ int hexValue(char c) {
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
-// The code unit of the four hexadecimal digits at `digits`; negative when they are none.
-int codeUnit(const char* digits) {
+// The code unit of the four hexadecimal digits at `in`, which moves behind them. Negative when they
+// are none; `in` is then at the first that is not.
+int codeUnit(const char*& in) {
     int unit = 0;
-    for (int i = 0; i < 4; ++i) {
-        const int value = hexValue(digits[i]);
+    for (int i = 0; i < 4; ++i, ++in) {
+        const int value = hexValue(*in);
         if (value < 0) return -1;
         unit = unit * 16 + value;
     }
@@ -55,53 +57,61 @@ char* appendUtf8(char* out, std::uint32_t c) {
 }
 
 // Decodes the escape whose backslash is at `in` to `out`, and moves both on. False when it is no
-// escape of JSON. Never looks beyond the string's closing quote, which is no hexadecimal digit.
+// escape of JSON; `in` is then at what is wrong. Never looks beyond the string's closing quote,
+// which is no hexadecimal digit.
 bool decodeEscape(const char*& in, char*& out) {
     static constexpr std::string_view kNames = "\"\\/bfnrt";
     static constexpr std::string_view kMeanings = "\"\\/\b\f\n\r\t";
-    const char name = in[1];
+    const char name = *++in;
     if (name != 'u') {
         const std::size_t which = kNames.find(name);
         if (which == std::string_view::npos) return false;
         *out++ = kMeanings[which];
-        in += 2;
+        ++in;
         return true;
     }
-    const int unit = codeUnit(in + 2);
+    const int unit = codeUnit(++in);
     if (unit < 0) return false;
-    in += 6;
     auto code = static_cast<std::uint32_t>(unit);
     if (code >= 0xD800 && code < 0xE000) {
-        if (code >= 0xDC00 || in[0] != '\\' || in[1] != 'u') return false;
-        const int low = codeUnit(in + 2);
+        if (code >= 0xDC00 || *in != '\\' || *++in != 'u') return false;
+        const int low = codeUnit(++in);
         if (low < 0xDC00 || low > 0xDFFF) return false;
         code = 0x10000 + ((code - 0xD800) << 10) + (static_cast<std::uint32_t>(low) - 0xDC00);
-        in += 6;
     }
     out = appendUtf8(out, code);
     return true;
 }
 
-// The end of the number that begins at `p`, or null where no number begins there.
+// The end of the number that begins at `p`. Where a digit is missing, that place; it is then `p` or
+// behind a character that is no digit.
 const char* endOfNumber(const char* p) {
     if (*p == '-') ++p;
-    if (!isDigit(*p)) return nullptr;
+    if (!isDigit(*p)) return p;
     if (*p == '0') {
         ++p;
     } else {
         while (isDigit(*p)) ++p;
     }
     if (*p == '.') {
-        if (!isDigit(*++p)) return nullptr;
+        if (!isDigit(*++p)) return p;
         while (isDigit(*p)) ++p;
     }
     if (*p == 'e' || *p == 'E') {
         ++p;
         if (*p == '+' || *p == '-') ++p;
-        if (!isDigit(*p)) return nullptr;
         while (isDigit(*p)) ++p;
     }
     return p;
+}
+
+Source sourceOf(std::string_view text) {
+    const auto read = [rest = text](char* into, std::size_t room) mutable {
+        const std::size_t count = rest.copy(into, room);
+        rest.remove_prefix(count);
+        return static_cast<std::ptrdiff_t>(count);
+    };
+    return {text.size(), read};
 }
 
 static_assert(Tokens::kPadding >= kTextPadding);
@@ -156,6 +166,9 @@ class Builder {
         return Document(std::move(storage));
     }
 
+    // Where the text is no JSON. REQUIRES: build() gave nothing.
+    [[nodiscard]] std::size_t whereInvalid() const { return invalidAt_; }
+
   private:
     using Window = Tokens::Window;
 
@@ -192,6 +205,13 @@ class Builder {
 
     bool walk() {
         Window token = takeWindow();
+        if (readAll(token)) return true;
+        if (wrong_ == nullptr && !token.isAtEnd()) wrong_ = token.place();
+        invalidAt_ = wrong_ == nullptr ? tokens_.end() : tokens_.offsetOf(wrong_);
+        return false;
+    }
+
+    bool readAll(Window& token) {
         if (!token.is('{') && !token.is('[')) return false;
         for (;;) {
             if (!value(token)) return false;
@@ -322,7 +342,10 @@ class Builder {
         for (; escape < end; escape = tokens_.backslash(in)) {
             out = std::copy(in, escape, out);
             in = escape;
-            if (!decodeEscape(in, out)) return std::nullopt;
+            if (!decodeEscape(in, out)) {
+                wrong_ = in;
+                return std::nullopt;
+            }
         }
         out = std::copy(in, end, out);
         return Text{{resolved_.data(), static_cast<std::size_t>(out - resolved_.data())}, true};
@@ -332,7 +355,7 @@ class Builder {
     // anything after a blank is a token of its own.
     bool scalar(Window& token, std::uint32_t name) {
         const char* begin = token.place();
-        const char* end = nullptr;
+        const char* end = begin;
         Kind kind = Kind::number;
         const auto word = [&](std::string_view letters, Kind meaning) {
             if (std::memcmp(begin, letters.data(), letters.size()) != 0) return;
@@ -352,9 +375,13 @@ class Builder {
             default:
                 end = endOfNumber(begin);
         }
-        if (end == nullptr) return false;
+        if (end == begin) return false;
         token.move();
-        if (end != token.place() && !isBlank(*end)) return false;
+        const bool isWhole = kind != Kind::number || isDigit(end[-1]);
+        if (!isWhole || (end != token.place() && !isBlank(*end))) {
+            wrong_ = end;
+            return false;
+        }
         const std::string_view text(begin, static_cast<std::size_t>(end - begin));
         if (name != kDropped) {
             push(name, kind, false, kind == Kind::number ? texts_.put(text) : 0, text.size());
@@ -369,10 +396,12 @@ class Builder {
     GrowableArray<Node> nodes_;
     GrowableArray<Node> waiting_;
     std::unique_ptr<Open[]> open_ = std::make_unique_for_overwrite<Open[]>(kMaxDepth + 1);
-    std::size_t depth_ = 0;       // of the innermost container, in open_
-    bool inObject_ = false;       // the innermost container is one
-    Keeps keeps_ = Keeps::usual;  // the innermost container does
-    std::vector<char> resolved_;  // the last text with escapes
+    std::size_t depth_ = 0;        // of the innermost container, in open_
+    bool inObject_ = false;        // the innermost container is one
+    Keeps keeps_ = Keeps::usual;   // the innermost container does
+    std::vector<char> resolved_;   // the last text with escapes
+    const char* wrong_ = nullptr;  // what is wrong inside a token
+    std::size_t invalidAt_ = 0;
 };
 
 }  // namespace
@@ -388,12 +417,17 @@ std::optional<Document> parse(const Source& source, const Names& names) {
 
 std::optional<Document> parse(std::string_view text, const Names& names) {
     if (text.size() > kMaxSize) return std::nullopt;
-    const auto read = [&](char* into, std::size_t room) {
-        const std::size_t count = text.copy(into, room);
-        text.remove_prefix(count);
-        return static_cast<std::ptrdiff_t>(count);
-    };
-    return parse(Source{text.size(), read}, names);
+    return parse(sourceOf(text), names);
+}
+
+std::optional<std::size_t> whereInvalid(std::string_view text) {
+    // What is not UTF-8 has no tokens. The text in front of it has a fault there, or before.
+    const std::string_view valid = text.substr(0, validUtf8Size(text.substr(0, kMaxSize)));
+    const Source source = sourceOf(valid);
+    Builder builder(source, {});
+    const bool isJson = builder.build().has_value();
+    if (isJson && valid.size() == text.size()) return std::nullopt;
+    return isJson ? valid.size() : builder.whereInvalid();
 }
 
 }  // namespace tovra::json

@@ -29,21 +29,26 @@ Tokens::Window Tokens::next() {
         if (result == Scan::endsInString && !isLast_) {
             size_ = 0;
             makeRoom(2 * room_);
-        } else if (result != Scan::done) {
+            continue;
+        }
+        if (result != Scan::done) {
             failed_ = true;
-        } else if (scanner_->n_structural_indexes == 0) {
-            drop();
-        } else {
+            cutAtWrongString();
+            scan();
+        }
+        if (scanner_->n_structural_indexes > 0) {
             behind_ = std::exchange(text_[size_], '\0');
             return {text_.get(), scanner_->structural_indexes.get(),
                     scanner_->n_structural_indexes};
         }
+        drop();
     }
     return {};
 }
 
 // Drops the window. What has been read behind it moves to the front.
 void Tokens::drop() {
+    dropped_ += size_;
     filled_ -= size_;
     std::memmove(text_.get(), text_.get() + size_, filled_);
     size_ = 0;
@@ -103,6 +108,28 @@ Tokens::Scan Tokens::scan() {
     findBackslash(text_.get());
     if (error == simdjson::UNCLOSED_STRING) return Scan::endsInString;
     return error == simdjson::SUCCESS || error == simdjson::EMPTY ? Scan::done : Scan::failed;
+}
+
+// Ends the window in the first string that holds a control character or does not end, or behind a
+// backslash that stands in no string. The tokens up to there can then be scanned.
+void Tokens::cutAtWrongString() {
+    const char* end = text_.get() + size_;
+    const auto cut = [&](char* last, const char* wrong, char instead) {
+        wrongAt_ = dropped_ + static_cast<std::size_t>(wrong - text_.get());
+        *last = instead;
+        size_ = filled_ = static_cast<std::size_t>(last + 1 - text_.get());
+    };
+    bool inString = false;
+    for (char* p = text_.get(); p < end || inString; ++p) {
+        if (!inString && *p == '\\') return cut(p, p, *p);
+        const bool isEscape = *p == '\\' && p < end;
+        const char* last = isEscape ? p + 1 : p;
+        if (inString && (last >= end || static_cast<unsigned char>(*last) < 0x20)) {
+            return cut(p, last, '"');
+        }
+        if (*p == '"') inString = !inString;
+        if (isEscape) ++p;
+    }
 }
 
 void Tokens::findBackslash(const char* from) {

@@ -61,10 +61,19 @@ class Tokens {
     };
 
     // The next window that has a token; the bytes of the one before are gone. The window has no
-    // token where the text has ended or failed() is true. Throws std::bad_alloc.
+    // token where the text has ended or cannot be read on. Where failed() is true, a window may
+    // still have the tokens in front of what is wrong. Throws std::bad_alloc.
     Window next();
     // Whether the text is no sequence of tokens, or cannot be read.
     [[nodiscard]] bool failed() const { return failed_; }
+    // Where in the whole text a place of the window stands. A string that is wrong is cut in front
+    // of what is wrong, which may be one byte behind an escape's backslash.
+    [[nodiscard]] std::size_t offsetOf(const char* place) const {
+        const auto offset = static_cast<std::size_t>(place - text_.get());
+        return failed_ && offset + 1 >= size_ ? wrongAt_ : dropped_ + offset;
+    }
+    // Where in the whole text the tokens end. REQUIRES: the last window has no token.
+    [[nodiscard]] std::size_t end() const { return failed_ ? wrongAt_ : dropped_; }
 
     // The window's first backslash at `place` or behind it; the window's end where there is none.
     // REQUIRES: `place` lies in the window, at or behind the place of the call before.
@@ -88,6 +97,7 @@ class Tokens {
     void makeRoom(std::size_t room);
     [[nodiscard]] std::size_t usableSize() const;
     Scan scan();
+    void cutAtWrongString();
     void findBackslash(const char* from);
 
     const Source& source_;
@@ -95,9 +105,11 @@ class Tokens {
     bool failed_ = false;
     std::unique_ptr<char[]> text_;  // the window and, behind it, what has been read of the next one
     std::size_t room_ = 0;
-    std::size_t size_ = 0;    // of the window
-    std::size_t filled_ = 0;  // how much has been read, from the window's beginning
-    char behind_ = 0;         // what stands behind the window when it is not in use
+    std::size_t size_ = 0;     // of the window
+    std::size_t dropped_ = 0;  // how much of the whole text stands before the window
+    std::size_t wrongAt_ = 0;  // where in the whole text there is no token, once failed_
+    std::size_t filled_ = 0;   // how much has been read, from the window's beginning
+    char behind_ = 0;          // what stands behind the window when it is not in use
     std::unique_ptr<simdjson::internal::dom_parser_implementation> scanner_;
     const char* searchedFrom_ = nullptr;  // where the last search for a backslash began
     const char* foundBackslash_ = nullptr;

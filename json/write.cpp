@@ -17,14 +17,16 @@
 namespace tovra::json {
 namespace {
 
-bool needsEscape(char c) { return c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20; }
-
 // Gives `put` the inside of a JSON string that says `text`, piece by piece.
 template <typename Put>
-void putEscaped(std::string_view text, const Put& put) {
-    static constexpr std::string_view kMeanings = "\"\\\b\f\n\r\t";
-    static constexpr std::string_view kNames = "\"\\bfnrt";
+void putEscaped(std::string_view text, Slash slash, const Put& put) {
+    static constexpr std::string_view kMeanings = "\"\\/\b\f\n\r\t";
+    static constexpr std::string_view kNames = "\"\\/bfnrt";
     static constexpr std::string_view kHex = "0123456789abcdef";
+    const auto needsEscape = [&](char c) {
+        return c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20 ||
+               (c == '/' && slash == Slash::escaped);
+    };
     while (!text.empty()) {
         const auto stop = std::find_if(text.begin(), text.end(), needsEscape);
         const auto run = static_cast<std::size_t>(stop - text.begin());
@@ -43,6 +45,21 @@ void putEscaped(std::string_view text, const Put& put) {
         }
         text.remove_prefix(1);
     }
+}
+
+// Whether the text of a document may hold a slash, of which kTextPadding bytes may be read. Most
+// are not longer, and are searched without a loop or a branch.
+bool mayHoldSlash(std::string_view text) {
+    if (text.size() > kTextPadding) return text.find('/') != std::string_view::npos;
+    std::uint64_t found = 0;
+    for (std::size_t i = 0; i < kTextPadding; i += sizeof found) {
+        constexpr std::uint64_t kOnes = 0x0101010101010101;
+        std::uint64_t word = 0;
+        std::memcpy(&word, text.data() + i, sizeof word);
+        word ^= kOnes * '/';  // a slash becomes a byte of zero, which alone borrows a high bit
+        found |= (word - kOnes) & ~word & kOnes << 7;
+    }
+    return found != 0;
 }
 
 // Gathers what is written, and gives it to the sink a buffer at a time.
@@ -196,14 +213,15 @@ class Writer {
     void writeMember(std::string_view name, bool escaped, Value value) {
         separate();
         writeString(name, escaped);
-        out_.put(pretty_ ? ": " : ":");
+        out_.put(pretty_ ? " : " : ":");
         write(value);
     }
 
     void writeString(std::string_view text, bool escaped) {
         out_.put("\"");
-        if (escaped) {
-            putEscaped(text, [&](std::string_view piece) { out_.put(piece); });
+        if (escaped || (pretty_ && mayHoldSlash(text))) {
+            putEscaped(text, pretty_ ? Slash::escaped : Slash::plain,
+                       [&](std::string_view piece) { out_.put(piece); });
         } else {
             out_.putText(text);
         }
@@ -225,7 +243,8 @@ class Writer {
     void close(std::string_view bracket) {
         --depth_;
         if (pretty_) lineBreak_.resize(lineBreak_.size() - 2);
-        if (!isEmpty_) out_.put(std::string_view(lineBreak_).substr(1));
+        if (pretty_ && isEmpty_) out_.put("\n");
+        out_.put(std::string_view(lineBreak_).substr(1));
         isEmpty_ = false;
         out_.put(bracket);
     }
@@ -244,10 +263,10 @@ class Writer {
 
 }  // namespace
 
-void appendString(std::string& out, std::string_view text) {
+void appendString(std::string& out, std::string_view text, Slash slash) {
     assert(isValidUtf8(text));
     out += '"';
-    putEscaped(text, [&](std::string_view piece) { out += piece; });
+    putEscaped(text, slash, [&](std::string_view piece) { out += piece; });
     out += '"';
 }
 
@@ -276,7 +295,6 @@ void writePretty(const Document& document, const Edit& edit, const Sink& sink) {
     constexpr std::size_t kSize = std::size_t{128} << 10;
     Output output(kSize, sink);
     Writer(output, true, &edit).write(document.root());
-    output.put("\n");
     output.flush();
 }
 

@@ -11,9 +11,12 @@
 
 namespace tovra::json {
 
-// Appends `text` as a JSON string, quoted, with the escapes that JSON demands and no others.
-// REQUIRES: text is valid UTF-8.
-void appendString(std::string& out, std::string_view text);
+// How a slash is written: as it is, or with a backslash in front of it.
+enum class Slash : bool { plain, escaped };
+
+// Appends `text` as a JSON string, quoted, with the escapes that JSON demands. There are no others
+// but for the slash. REQUIRES: text is valid UTF-8.
+void appendString(std::string& out, std::string_view text, Slash slash = Slash::plain);
 
 // The JSON number that reads back as the same double. Integers below 10^15 have no exponent, others
 // the shortest form. REQUIRES: value is finite.
@@ -37,8 +40,11 @@ struct Edit {
 // Is given a text piece by piece.
 using Sink = std::function<void(std::string_view)>;
 
-// Writes the whole document with `edit` made, pretty-printed: one element or member a line, two
-// blanks for each level, a line feed at the end. Otherwise like appendCompact. The sink may throw.
+// Writes the whole document with `edit` made, in the layout of the finance application, so that as
+// few lines as can be change. It has one element or member a line, two blanks for each level, a
+// blank on both sides of a colon, and Slash::escaped. An empty array or object has an empty line
+// between its brackets. No line feed ends the text. Otherwise like appendCompact. The sink may
+// throw.
 void writePretty(const Document& document, const Edit& edit, const Sink& sink);
 
 }  // namespace tovra::json

@@ -66,30 +66,6 @@ std::int64_t startOfLocalDay(std::int64_t day) {
     return endOfGap(midnight, offsets);
 }
 
-std::int64_t LocalDays::start(std::int64_t day) {
-    assert(kFirstDay <= day && day <= kLastDay);
-    const auto number = static_cast<std::int32_t>((day - kFirstDay) / kDaysPerBlock);
-    Block& block = blocks_[static_cast<std::size_t>(number) % kBlocks];
-    if (block.number != number) block = lookAt(number);
-    if (block.offset == kChanges) return startOfLocalDay(day);
-    return day * kSecondsPerDay - block.offset;
-}
-
-// A clock that is as far ahead at the ends of each step is so in between: no clock of the tz
-// database has gone back to the same time within three days, or will.
-LocalDays::Block LocalDays::lookAt(std::int32_t number) {
-    constexpr std::int64_t kStep = 56 * 3600;
-    constexpr std::int64_t kLength = kDaysPerBlock * kSecondsPerDay + 2 * kFarthestOffset;
-    static_assert(kLength % kStep == 0);
-    const std::int64_t begin =
-        (kFirstDay + number * kDaysPerBlock) * kSecondsPerDay - kFarthestOffset;
-    const auto offset = utcOffset(begin);
-    for (std::int64_t at = kStep; at <= kLength; at += kStep) {
-        if (!offset || utcOffset(begin + at) != offset) return {number, kChanges};
-    }
-    return {number, static_cast<std::int32_t>(*offset)};
-}
-
 std::optional<std::int64_t> instantOfLocalTime(std::int64_t localTime,
                                                std::int64_t preferredOffset) {
     if (shows(localTime - preferredOffset, localTime)) return localTime - preferredOffset;

@@ -7,11 +7,8 @@
 // calendar.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <optional>
-#include <vector>
 
 namespace tovra {
 
@@ -33,30 +30,6 @@ void readTimeZone();
 // the two midnights. Where they skip midnight, it is the end of the gap. REQUIRES: kFirstDay <= day
 // <= kLastDay.
 [[nodiscard]] std::int64_t startOfLocalDay(std::int64_t day);
-
-// The first instants of many local days, without asking the system for each. Of eleven years in a
-// row it remembers how far the clock is ahead of UTC. Made for one time zone; not for several
-// threads.
-class LocalDays {
-  public:
-    LocalDays() : blocks_(kBlocks) {}
-    // Like startOfLocalDay().
-    [[nodiscard]] std::int64_t start(std::int64_t day);
-
-  private:
-    // Some days in a row, and how far the clock is ahead in all of them, in seconds.
-    struct Block {
-        std::int32_t number = std::numeric_limits<std::int32_t>::min();
-        std::int32_t offset = 0;  // or kChanges
-    };
-    static constexpr std::int64_t kDaysPerBlock = 8;
-    static constexpr std::size_t kBlocks = 512;
-    static constexpr std::int32_t kChanges = std::numeric_limits<std::int32_t>::max();
-
-    static Block lookAt(std::int32_t number);
-
-    std::vector<Block> blocks_;
-};
 
 // An instant at which the local clock shows `localTime`. Of two such instants it is the one with
 // the offset `preferredOffset`, if either has it, else the first. Where the clock skips that time,

@@ -17,14 +17,15 @@ void PrettyText::open(std::string_view bracket, std::string_view key) {
 void PrettyText::close() {
     const char closer = closers_.back();
     closers_.pop_back();
-    if (!isEmpty_) newLine();
+    if (isEmpty_) text_ += '\n';
+    newLine();
     text_ += closer;
     isEmpty_ = false;
 }
 
 void PrettyText::string(std::string_view value, std::string_view key) {
     beginValue(key);
-    json::appendString(text_, value);
+    json::appendString(text_, value, json::Slash::escaped);
 }
 
 void PrettyText::number(double value, std::string_view key) {
@@ -47,8 +48,8 @@ void PrettyText::beginValue(std::string_view key) {
     isEmpty_ = false;
     newLine();
     if (key.empty()) return;
-    json::appendString(text_, key);
-    text_ += ": ";
+    json::appendString(text_, key, json::Slash::escaped);
+    text_ += " : ";
 }
 
 void PrettyText::newLine() {

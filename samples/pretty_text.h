@@ -1,5 +1,5 @@
-// JSON text built member by member, laid out like the data file: two blanks for each level, one
-// member on a line. The order of the members is the caller's.
+// JSON text built member by member, in the layout in which the data file is saved. The order of the
+// members is the caller's.
 #pragma once
 
 #include <string>
@@ -11,8 +11,6 @@ namespace tovra::support {
 // `key` is the member's name inside an object, and left out inside an array and at the top.
 class PrettyText {
   public:
-    explicit PrettyText(std::string_view bracket) { open(bracket); }
-
     // An object ("{") or an array ("["), up to the matching close().
     void open(std::string_view bracket, std::string_view key = {});
     void close();

@@ -7,7 +7,7 @@
 
 #include "json/json.h"
 #include "platform/local_clock.h"
-#include "samples/application_layout.h"
+#include "samples/hash_order.h"
 #include "samples/pretty_text.h"
 #include "samples/random.h"
 #include "samples/sample_transactions.h"
@@ -138,7 +138,8 @@ std::chrono::sys_days today() {
 
 std::string sampleData(const SampleOptions& options) {
     Random random(options.seed);
-    PrettyText out("{");
+    PrettyText out;
+    out.open("{");
     const std::vector<SampleAccount> accounts = appendAccounts(out, options.accounts, random);
     appendBudgets(out, options.budgets, random);
     appendCategories(out);
@@ -152,7 +153,7 @@ std::string sampleData(const SampleOptions& options) {
     out.close();
     std::string text = out.take();
     if (options.layout == SampleLayout::sorted) return text;
-    return inApplicationLayout(json::parse(text).value().root());
+    return inHashOrder(json::parse(text).value().root());
 }
 
 }  // namespace tovra::support

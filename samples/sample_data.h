@@ -13,7 +13,7 @@ namespace tovra::support {
 // How the file is laid out, and in which order its transactions stand.
 enum class SampleLayout {
     sorted,  // the members of every object by name; most transactions in the order of their dates
-    application,  // as inApplicationLayout() does; dates of ten years, in no order
+    application,  // the members as by inHashOrder(); dates of ten years, in no order
 };
 
 struct SampleOptions {

@@ -152,7 +152,9 @@ std::optional<Instant> DayFormatter::parse(std::string_view text) {
     if (!padded.empty()) text = padded;
     const auto date = text.size() == 10 ? parseDay(text) : std::nullopt;
     if (!date) return std::nullopt;
-    return ifExpressible(days_.start(*date));
+    const auto [known, isNew] = starts_.try_emplace(*date);
+    if (isNew) known->second = startOfLocalDay(*date);
+    return ifExpressible(known->second);
 }
 
 std::string DayFormatter::format(Instant instant) const {

@@ -11,8 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include "platform/local_clock.h"
+#include <unordered_map>
 
 namespace tovra {
 
@@ -43,7 +42,7 @@ class DayFormatter {
     [[nodiscard]] std::string format(Instant instant) const;
 
   private:
-    LocalDays days_;
+    std::unordered_map<std::int64_t, std::int64_t> starts_;  // the first instants of days
 };
 
 // The instant that a date text names: date-time first, then day; nothing when it has neither form.

@@ -12,7 +12,7 @@ namespace tovra::support {
 namespace {
 
 const std::string kName = "data.json";
-const std::string kRecordedAlone = "{\n  \"mine\": 7\n}\n";
+const std::string kRecordedAlone = "{\n  \"mine\" : 7\n}";
 
 // Bits of the first byte.
 enum Ability : unsigned {
@@ -99,7 +99,7 @@ class Trial {
         const std::string text = "{\"theirs\":" + number + "}";
         folder_.put(kName, text);
         whole_[text] = saves_;
-        whole_["{\n  \"mine\": 7,\n  \"theirs\": " + number + "\n}\n"] = saves_;
+        whole_["{\n  \"mine\" : 7,\n  \"theirs\" : " + number + "\n}"] = saves_;
     }
 
     // The number of the save in a whole file, the only one being 0; -1 for any other text.

@@ -129,9 +129,11 @@ std::string written(const test::Row& row) {
 
 TEST(Check, SaysWhereAFileStopsBeingJson) {
     test::expectTable("check/golden/faults.txt", {{"fault", faultOf}});
-    test::expectTable(
-        "json/golden/json.txt",
-        {{"repeated", other}, {"number", other}, {"written", written}, {"kept", written}});
+    test::expectTable("json/golden/json.txt", {{"repeated", other},
+                                               {"saved", other},
+                                               {"number", other},
+                                               {"written", written},
+                                               {"kept", written}});
 }
 
 // What the program prints, and the status with which it ends.

@@ -1,6 +1,7 @@
 #include "json/json.h"
 
 #include "json/write.h"
+#include "samples/sample_data.h"
 #include "tests/support/table.h"
 
 namespace tovra::json {
@@ -48,6 +49,18 @@ std::string repeated(const Row& row) {
     return result == text ? "kept" : result.substr(0, 60);
 }
 
+std::string pretty(const Document& document, const Edit& edit) {
+    std::string written;
+    writePretty(document, edit, [&](std::string_view piece) { written += piece; });
+    return written;
+}
+
+// Written as the data file is saved, with the member "+": 1 or the element 1 added.
+std::string saved(const Row& row) {
+    const Document document = parse(row[1]).value();
+    return pretty(document, {document.root(), "+", "1"});
+}
+
 std::string number(const Row& row) {
     const Document document = *parse(row[1]);
     EXPECT_EQ(document.root().member(row[2]).number(), std::strtod(row.at(3).c_str(), nullptr));
@@ -55,9 +68,59 @@ std::string number(const Row& row) {
 }
 
 TEST(Json, IsReadAndWrittenAsTheTableSays) {
-    test::expectTable(
-        "json/golden/json.txt",
-        {{"written", written}, {"kept", kept}, {"repeated", repeated}, {"number", number}});
+    test::expectTable("json/golden/json.txt", {{"written", written},
+                                               {"kept", kept},
+                                               {"repeated", repeated},
+                                               {"saved", saved},
+                                               {"number", number}});
+}
+
+// Whatever the parser refuses stops being JSON somewhere, and nothing else does.
+std::string stops(const Row& row) {
+    const std::string whole = "[" + std::string(70'000, ' ') + "\n" + row[1] + ",0]";
+    for (const std::string& text : {row[1], whole}) {
+        const auto at = whereInvalid(text);
+        EXPECT_EQ(at.has_value(), !parse(text).has_value());
+        if (at) {
+            EXPECT_EQ(whereInvalid(text.substr(0, *at)).value_or(*at), *at);
+        }
+    }
+    const auto at = whereInvalid(row[1]);
+    return at ? std::to_string(*at) : "nowhere";
+}
+
+std::string invalid(const Row& row) {
+    EXPECT_EQ(stops(row) == "nowhere", parse(row[1]).has_value());
+    return row.back();
+}
+
+TEST(Json, SaysWhereItStops) {
+    const auto other = [](const Row& row) { return row.back(); };
+    test::expectTable("json/golden/stops.txt", {{"stops", stops}});
+    test::expectTable("json/golden/json.txt", {{"written", invalid},
+                                               {"kept", invalid},
+                                               {"repeated", other},
+                                               {"saved", other},
+                                               {"number", other}});
+}
+
+TEST(Json, ChangesOnlyTheLinesOfWhatIsAdded) {
+    const std::string before = support::sampleData({.transactions = 500, .today = {}});
+    const Document document = parse(before).value();
+    const std::string record = R"({"b":"/","a":{}})";
+    std::string after = pretty(document, {document.root().member("transactions"), "", record});
+    const std::string lines = ",\n    {\n      \"a\" : {\n\n      },\n      \"b\" : \"\\/\"\n    }";
+    ASSERT_NE(after.find(lines), std::string::npos);
+    EXPECT_EQ(after.erase(after.find(lines), lines.size()), before);
+}
+
+TEST(Json, KeepsMoreNamesThanItExpectsAgain) {
+    std::string object;
+    for (int i = 1000; i < 3000; ++i) {
+        object += (object.empty() ? "{\"" : ",\"") + std::to_string(i) + "\":0";
+    }
+    const std::string text = "[" + object + "}," + object + "}]";
+    EXPECT_EQ(rewritten(text), text);
 }
 
 TEST(Json, TellsNamesApartByEveryByte) {

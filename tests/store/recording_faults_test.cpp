@@ -23,7 +23,7 @@ using Hook = std::function<int(std::string_view)>;
 
 const std::string kName = "data.json";
 const std::string kOld = R"({"theirs":0})";
-const std::string kNew = "{\n  \"mine\": 7,\n  \"theirs\": 0\n}\n";
+const std::string kNew = "{\n  \"mine\" : 7,\n  \"theirs\" : 0\n}";
 
 class RecordingFaults : public testing::Test {
     const support::EnvironmentScope path_{"TOVRA_DATA_FILE", "/folder/data.json"};
