@@ -4,7 +4,6 @@
 #include <array>
 #include <cassert>
 #include <cstdint>
-#include <functional>
 #include <string_view>
 
 #include "json/utf8.h"
@@ -38,26 +37,12 @@ std::error_code problemWith(const struct stat& status, std::size_t longest) {
     return {};
 }
 
-constexpr std::size_t kLongestPiece = std::size_t{64} << 10;
-
-// Hashes of short runs first: the processor works on several at a time.
-std::size_t hashOf(std::string_view piece) {
-    constexpr std::size_t kRun = 128;
-    constexpr std::hash<std::string_view> hash;
-    std::array<std::size_t, kLongestPiece / kRun> runs;
-    std::size_t count = 0;
-    for (; !piece.empty(); piece.remove_prefix(std::min(kRun, piece.size()))) {
-        runs[count++] = hash(piece.substr(0, kRun));
-    }
-    return hash({reinterpret_cast<const char*>(runs.data()), count * sizeof runs[0]});
-}
-
 }  // namespace
 
 std::optional<OpenFile> openFile(const std::filesystem::path& path, std::size_t longest,
                                  std::error_code& error, FileSystem& system) {
     OpenFile file{Descriptor(system, system.openFile(path, error))};
-    // This is the system's error for a socket.
+    // open() of a socket gives ENXIO.
     if (error == std::errc::no_such_device_or_address) error = notRegular();
     if (!error) error = system.status(file.descriptor.get(), file.status);
     if (!error) error = problemWith(file.status, longest);
@@ -79,27 +64,26 @@ std::size_t readAt(const Descriptor& file, char* into, std::size_t room, std::si
     }
 }
 
-// A file may shrink or grow while it is read: somebody is writing it. Then there are fewer bytes,
-// or as many as there were at first. Such a text does not parse, or the save finds that it has
-// changed.
+// Whoever writes the file meanwhile is noticed later: by the parser, or by isAsRead().
 std::size_t FileVersion::read(char* into, std::size_t room, std::error_code& error) {
-    const std::size_t most = std::min({room, kLongestPiece, file_.size() - done_});
+    const std::size_t most = std::min(room, file_.size() - done_);
     const std::size_t count = readAt(file_.descriptor, into, most, done_, error);
-    if (count > 0) pieces_.push_back({count, hashOf({into, count})});
+    hash_.add({into, count});
     done_ += count;
     return count;
 }
 
 bool FileVersion::isAsRead() const {
-    std::array<char, kLongestPiece> bytes;
+    std::array<char, std::size_t{64} << 10> bytes;
     std::error_code error;
+    ByteHash now;
     std::size_t done = 0;
-    for (const Piece& piece : pieces_) {
-        const std::size_t count = readAt(file_.descriptor, bytes.data(), piece.size, done, error);
-        if (count != piece.size || hashOf({bytes.data(), count}) != piece.hash) return false;
-        done += count;
+    // One that grows all the time has an end here too.
+    for (std::size_t count = bytes.size(); count == bytes.size() && done <= done_; done += count) {
+        count = readAt(file_.descriptor, bytes.data(), bytes.size(), done, error);
+        now.add({bytes.data(), count});
     }
-    return readAt(file_.descriptor, bytes.data(), 1, done, error) == 0 && !error;
+    return !error && done == done_ && now.value() == hash();
 }
 
 std::string readablePath(const std::filesystem::path& path) {

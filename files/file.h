@@ -13,8 +13,8 @@
 #include <string>
 #include <system_error>
 #include <utility>
-#include <vector>
 
+#include "files/byte_hash.h"
 #include "files/file_system.h"
 
 namespace tovra {
@@ -69,8 +69,8 @@ struct OpenFile {
                                  std::size_t offset, std::error_code& error);
 
 // A file as it is read once, from its beginning to its end. It stays open, so that no other file
-// can take its inode. The inode therefore tells whether a path still leads to this file. The bytes
-// need no memory: of each piece a hash of 64 bits is kept. Not for several threads.
+// can take its inode. The inode therefore tells whether a path still leads to this file. A hash
+// stands for the bytes, which need no memory. Not for several threads.
 class FileVersion {
   public:
     explicit FileVersion(OpenFile file) : file_(std::move(file)) {}
@@ -80,19 +80,16 @@ class FileVersion {
     [[nodiscard]] std::size_t read(char* into, std::size_t room, std::error_code& error);
 
     // Whether the file holds at this moment what was read, and nothing behind it. For other bytes
-    // it is true once in 2^64 times. Allocates nothing.
+    // it is almost never true (ByteHash). Allocates nothing.
     [[nodiscard]] bool isAsRead() const;
 
     [[nodiscard]] const OpenFile& file() const { return file_; }
+    // Of what was read.
+    [[nodiscard]] std::uint64_t hash() const { return hash_.value(); }
 
   private:
-    struct Piece {
-        std::size_t size;
-        std::size_t hash;
-    };
-
     OpenFile file_;
-    std::vector<Piece> pieces_;
+    ByteHash hash_;
     std::size_t done_ = 0;  // how much has been read
 };
 

@@ -15,20 +15,12 @@
 namespace tovra {
 namespace {
 
-// The result of the call, once no signal interrupts it.
+// The same with its error.
 template <typename Call>
 auto uninterrupted(const Call& call, std::error_code& error) {
-    auto result = call();
-    while (result < 0 && errno == EINTR) result = call();
+    const auto result = uninterrupted(call);
     error = errorOf(result);
     return result;
-}
-
-template <typename Call>
-std::error_code errorOfUninterrupted(const Call& call) {
-    std::error_code error;
-    uninterrupted(call, error);
-    return error;
 }
 
 std::size_t size(ssize_t count) { return count < 0 ? 0 : static_cast<std::size_t>(count); }
@@ -65,11 +57,11 @@ int FileSystem::createExclusively(Path path, Error& error) {
 std::error_code FileSystem::close(int file) { return errorOf(::close(file)); }
 
 std::error_code FileSystem::status(int file, struct stat& status) {
-    return errorOf(::fstat(file, &status));
+    return errorOf(uninterrupted([&] { return ::fstat(file, &status); }));
 }
 
 std::error_code FileSystem::look(Path path, struct stat& status) {
-    return errorOf(::lstat(path.c_str(), &status));
+    return errorOf(uninterrupted([&] { return ::lstat(path.c_str(), &status); }));
 }
 
 std::filesystem::path FileSystem::linkTarget(Path path, Error& error) {
@@ -94,7 +86,7 @@ std::error_code FileSystem::mayWrite(Path path) {
 }
 
 std::error_code FileSystem::lock(int folder) {
-    return errorOfUninterrupted([&] { return ::flock(folder, LOCK_EX | LOCK_NB); });
+    return errorOf(uninterrupted([&] { return ::flock(folder, LOCK_EX | LOCK_NB); }));
 }
 
 std::size_t FileSystem::read(int file, char* into, std::size_t room, std::size_t offset,
@@ -108,11 +100,11 @@ std::size_t FileSystem::write(int file, std::string_view bytes, Error& error) {
 }
 
 std::error_code FileSystem::changeOwner(int file, uid_t owner, gid_t group) {
-    return errorOf(::fchown(file, owner, group));
+    return errorOf(uninterrupted([&] { return ::fchown(file, owner, group); }));
 }
 
 std::error_code FileSystem::changeMode(int file, mode_t mode) {
-    return errorOf(::fchmod(file, mode));
+    return errorOf(uninterrupted([&] { return ::fchmod(file, mode); }));
 }
 
 std::error_code FileSystem::rename(Path from, Path to) {

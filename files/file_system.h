@@ -1,14 +1,15 @@
-// Every call that a save makes to the system, one method each. A test can stand in for all of them.
+// Calls to the file system, one method each. A test can stand in for all that a save makes.
 //
 // An error code that a method returns or sets is empty on success, and the system's reason on
-// failure. A call that a signal interrupts is made again, except close. May be called from several
-// threads.
+// failure. Network file systems may report a failure of what they have done. A call that a signal
+// interrupts is made again, where that does no harm. May be called from several threads.
 #pragma once
 
 #include <sys/stat.h>
 #include <sys/types.h>
 
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -19,26 +20,6 @@
 #include <vector>
 
 namespace tovra {
-
-// One entry of a POSIX access control list: who may do what with a file, beyond its mode. The kinds
-// have the numbers that Linux stores.
-struct AccessEntry {
-    enum Kind : std::uint16_t {
-        owner = 1,
-        user = 2,
-        group = 4,
-        otherGroup = 8,
-        mask = 16,
-        others = 32
-    };
-
-    std::uint16_t kind;
-    std::uint16_t rights;  // as in one digit of a mode: 4 read, 2 write, 1 execute
-    std::uint32_t id;      // of the user or other group
-
-    bool operator==(const AccessEntry&) const = default;
-};
-using AccessList = std::vector<AccessEntry>;
 
 class FileSystem {
   public:
@@ -53,11 +34,9 @@ class FileSystem {
     // The system itself.
     [[nodiscard]] static FileSystem& system();
 
-    // Each of the four gives a descriptor, negative on failure. The new files have mode 0600.
+    // Each of the three gives a descriptor, negative on failure. The new file has mode 0600.
     virtual int openFile(Path path, Error& error);
     virtual int openFolder(Path path, Error& error);
-    // A file without a name in that folder; an error where the system knows no such files.
-    virtual int createUnnamed(Path folder, Error& error);
     virtual int createExclusively(Path path, Error& error);
     virtual Error close(int file);
 
@@ -75,8 +54,6 @@ class FileSystem {
                              Error& error);
     // Gives how many bytes were written, perhaps less than all.
     virtual std::size_t write(int file, std::string_view bytes, Error& error);
-    // Lets the system begin to bring a file's bytes to the disk. It need not.
-    virtual Error beginSynchronising(int file);
     // Brings a file's bytes, or a folder's entries, to the disk itself.
     virtual Error synchronise(int file);
     // The same for everything on the file system of that file.
@@ -84,19 +61,17 @@ class FileSystem {
 
     virtual Error changeOwner(int file, uid_t owner, gid_t group);
     virtual Error changeMode(int file, mode_t mode);
-    // Copies extended attributes, on macOS the access control list too. What the system keeps for
-    // itself is left out, and what the other file cannot carry.
+    // Copies extended attributes. What the system keeps for itself is left out, and what the other
+    // file cannot carry.
     virtual Error copyAttributes(int from, int to);
-    // Empty where the mode says everything; ENOTSUP where there are no such lists.
-    virtual AccessList accessList(int file, Error& error);
-    virtual Error setAccessList(int file, const AccessList& list);
+    // Copies the access control list, and says whether there is one. Where there is none, the other
+    // file loses what it has inherited.
+    virtual Error copyAccessList(int from, int to, bool& isThere);
 
-    // Gives the name to a file without one, unless the name is taken (EEXIST).
-    virtual Error link(int file, Path path);
     virtual Error rename(Path from, Path to);
-    // Renames unless `to` exists (EEXIST).
+    // Renames unless `to` exists (EEXIST); EINVAL, ENOSYS or ENOTSUP where that is not possible.
     virtual Error renameExclusively(Path from, Path to);
-    // Exchanges two files in one step; EINVAL, ENOSYS or ENOTSUP where that is not possible.
+    // Exchanges two files in one step; the same errors where that is not possible.
     virtual Error exchange(Path a, Path b);
     virtual Error remove(Path path);
     virtual Error makeFolder(Path path);
@@ -111,5 +86,14 @@ class FileSystem {
 
 // The reason in errno, or none where the result of a call tells of success.
 [[nodiscard]] std::error_code errorOf(std::intmax_t result);
+
+// The result of a call, made again as long as a signal interrupts it. Not for calls that may have
+// been done nevertheless and would come to something else the second time.
+template <typename Call>
+auto uninterrupted(const Call& call) {
+    auto result = call();
+    while (result < 0 && errno == EINTR) result = call();
+    return result;
+}
 
 }  // namespace tovra

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 
 #include "files/file_system.h"
 
@@ -13,8 +12,6 @@ namespace tovra {
 namespace {
 
 constexpr const char* kAccessListName = "system.posix_acl_access";
-// The number that stands before the entries of an access control list and tells their form.
-constexpr std::uint32_t kAccessListForm = 2;
 
 // Called by its number, since not every C library has a function for it.
 int rename2(const std::filesystem::path& from, const std::filesystem::path& to, unsigned flags) {
@@ -41,6 +38,11 @@ std::string attribute(int file, const char* name, std::error_code& error) {
         return ::fgetxattr(file, name, into, room);
     };
     return readSized(read, error);
+}
+
+std::error_code setAttribute(int file, const char* name, const std::string& value) {
+    return errorOf(
+        uninterrupted([&] { return ::fsetxattr(file, name, value.data(), value.size(), 0); }));
 }
 
 std::vector<std::string> attributeNames(int file, std::error_code& error) {
@@ -72,19 +74,13 @@ bool isAbsent(const std::error_code& error) {
 
 }  // namespace
 
-int FileSystem::createUnnamed(Path folder, Error& error) {
-    const int file = ::open(folder.c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    error = errorOf(file);
-    return file;
+std::error_code FileSystem::synchronise(int file) {
+    return errorOf(uninterrupted([&] { return ::fsync(file); }));
 }
 
-std::error_code FileSystem::beginSynchronising(int file) {
-    return errorOf(::sync_file_range(file, 0, 0, SYNC_FILE_RANGE_WRITE));
+std::error_code FileSystem::synchroniseAll(int file) {
+    return errorOf(uninterrupted([&] { return ::syncfs(file); }));
 }
-
-std::error_code FileSystem::synchronise(int file) { return errorOf(::fsync(file)); }
-
-std::error_code FileSystem::synchroniseAll(int file) { return errorOf(::syncfs(file)); }
 
 std::error_code FileSystem::copyAttributes(int from, int to) {
     Error error;
@@ -93,37 +89,20 @@ std::error_code FileSystem::copyAttributes(int from, int to) {
     for (const std::string& name : names) {
         if (isNotForCopying(name)) continue;
         const std::string value = attribute(from, name.c_str(), error);
-        if (!error) error = errorOf(::fsetxattr(to, name.c_str(), value.data(), value.size(), 0));
+        if (!error) error = setAttribute(to, name.c_str(), value);
         if (error && !mayStayBehind(name, error)) return error;
     }
     return {};
 }
 
-AccessList FileSystem::accessList(int file, Error& error) {
-    const std::string bytes = attribute(file, kAccessListName, error);
-    if (error == std::errc::no_message_available) error.clear();
-    if (bytes.size() <= sizeof kAccessListForm) return {};
-    AccessList list((bytes.size() - sizeof kAccessListForm) / sizeof(AccessEntry));
-    std::memcpy(list.data(), bytes.data() + sizeof kAccessListForm,
-                list.size() * sizeof(AccessEntry));
-    return list;
-}
-
-std::error_code FileSystem::setAccessList(int file, const AccessList& list) {
-    if (list.empty()) {
-        const Error error = errorOf(::fremovexattr(file, kAccessListName));
-        return isAbsent(error) ? Error() : error;
-    }
-    std::string bytes(sizeof kAccessListForm + list.size() * sizeof(AccessEntry), '\0');
-    std::memcpy(bytes.data(), &kAccessListForm, sizeof kAccessListForm);
-    std::memcpy(bytes.data() + sizeof kAccessListForm, list.data(),
-                list.size() * sizeof(AccessEntry));
-    return errorOf(::fsetxattr(file, kAccessListName, bytes.data(), bytes.size(), 0));
-}
-
-std::error_code FileSystem::link(int file, Path path) {
-    const std::string unnamed = "/proc/self/fd/" + std::to_string(file);
-    return errorOf(::linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW));
+std::error_code FileSystem::copyAccessList(int from, int to, bool& isThere) {
+    Error error;
+    const std::string list = attribute(from, kAccessListName, error);
+    isThere = !error && !list.empty();
+    if (isThere) return setAttribute(to, kAccessListName, list);
+    if (error && !isAbsent(error)) return error;
+    error = errorOf(::fremovexattr(to, kAccessListName));
+    return isAbsent(error) ? Error() : error;
 }
 
 std::error_code FileSystem::exchange(Path a, Path b) {
@@ -131,13 +110,7 @@ std::error_code FileSystem::exchange(Path a, Path b) {
 }
 
 std::error_code FileSystem::renameExclusively(Path from, Path to) {
-    const Error error = errorOf(rename2(from, to, RENAME_NOREPLACE));
-    if (error != std::errc::invalid_argument && error != std::errc::function_not_supported) {
-        return error;
-    }
-    if (::link(from.c_str(), to.c_str()) != 0) return errorOf(-1);
-    ::unlink(from.c_str());  // a second name does no harm
-    return {};
+    return errorOf(rename2(from, to, RENAME_NOREPLACE));
 }
 
 std::array<timespec, 2> changeTimes(const struct stat& status) {

@@ -11,41 +11,19 @@
 namespace tovra {
 namespace {
 
-std::error_code notSupported() { return std::make_error_code(std::errc::not_supported); }
-
 // On macOS these are two different numbers.
 bool isUnsupported(const std::error_code& error) {
     return error == std::errc::not_supported || error == std::errc::operation_not_supported;
 }
 
-// Copies the access control list. Where there is none an empty one is set, since the new file may
-// have inherited entries from its folder.
-std::error_code copyAccessList(int from, int to) {
-    acl_t list = ::acl_get_fd_np(from, ACL_TYPE_EXTENDED);
-    if (list == nullptr && errno != ENOENT) {
-        return isUnsupported(errorOf(-1)) ? std::error_code() : errorOf(-1);
-    }
-    if (list == nullptr) list = ::acl_init(1);
-    const std::error_code error = errorOf(::acl_set_fd_np(to, list, ACL_TYPE_EXTENDED));
-    ::acl_free(list);
-    return isUnsupported(error) ? std::error_code() : error;
-}
-
 }  // namespace
-
-int FileSystem::createUnnamed(Path /*folder*/, Error& error) {
-    error = notSupported();
-    return -1;
-}
-
-std::error_code FileSystem::beginSynchronising(int /*file*/) { return {}; }
 
 std::error_code FileSystem::synchronise(int file) {
     // fsync leaves the bytes in the drive's own cache. It is used only where the file system does
     // not know the full form.
-    if (::fcntl(file, F_FULLFSYNC) == 0) return {};
+    if (uninterrupted([&] { return ::fcntl(file, F_FULLFSYNC); }) == 0) return {};
     if (errno != ENOTSUP && errno != EOPNOTSUPP && errno != ENOTTY) return errorOf(-1);
-    return errorOf(::fsync(file));
+    return errorOf(uninterrupted([&] { return ::fsync(file); }));
 }
 
 // On macOS the full form writes out the changes of the whole volume.
@@ -53,20 +31,20 @@ std::error_code FileSystem::synchroniseAll(int file) { return synchronise(file);
 
 std::error_code FileSystem::copyAttributes(int from, int to) {
     const Error error = errorOf(::fcopyfile(from, to, nullptr, COPYFILE_XATTR));
-    if (error && !isUnsupported(error)) return error;
-    return copyAccessList(from, to);
+    return isUnsupported(error) ? Error() : error;
 }
 
-AccessList FileSystem::accessList(int /*file*/, Error& error) {
-    error = notSupported();
-    return {};
+std::error_code FileSystem::copyAccessList(int from, int to, bool& isThere) {
+    acl_t list = ::acl_get_fd_np(from, ACL_TYPE_EXTENDED);
+    Error error = errorOf(list == nullptr ? -1 : 0);
+    isThere = !error;
+    if (error == std::errc::no_such_file_or_directory) list = ::acl_init(1);
+    if (list != nullptr) {
+        error = errorOf(::acl_set_fd_np(to, list, ACL_TYPE_EXTENDED));
+        ::acl_free(list);
+    }
+    return isUnsupported(error) ? Error() : error;
 }
-
-std::error_code FileSystem::setAccessList(int /*file*/, const AccessList& list) {
-    return list.empty() ? Error() : notSupported();
-}
-
-std::error_code FileSystem::link(int /*file*/, Path /*path*/) { return notSupported(); }
 
 std::error_code FileSystem::exchange(Path a, Path b) {
     return errorOf(::renamex_np(a.c_str(), b.c_str(), RENAME_SWAP));

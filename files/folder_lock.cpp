@@ -64,17 +64,28 @@ std::error_code NewFolders::make(const fs::path& folder) {
     std::error_code error = system_.makeFolder(folder);
     if (error) {
         made_.pop_back();
-        return error == std::errc::file_exists ? std::error_code() : error;
+        // Somebody was quicker, or the call was done and yet reports a failure. It is not removed:
+        // another program may be about to use it.
+        const std::error_code unseen = system_.look(folder, found);
+        if (unseen == std::errc::no_such_file_or_directory) return error;
+        isCertain_ = false;
+        if (unseen || !S_ISDIR(found.st_mode)) return error;
     }
     const Descriptor opened(system_, system_.openFolder(above, error));
     if (!error) return synchroniseFolder(system_, opened);
-    return error == std::errc::permission_denied ? std::error_code() : error;
+    if (error != std::errc::permission_denied) return error;
+    const Descriptor made(system_, system_.openFolder(folder, error));
+    return error ? error : system_.synchroniseAll(made.get());
 }
 
 bool NewFolders::remove() {
-    bool isGone = true;
+    bool isGone = isCertain_;
     for (; !made_.empty(); made_.pop_back()) {
-        if (system_.removeFolder(made_.back())) isGone = false;
+        struct stat found {};
+        const bool isRemoved =
+            !system_.removeFolder(made_.back()) ||
+            system_.look(made_.back(), found) == std::errc::no_such_file_or_directory;
+        isGone = isGone && isRemoved;
     }
     return isGone;
 }

@@ -17,8 +17,8 @@ namespace tovra {
 // the same lock. A lock on the file itself would end when the file is replaced, and a lock file
 // would be left behind.
 //
-// A save is right without the lock, which only spares it from being done again. There is none where
-// the file system has no locks, the folder may not be read, or somebody else keeps it.
+// The lock spares work; it is not needed for safety. There is none where the file system has no
+// locks, the folder may not be read, or somebody else keeps it.
 class Folder {
   public:
     // Waits while another program has the lock and `mayWait` allows it. Nothing comes back where
@@ -49,13 +49,14 @@ class NewFolders {
 
     // Makes the folder and all above it that are missing, each on the disk when this returns.
     [[nodiscard]] std::error_code make(const std::filesystem::path& folder);
-    // Removes those that were made. False where one of them stays.
+    // Removes those that were made. False where one of them stays, or may be one that stays.
     [[nodiscard]] bool remove();
     void keep() { made_.clear(); }
 
   private:
     FileSystem& system_;
     std::vector<std::filesystem::path> made_;
+    bool isCertain_ = true;  // that all others were made by somebody else
 };
 
 // The folder that holds the file.

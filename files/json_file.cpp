@@ -20,8 +20,8 @@ bool isShortage(const std::error_code& error) {
 // Parses what `read` gives, at most `size` bytes. It gives none at the end, and sets `error` where
 // reading fails.
 template <typename Read>
-std::optional<json::Document> parse(std::size_t size, const Read& read,
-                                    const std::error_code& error, const json::Names& names) {
+std::optional<json::Document> parseRead(std::size_t size, const Read& read,
+                                        const std::error_code& error, const json::Names& names) {
     bool isFirst = true;
     const auto next = [&](char* into, std::size_t room) -> std::ptrdiff_t {
         std::string_view text(into, read(into, room));
@@ -54,13 +54,13 @@ std::optional<json::Document> parseFile(const std::filesystem::path& path, std::
         done += count;
         return count;
     };
-    return parse(file->size(), read, error, names);
+    return parseRead(file->size(), read, error, names);
 }
 
 std::optional<json::Document> parseFile(FileVersion& version, std::error_code& error,
                                         const json::Names& names) {
     const auto read = [&](char* into, std::size_t room) { return version.read(into, room, error); };
-    return parse(version.file().size(), read, error, names);
+    return parseRead(version.file().size(), read, error, names);
 }
 
 }  // namespace tovra

@@ -8,10 +8,10 @@
 namespace tovra {
 
 // Calls `look` until `isSettled` is true of what it gives, and returns what it gave last. That is
-// at most five times, with pauses of 0.2 seconds together.
+// at most six times, with pauses of a quarter of a second together.
 template <typename Look, typename IsSettled>
 auto lookUntil(FileSystem& system, const IsSettled& isSettled, const Look& look) {
-    constexpr int kMostLooks = 5;
+    constexpr int kMostLooks = 6;
     constexpr std::chrono::milliseconds kPause(50);
     for (int i = 1; i < kMostLooks; ++i) {
         auto seen = look();

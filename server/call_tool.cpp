@@ -58,9 +58,10 @@ ToolResult callTool(std::string_view name, json::Value arguments, bool readOnly)
         return {"This Tovra connector is read-only; " + std::string(name) + " is disabled.", true};
     }
     // Made before the call, since there may be no memory for it when it is needed.
-    ToolResult shortage{
-        "Error: There is not enough memory for this call, or too many files are open. ", true};
-    shortage.text += tool->access == Access::writes ? kPerhapsRecorded : "Nothing was changed.";
+    const RecordingError problem(
+        "There is not enough memory for this call, or too many files are open",
+        tool->access == Access::writes ? After::unknown : After::unchanged);
+    ToolResult shortage{std::string("Error: ") + problem.what(), true};
     try {
         return run(*tool, arguments);
     } catch (const std::bad_alloc&) {

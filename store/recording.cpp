@@ -1,7 +1,10 @@
 #include "store/recording.h"
 
+#include <atomic>
 #include <chrono>
+#include <mutex>
 #include <optional>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -9,29 +12,29 @@
 #include "files/folder_lock.h"
 #include "files/json_file.h"
 #include "files/look_again.h"
+#include "files/replace_file.h"
 #include "store/data_file.h"
 #include "store/fields.h"
-#include "store/turnstile.h"
 
 namespace tovra {
 namespace {
 
 namespace fs = std::filesystem;
-using Left = RecordingError::Left;
 
-// One recording at a time, and none once the process is about to end.
-Turnstile& turnstile() {
-    static Turnstile turnstile;
-    return turnstile;
-}
+// What the recordings of the process have in common: one at a time, and none that nobody is told
+// of.
+struct Shared {
+    std::mutex turn;
+    std::atomic<bool (*)()> canAnswer{[] { return true; }};
+};
 
-std::function<bool()>& canAnswer() {
-    static std::function<bool()> canAnswer;
-    return canAnswer;
+Shared& shared() {
+    static Shared shared;
+    return shared;
 }
 
 // Whether a recording may still be saved.
-bool mayRecord() { return !turnstile().isClosed() && (!canAnswer() || canAnswer()()); }
+bool mayRecord() { return shared().canAnswer.load()(); }
 
 // The file as it was read, and what a recording makes of it.
 struct Loaded {
@@ -42,13 +45,19 @@ struct Loaded {
 // Reads the file once. A file that is missing is no problem.
 Loaded loadOnce(FileSystem& system, const fs::path& path) {
     Loaded loaded{{}, {path, std::move(*json::parse("{}")), {}}};
+    const auto unreadable = [](const std::error_code& error) {
+        return "The data file could not be read: " + error.message();
+    };
     std::error_code error;
     auto file = openFile(path, json::kMaxSize, error, system);
     if (error == std::errc::no_such_file_or_directory) return loaded;
-    std::optional<json::Document> document;
-    if (file) document = parseFile(loaded.version.emplace(std::move(*file)), error, allFields());
+    if (!file) {
+        loaded.data.problem = unreadable(error);
+        return loaded;
+    }
+    auto document = parseFile(loaded.version.emplace(std::move(*file)), error, allFields());
     if (error) {
-        loaded.data.problem = "The data file could not be read: " + error.message();
+        loaded.data.problem = unreadable(error);
     } else if (document && document->root().is(json::Kind::object)) {
         loaded.data.document = std::move(*document);
     } else {
@@ -73,9 +82,9 @@ class Recording {
         : change_(change), system_(system), newFolders_(system) {}
 
     std::string make() {
-        const Turn turn(turnstile());
+        const std::lock_guard turn(shared().turn);
         try {
-            if (!turn.isInside()) throw RecordingError("The server is about to end");
+            if (!mayRecord()) throw SaveError("The server is about to end");
             constexpr int kMostTries = 16;
             for (int i = 0; i < kMostTries; ++i) {
                 auto text = attempt();
@@ -83,19 +92,19 @@ class Recording {
                 newFolders_.keep();
                 return std::move(*text);  // what is saved needs no more memory
             }
-            throw ReplaceError("other programs keep changing it");
-        } catch (const ReplaceError& error) {
-            const bool isClean = newFolders_.remove() || error.left() != Left::nothing;
-            throw RecordingError(std::string("The data file could not be saved: ") + error.what(),
-                                 path_, isClean ? error.left() : Left::remains);
+            throw notSaved(SaveError("other programs keep changing it"));
+        } catch (const SaveError& error) {
+            if (newFolders_.remove() || error.after() != After::unchanged) throw;
+            throw SaveError(error.problem(), After::leftovers);
         }
     }
 
   private:
-    // Nothing comes back when another writer was quicker.
+    // Nothing comes back where it has to be tried again: another writer was quicker, or the folder
+    // had to be made.
     std::optional<std::string> attempt() {
         const DataFileLocation location = locateDataFile();
-        if (location.preferencesProblem) throw RecordingError(*location.preferencesProblem);
+        if (location.preferencesProblem) throw SaveError(*location.preferencesProblem);
         path_ = resolved(system_, location.path);
 
         std::error_code folderError;  // of interest only when there is something to save
@@ -107,31 +116,41 @@ class Recording {
         Change made = change_(loaded.data);
         if (!made.edit) return std::move(made.text);
         if (loaded.data.problem) loaded.data.refuse(*loaded.data.problem);
-        if (folder) return save(*folder, loaded, made);
+        if (folder) {
+            if (!save(*folder, loaded, *made.edit)) return std::nullopt;
+            return std::move(made.text);
+        }
         if (folderError == std::errc::no_such_file_or_directory) {
             folderError = newFolders_.make(folderOf(path_));
         }
-        if (folderError) throw ReplaceError(folderError);
+        if (folderError) throw notSaved(SaveError(folderError));
         return std::nullopt;
     }
 
-    std::optional<std::string> save(const Folder& folder, const Loaded& loaded, Change& made) {
-        const WriteBytes writeBytes = [&](const json::Sink& sink) {
+    // False where another writer was quicker.
+    bool save(const Folder& folder, const Loaded& loaded, const json::Edit& edit) {
+        NewFile file(system_, folder, path_, loaded.version ? &*loaded.version : nullptr);
+        try {
+            file.create();
             std::size_t size = 0;
-            json::writePretty(loaded.data.document, *made.edit, [&](std::string_view bytes) {
+            json::writePretty(loaded.data.document, edit, [&](std::string_view bytes) {
                 size += bytes.size();
-                if (size > json::kMaxSize) throw ReplaceError("it would be too large");
-                sink(bytes);
+                if (size > json::kMaxSize) throw SaveError("it would be too large");
+                file.write(bytes);
             });
-        };
-        const auto beforeReplacing = [] {
-            if (!mayRecord()) throw ReplaceError("the server is about to end");
-        };
-        const FileVersion* before = loaded.version ? &*loaded.version : nullptr;
-        const auto replacement =
-            replaceFile(system_, folder, {path_, before, writeBytes, beforeReplacing});
-        if (replacement == Replacement::changed) return std::nullopt;
-        return std::move(made.text);
+            file.synchronise();
+            if (!mayRecord()) throw SaveError("the server is about to end");
+            return file.replaceTarget();
+        } catch (const SaveError& error) {
+            const bool isClean = file.remove() || error.after() != After::unchanged;
+            throw notSaved(SaveError(error.problem(), isClean ? error.after() : After::leftovers));
+        }
+    }
+
+    [[nodiscard]] SaveError notSaved(const SaveError& error) const {
+        return SaveError("The data file could not be saved: " + error.problem() + " (" +
+                             readablePath(path_) + ")",
+                         error.after());
     }
 
     static constexpr std::chrono::seconds kLongestWait{2};
@@ -146,33 +165,18 @@ class Recording {
         std::chrono::steady_clock::now() + kLongestWait;
 };
 
-std::string ending(Left left) {
-    switch (left) {
-        case Left::nothing:
-            return ". Nothing was changed.";
-        case Left::remains:
-            return ".";
-        case Left::unknown:
-            return std::string(". ").append(kPerhapsRecorded);
-    }
-    return ".";
-}
-
 }  // namespace
-
-RecordingError::RecordingError(const std::string& problem, Left left)
-    : std::runtime_error(problem + ending(left)) {}
-
-RecordingError::RecordingError(const std::string& problem, const fs::path& file, Left left)
-    : RecordingError(problem + " (" + readablePath(file) + ")", left) {}
 
 std::string changeDataFile(const std::function<Change(const DataSnapshot&)>& change,
                            FileSystem& system) {
     return Recording(change, system).make();
 }
 
-void recordOnlyWhile(std::function<bool()> check) { canAnswer() = std::move(check); }
+void recordOnlyWhile(bool (*canAnswer)()) { shared().canAnswer = canAnswer; }
 
-void finishRecordings() { turnstile().close(); }
+void finishRecordings() {
+    recordOnlyWhile([] { return false; });
+    const std::lock_guard turn(shared().turn);
+}
 
 }  // namespace tovra

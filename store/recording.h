@@ -8,31 +8,19 @@
 #include <filesystem>
 #include <functional>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "files/file.h"
 #include "files/file_system.h"
-#include "files/replace_file.h"
+#include "files/save_error.h"
 #include "json/json.h"
 #include "json/write.h"
 
 namespace tovra {
 
-// What is said of a recording where nobody knows whether it is on the disk.
-inline constexpr std::string_view kPerhapsRecorded =
-    "It may have been recorded all the same: look before you try again.";
-
-// Why nothing could be recorded. The text says what is wrong and where. It ends with "Nothing was
-// changed." where that is certain.
-class RecordingError : public std::runtime_error {
-  public:
-    using Left = ReplaceError::Left;
-    // `problem` is without its full stop.
-    explicit RecordingError(const std::string& problem, Left left = Left::nothing);
-    RecordingError(const std::string& problem, const std::filesystem::path& file,
-                   Left left = Left::nothing);
-};
+// Why nothing could be recorded, and what that has left: says what is wrong and where.
+using RecordingError = SaveError;
 
 // The data file as a recording finds it.
 struct DataSnapshot {
@@ -45,7 +33,7 @@ struct DataSnapshot {
     [[nodiscard]] json::Value root() const { return document.root(); }
     // Throws RecordingError.
     [[noreturn]] void refuse(const std::string& reason) const {
-        throw RecordingError(reason, path);
+        throw RecordingError(reason + " (" + readablePath(path) + ")");
     }
 };
 
@@ -57,8 +45,8 @@ struct Change {
 
 // Loads the data file, lets `change` decide, saves the edit that it gives and returns its text.
 // Without an edit nothing is written, not even a directory. `change` may throw RecordingError to
-// refuse. Where another writer was quicker, it is called again with the newer file. Calls have
-// their turn in the order in which they come.
+// refuse. Where another writer was quicker, it is called again with the newer file. One call is
+// made at a time; the others wait.
 //
 // Waits for the folder's lock at most until two seconds after the call, then goes on without it.
 // Three things are looked at again for a quarter of a second: a file with a problem, one that is
@@ -69,13 +57,13 @@ struct Change {
 [[nodiscard]] std::string changeDataFile(const std::function<Change(const DataSnapshot&)>& change,
                                          FileSystem& system = FileSystem::system());
 
-// From now on a recording is saved only if `canAnswer` says that somebody can still be told. It is
-// asked while a recording waits, and again just before the file is replaced. To be called before
-// the first recording; `canAnswer` may be called from several threads.
-void recordOnlyWhile(std::function<bool()> canAnswer);
+// From now on a recording of this process is saved only if `canAnswer` says that somebody can still
+// be told. It is asked before a recording begins, while it waits, and again just before the file is
+// replaced. It is called from the threads that record.
+void recordOnlyWhile(bool (*canAnswer)());
 
-// For a process that is about to end: waits for the recording that is under way, and lets none
-// begin any more.
+// For a process that is about to end and will answer no more: waits for the recording that is under
+// way, and lets none be saved any more.
 void finishRecordings();
 
 }  // namespace tovra

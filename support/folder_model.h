@@ -1,4 +1,4 @@
-// A file system in memory that holds one folder, and may fail at any call.
+// A file system in memory that holds "/folder", and may fail at any call.
 // Its time passes faster.
 #pragma once
 
@@ -23,24 +23,38 @@ class FolderModel : public FileSystem {
         mode_t mode = 0600;
         uid_t owner = 1000;
         gid_t group = 1000;
-        AccessList list = {};
+        std::string list = {};  // for access control; empty is none
         ino_t inode = 0;
+        time_t modified = 0;  // the bytes
+        time_t changed = 0;   // the rest, too
     };
     using FilePointer = std::shared_ptr<File>;
     using Names = std::map<std::string, FilePointer>;
 
+    // A call fails for such a reason without being done. With `done` added, it is done before.
+    static constexpr int done = 1 << 20;
     // Before each call: its name goes in, a reason to fail or 0 comes out.
     std::function<int(std::string_view call)> before = [](auto) { return 0; };
     Names names;
+    bool hasFolder = true;
+    bool isFolderOnDisk = true;
     // What the folder may hold after the power fails, the state that was synchronised first.
     std::vector<Names> history{1};
+    std::string inheritedList;  // what new files get
 
     // As another program does it. The file is on the disk.
     File& put(const std::string& name, const std::string& bytes) {
+        hasFolder = isFolderOnDisk = true;
         names[name] = newFile();
-        names[name]->bytes = names[name]->onDisk = bytes;
-        history = {names};
+        putInto(name, bytes);
         return *names[name];
+    }
+    // The same in the file itself.
+    void putInto(const std::string& name, const std::string& bytes) {
+        File& file = *names.at(name);
+        file.bytes = file.onDisk = bytes;
+        file.modified = file.changed = ++time_;
+        history = {names};
     }
     [[nodiscard]] std::string bytes(const std::string& name) const {
         return names.contains(name) ? names.at(name)->bytes : "";
@@ -50,10 +64,10 @@ class FolderModel : public FileSystem {
         return open("open file", error, [&] { return find(path); });
     }
     int openFolder(Path path, Error& error) override {
-        return open("open folder", error, [&] { return path == "/folder" ? folder_ : nullptr; });
-    }
-    int createUnnamed(Path /*folder*/, Error& error) override {
-        return open("create unnamed", error, [&] { return newFile(); });
+        return open("open folder", error, [&]() -> FilePointer {
+            if (path == "/") return root_;
+            return path == "/folder" && hasFolder ? folder_ : nullptr;
+        });
     }
     int createExclusively(Path path, Error& error) override {
         return open("create", error, [&] { return named(path, newFile()); });
@@ -64,7 +78,11 @@ class FolderModel : public FileSystem {
         return at("status", [&] { return fill(status, files_.at(file)); });
     }
     Error look(Path path, struct stat& status) override {
-        return at("look", [&] { return find(path) ? fill(status, find(path)) : ENOENT; });
+        return at("look", [&] {
+            if (find(path)) return fill(status, find(path));
+            status.st_mode = S_IFDIR | 0700;
+            return path == "/" || (path == "/folder" && hasFolder) ? 0 : ENOENT;
+        });
     }
     std::vector<std::string> namesIn(Path /*folder*/, Error& error) override {
         std::vector<std::string> found;
@@ -89,40 +107,39 @@ class FolderModel : public FileSystem {
         files_.at(file)->bytes += bytes.substr(0, count);
         return count;
     }
-    Error beginSynchronising(int /*file*/) override { return at("begin synchronising"); }
     Error synchronise(int file) override {
-        File& it = *files_.at(file);
-        return at(&it == folder_.get() ? "synchronise folder" : "synchronise", [&] {
-            it.onDisk = it.bytes;
-            if (&it == folder_.get()) history = {names};
+        const FilePointer it = files_.at(file);
+        return at(it == root_ || it == folder_ ? "synchronise folder" : "synchronise", [&] {
+            it->onDisk = it->bytes;
+            if (it == root_) isFolderOnDisk = true;
+            if (it == folder_) history = {names};
             return 0;
         });
     }
     Error synchroniseAll(int file) override {
-        history = {names};
-        return synchronise(file);
+        return at("synchronise all", [&] {
+            files_.at(file)->onDisk = files_.at(file)->bytes;
+            isFolderOnDisk = hasFolder;
+            return history = {names}, 0;
+        });
     }
     Error changeOwner(int file, uid_t owner, gid_t group) override {
-        File& it = *files_.at(file);
-        return at("owner", [&] { return it.owner = owner, it.group = group, 0; });
+        const bool isGroupAlone = owner == static_cast<uid_t>(-1);
+        return at(isGroupAlone ? "group" : "owner", [&] {
+            if (!isGroupAlone) files_.at(file)->owner = owner;
+            return files_.at(file)->group = group, 0;
+        });
     }
     Error changeMode(int file, mode_t mode) override {
         return at("mode", [&] { return files_.at(file)->mode = mode, 0; });
     }
     Error copyAttributes(int /*from*/, int /*to*/) override { return at("attributes"); }
-    AccessList accessList(int file, Error& error) override {
-        error = at("access list");
-        return error ? AccessList() : files_.at(file)->list;
-    }
-    Error setAccessList(int file, const AccessList& list) override {
-        const char* call = list.empty() ? "clear access list" : "set access list";
-        return at(call, [&] { return files_.at(file)->list = list, 0; });
-    }
-    Error link(int file, Path path) override {
-        return at("link", [&] { return find(path) ? EEXIST : (named(path, files_.at(file)), 0); });
+    Error copyAccessList(int from, int to, bool& isThere) override {
+        isThere = !files_.at(from)->list.empty();
+        return at("access list", [&] { return files_.at(to)->list = files_.at(from)->list, 0; });
     }
     Error rename(Path from, Path to) override {
-        return at("rename", [&] { return move(from, to); });
+        return at(find(to) ? "rename over" : "rename", [&] { return move(from, to); });
     }
     Error renameExclusively(Path from, Path to) override {
         return at("rename exclusively", [&] { return find(to) ? EEXIST : move(from, to); });
@@ -130,6 +147,7 @@ class FolderModel : public FileSystem {
     Error exchange(Path a, Path b) override {
         return at("exchange", [&] {
             if (!find(a) || !find(b)) return ENOENT;
+            find(a)->changed = find(b)->changed = ++time_;
             std::swap(names[a.filename()], names[b.filename()]);
             return history.push_back(names), 0;
         });
@@ -140,6 +158,20 @@ class FolderModel : public FileSystem {
             return history.push_back(names), 0;
         });
     }
+    Error makeFolder(Path path) override {
+        return at("make folder", [&] {
+            if (path != "/folder" || hasFolder) return EEXIST;
+            hasFolder = true;
+            return isFolderOnDisk = false, 0;
+        });
+    }
+    Error removeFolder(Path path) override {
+        return at("remove folder", [&] {
+            if (path != "/folder" || !hasFolder) return ENOENT;
+            if (!names.empty()) return ENOTEMPTY;
+            return hasFolder = false, 0;
+        });
+    }
     void pause(std::chrono::milliseconds /*time*/) override {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
@@ -148,7 +180,9 @@ class FolderModel : public FileSystem {
     static int succeed() { return 0; }
     Error at(std::string_view call, const std::function<int()>& action = succeed) {
         const int failure = before(call);
-        return {failure != 0 ? failure : action(), std::generic_category()};
+        if (failure != 0 && failure < done) return {failure, std::generic_category()};
+        const int result = action();
+        return {failure == 0 ? result : failure - done, std::generic_category()};
     }
     int open(std::string_view call, Error& error, const std::function<FilePointer()>& file) {
         const int number = descriptors_ + 1;
@@ -158,6 +192,7 @@ class FolderModel : public FileSystem {
     FilePointer newFile() {
         auto file = std::make_shared<File>();
         file->inode = ++inodes_;
+        file->list = inheritedList;
         return file;
     }
     FilePointer find(Path path) {
@@ -165,7 +200,9 @@ class FolderModel : public FileSystem {
         return path.parent_path() == "/folder" && found != names.end() ? found->second : nullptr;
     }
     FilePointer named(Path path, FilePointer file) {
+        if (!hasFolder) return nullptr;
         names[path.filename()] = file;
+        file->changed = ++time_;
         history.push_back(names);
         return file;
     }
@@ -180,13 +217,17 @@ class FolderModel : public FileSystem {
         status.st_gid = file->group;
         status.st_size = static_cast<off_t>(file->bytes.size());
         status.st_ino = file->inode;
+        status.st_mtime = file->modified;
+        status.st_ctime = file->changed;
         return 0;
     }
 
     std::map<int, FilePointer> files_;
+    FilePointer root_ = std::make_shared<File>();
     FilePointer folder_ = std::make_shared<File>();
     int descriptors_ = 0;
     ino_t inodes_ = 0;
+    time_t time_ = 0;
 };
 
 }  // namespace tovra::support

@@ -1,7 +1,7 @@
 #include "support/save_trial.h"
 
 #include <algorithm>
-#include <cassert>
+#include <array>
 #include <cctype>
 #include <cerrno>
 #include <map>
@@ -13,15 +13,6 @@ namespace {
 
 const std::string kName = "data.json";
 const std::string kRecordedAlone = "{\n  \"mine\" : 7\n}";
-
-// Bits of the first byte.
-enum Ability : unsigned {
-    hasFile = 1,
-    exchanges = 2,
-    makesUnnamed = 4,
-    namesUnnamed = 8,
-    renamesExclusively = 16,
-};
 
 bool isRecorded(const std::string& text) { return text.find("mine") != std::string::npos; }
 
@@ -40,17 +31,17 @@ int reasonOf(char action) {
 
 class Trial {
   public:
-    explicit Trial(std::string_view script)
-        : abilities_(static_cast<unsigned char>(script[0])), script_(script.substr(1)) {
+    Trial(unsigned abilities, std::string_view script) : abilities_(abilities), script_(script) {
+        folder_.hasFolder = folder_.isFolderOnDisk = can(hasFolder);
         if (can(hasFile)) saveByOther();
         folder_.before = [this](std::string_view call) { return before(call); };
     }
 
     SaveTrial make() {
         const std::string said = outcome(folder_);
+        const bool isUsedUp = script_.empty();
         checkFolder();
         said == "done" ? checkDone() : checkRefused(said);
-        const bool isUsedUp = script_.empty();
         checkNext();
         return {fault_, isUsedUp};
     }
@@ -69,37 +60,42 @@ class Trial {
 
     int before(std::string_view call) {
         checkFolder();
-        if (isUnsupported(call)) return ENOTSUP;
+        if (call == "exchange" && !can(exchanges)) return ENOTSUP;
+        if (call == "rename exclusively" && !can(renamesExclusively)) return ENOTSUP;
+        hasMoved_ =
+            hasMoved_ || call.starts_with("rename") || call == "make folder" || call == "remove";
         if (lasting_ != 0 || script_.empty()) return lasting_;
         const char action = script_.front();
         script_.remove_prefix(1);
         if (action == 's' && !isTooLate(call)) saveByOther();
-        const bool isLasting = std::isupper(static_cast<unsigned char>(action)) != 0;
-        const int reason = reasonOf(action);
-        if (isLasting) lasting_ = reason;
-        hasFailed_ = hasFailed_ || reason != 0;
+        if (action == 'w' && !isTooLate(call)) writeByOther();
+        const int reason = action == 'd' ? EIO + FolderModel::done : reasonOf(action);
+        if (std::isupper(static_cast<unsigned char>(action)) != 0) lasting_ = reason;
+        if (reason != 0) ++failures_;
         return reason;
     }
 
-    [[nodiscard]] bool isUnsupported(std::string_view call) const {
-        return (call == "exchange" && !can(exchanges)) ||
-               (call == "create unnamed" && !can(makesUnnamed)) ||
-               (call == "link" && !can(namesUnnamed)) ||
-               (call == "rename exclusively" && !can(renamesExclusively));
-    }
-
-    // Whether nobody could see any more what another program saves now: between the last look at
-    // the file, and its renaming or its removal.
+    // Whether nothing could tell any more that another program saves now. The system has no call
+    // that looks and renames in one step, but for exchanging and for renaming exclusively.
     [[nodiscard]] bool isTooLate(std::string_view call) const {
-        return call == "rename" || call == "remove" || (call == "read" && !can(exchanges));
+        const bool createsBlindly = saves_ == 0 && !can(renamesExclusively);
+        return call == "rename over" || (call == "rename" && createsBlindly);
     }
 
-    void saveByOther() {
+    std::string nextVersion() {
+        wasOverwritten_ = wasOverwritten_ || holdsRecord(folder_.names);
         const std::string number = std::to_string(++saves_);
         const std::string text = "{\"theirs\":" + number + "}";
-        folder_.put(kName, text);
         whole_[text] = saves_;
         whole_["{\n  \"mine\" : 7,\n  \"theirs\" : " + number + "\n}"] = saves_;
+        return text;
+    }
+
+    void saveByOther() { folder_.put(kName, nextVersion()); }
+
+    void writeByOther() {
+        if (!folder_.names.contains(kName)) return saveByOther();
+        folder_.putInto(kName, nextVersion());
     }
 
     // The number of the save in a whole file, the only one being 0; -1 for any other text.
@@ -108,10 +104,15 @@ class Trial {
         return found == whole_.end() ? -1 : found->second;
     }
 
+    // The record, on top of the last save.
+    [[nodiscard]] bool holdsRecord(const FolderModel::Names& names) const {
+        if (!names.contains(kName)) return false;
+        const std::string& text = names.at(kName)->bytes;
+        return isRecorded(text) && saveIn(text) == saves_;
+    }
+
     // What is there now, and what the power may leave of it.
     void checkFolder() {
-        const std::string now = folder_.bytes(kName);
-        if (isRecorded(now) && saveIn(now) == saves_) wasRecorded_ = true;
         for (const FolderModel::Names& names : folder_.history) {
             require(saves_ == 0 || names.contains(kName), "there is a file");
             const auto isLast = [&](const auto& entry) {
@@ -135,44 +136,56 @@ class Trial {
 
     void checkDone() {
         for (const FolderModel::Names& names : folder_.history) {
-            const std::string text = names.contains(kName) ? names.at(kName)->bytes : "";
-            require(isRecorded(text) || wasRecorded_, "what is confirmed is there, or was");
-            require(saveIn(text) == saves_, "what is confirmed undoes no save");
+            require(holdsRecord(names) || wasOverwritten_, "what is confirmed survives a crash");
         }
-        require(hasFailed_ || folder_.names.size() == 1, "the file lies alone");
+        require(saveIn(folder_.bytes(kName)) == saves_, "what is confirmed undoes no save");
+        require(folder_.isFolderOnDisk, "the folder of what is confirmed survives a crash");
+        require(failures_ > 0 || folder_.names.size() == 1, "the file lies alone");
     }
 
     void checkRefused(const std::string& said) {
         constexpr int kFew = 4;
-        require(hasFailed_ || saves_ > kFew, "nothing is refused for a few saves");
+        require(failures_ > 0 || saves_ > kFew, "nothing is refused for a few saves");
         require(said.starts_with("The data file could not be "),
                 "a refusal says what could not be");
+        const bool isUnchanged = said.ends_with("Nothing was changed.");
+        require(isUnchanged || hasMoved_ || failures_ > 1 || lasting_ != 0,
+                "a failure at the beginning leaves everything as it was");
         if (said.ends_with("look before you try again.")) return;
-        const std::string text = folder_.bytes(kName);
-        require(!isRecorded(text), "nothing is recorded, as it says");
-        require(text.empty() || saveIn(text) == saves_, "what is refused undoes no save");
-        if (!said.ends_with("Nothing was changed.")) return;
+        for (const FolderModel::Names& names : folder_.history) {
+            require(!holdsRecord(names), "nothing is recorded, as it says");
+        }
+        require(saves_ == 0 || saveIn(folder_.bytes(kName)) == saves_,
+                "what is refused undoes no save");
+        if (!isUnchanged) return;
         require(folder_.names.size() == (saves_ == 0 ? 0 : 1), "nothing was changed, as it says");
+        require(folder_.hasFolder == (can(hasFolder) || saves_ > 0),
+                "no folder was made, as it says");
     }
 
-    // After a call from which on all failed, as after the end of the process.
+    // What the next recording leaves, now and after the power has failed.
     void checkNext() {
         script_ = {};
         lasting_ = 0;
-        require(outcome(folder_) == "done", "the next one is saved");
-        require(isRecorded(folder_.bytes(kName)), "the next one is there");
-        for (const auto& [name, file] : folder_.names) {
-            require(can(makesUnnamed) || !name.ends_with(".tmp"), "what was left is cleared away");
+        const std::array states{folder_.history.front(), folder_.names};
+        for (const FolderModel::Names& state : states) {
+            folder_.names = state;
+            folder_.history = {state};
+            const bool hadLast = saveIn(folder_.bytes(kName)) == saves_;
+            require(outcome(folder_) == "done", "the next one is saved");
+            require(isRecorded(folder_.bytes(kName)), "the next one is there");
+            require(!hadLast || folder_.names.size() == 1, "what was left is cleared away");
         }
     }
 
     unsigned abilities_;
     std::string_view script_;
     Folder folder_;
-    int saves_ = 0;             // of the other program
-    bool wasRecorded_ = false;  // on top of its last one
-    bool hasFailed_ = false;    // a call of the save
-    int lasting_ = 0;           // the reason for which every call fails by now
+    int saves_ = 0;                // of the other program
+    bool wasOverwritten_ = false;  // the record, by the other program
+    bool hasMoved_ = false;        // there was a call that gives, moves or takes a name
+    int failures_ = 0;             // of calls of the save
+    int lasting_ = 0;              // the reason for which every call fails by now
     std::map<std::string, int> whole_{{kRecordedAlone, 0}};
     std::string fault_;
 };
@@ -191,9 +204,8 @@ std::string outcome(FileSystem& system) {
     }
 }
 
-SaveTrial trySave(std::string_view script) {
-    assert(!script.empty());
-    return Trial(script).make();
+SaveTrial trySave(unsigned abilities, std::string_view script) {
+    return Trial(abilities, script).make();
 }
 
 }  // namespace tovra::support

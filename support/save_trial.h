@@ -16,17 +16,24 @@ namespace tovra::support {
 // Makes a recording with setMember(). Says "done", or why nothing was recorded.
 [[nodiscard]] std::string outcome(FileSystem& system = FileSystem::system());
 
+// What there is before a save, and what the file system can.
+enum Ability : unsigned {
+    hasFolder = 1,
+    hasFile = 2,  // and its folder
+    exchanges = 4,
+    renamesExclusively = 8,
+};
+
 struct SaveTrial {
     std::string fault;  // the sentence that does not hold; empty where all do
     bool isUsedUp;      // each byte of the script had its call
 };
 
-// The first byte of the script says in its five low bits what there is: a file, a file system that
-// exchanges files, makes them without a name, gives these one, and renames exclusively. Each byte
-// after it is for one call of the save. "n", "i" and "a" let it fail (ENOSPC, EIO, EACCES); as
-// capitals, it and all after it. Before "s" the other program saves. Any other lets the call be.
+// Each byte of the script is for one call of the save. "n", "i" and "a" let it fail (ENOSPC, EIO,
+// EACCES); as capitals, it and all after it. "d" lets it fail after it was done. Before "s" the
+// other program saves, before "w" it writes into the file itself. Any other lets the call be.
 //
-// REQUIRES: the script is not empty, and the environment names /folder/data.json as the data file.
-[[nodiscard]] SaveTrial trySave(std::string_view script);
+// REQUIRES: the environment names /folder/data.json as the data file.
+[[nodiscard]] SaveTrial trySave(unsigned abilities, std::string_view script);
 
 }  // namespace tovra::support

@@ -8,8 +8,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdlib>
+#include <vector>
 
+#include "files/folder_lock.h"
 #include "store/data_file.h"
 #include "support/child_process.h"
 #include "support/save_trial.h"
@@ -162,8 +165,14 @@ TEST(Recording, IsNotSavedWhereItCannotBeAnswered) {
 }
 
 #ifdef __linux__
+struct AccessEntry {
+    std::uint16_t kind;  // owner 1, user 2, group 4, mask 16, others 32
+    std::uint16_t rights;
+    std::uint32_t id;
+};
+
 // As setxattr takes it; this machine's numbers begin with the lowest byte.
-std::string asAttribute(const AccessList& list) {
+std::string asAttribute(const std::vector<AccessEntry>& list) {
     std::string bytes("\2\0\0\0", 4);
     return bytes.append(reinterpret_cast<const char*>(list.data()),
                         list.size() * sizeof(AccessEntry));
