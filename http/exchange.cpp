@@ -22,8 +22,8 @@ struct Service {
 
 class RequestExchange : public Exchange {
   public:
-    explicit RequestExchange(std::shared_ptr<Service> service)
-        : service_(std::move(service)), reader_(service_->token, service_->limits) {}
+    RequestExchange(std::shared_ptr<Service> service, std::uint16_t port)
+        : service_(std::move(service)), reader_(port, service_->token, service_->limits) {}
 
     bool isWhole(std::string_view received) override { return reader_.examine(received); }
     [[nodiscard]] std::size_t expectedSize() const override { return reader_.expectedSize(); }
@@ -44,7 +44,8 @@ class RequestExchange : public Exchange {
 ExchangeFactory requestExchanges(std::string token, Handler handle, const RequestLimits& limits) {
     const std::shared_ptr<Service> service(
         new Service{std::move(token), std::move(handle), limits, {}});
-    return [service] { return std::make_unique<RequestExchange>(service); };
+    return
+        [service](std::uint16_t port) { return std::make_unique<RequestExchange>(service, port); };
 }
 
 }  // namespace tovra::http

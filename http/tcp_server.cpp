@@ -185,7 +185,7 @@ class TcpServer::Implementation {
     }
 
     void receive(Connection& connection) {
-        if (!connection.exchange) connection.exchange = newExchange_();
+        if (!connection.exchange) connection.exchange = newExchange_(port());
         std::vector<char>& request = connection.request;
         std::array<char, kChunkSize> chunk;
         do {

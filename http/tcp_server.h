@@ -36,7 +36,8 @@ class Exchange {
     virtual std::string answer(std::string_view received) = 0;
 };
 
-using ExchangeFactory = std::function<std::unique_ptr<Exchange>()>;
+// Is told the port that the server listens on.
+using ExchangeFactory = std::function<std::unique_ptr<Exchange>(std::uint16_t port)>;
 
 // Where connections or bytes run out, the connection that has kept the server waiting longest is
 // closed. While threads work on all others, the one that needs room waits.
