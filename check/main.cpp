@@ -1,4 +1,4 @@
-// tovra-mcp-check [--json] [FILE]
+// tovra-mcp-check [--json] [FILE] | --sample
 #include <unistd.h>
 
 #include <iostream>
@@ -11,14 +11,17 @@
 #include "check/check.h"
 #include "check/layout.h"
 #include "platform/environment.h"
+#include "samples/sample_data.h"
 
 namespace {
 
 constexpr std::string_view kUse =
     "use: tovra-mcp-check [--json] [FILE]\n"
+    "     tovra-mcp-check --sample >NEW-FILE\n"
     "\n"
     "Says which data file tovra-mcp uses and why, what it sees in it, and what keeps reports from\n"
     "being right. With FILE, as if TOVRA_DATA_FILE were FILE. Never writes.\n"
+    "With --sample prints a data file of made-up records that end today, for a first try.\n"
     "Exit status: 0 all is well, 1 the server cannot work on the file, 2 it can, with warnings.\n";
 
 int useWrongly() {
@@ -36,6 +39,10 @@ int main(int argc, char** argv) try {
         if (argument == "--help") {
             std::cout << kUse;
             return 0;
+        }
+        if (argument == "--sample") {
+            std::cout << tovra::support::sampleData({.today = tovra::support::today()}) << std::flush;
+            return std::cout ? 0 : 1;
         }
         if (argument == "--json") {
             wantsJson = true;

@@ -22,7 +22,7 @@ Answer echo(json::Value message) {
 
 Answer answerTo(std::string_view received, std::string_view token,
                 const http::RequestLimits& limits) {
-    http::RequestReader reader(token, limits);
+    http::RequestReader reader(8765, token, limits);
     const auto request = reader.examine(received);
     if (!request) return std::nullopt;
     return http::processRequest(*request, echo);
@@ -41,7 +41,7 @@ void checkForm(std::string_view answer) {
 // Gives the reader the request in pieces of `piece` bytes.
 void checkPieces(std::string_view request, std::string_view token,
                  const http::RequestLimits& limits, const Answer& whole, std::size_t piece) {
-    http::RequestReader reader(token, limits);
+    http::RequestReader reader(8765, token, limits);
     for (std::size_t size = 0; size <= request.size(); size += piece) {
         const std::string copy(request.substr(0, size));  // so that reading too far shows
         const auto taken = reader.examine(copy);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <string>
 #include <system_error>
 
 #include "json/utf8.h"
@@ -39,8 +40,6 @@ std::string_view trimmed(std::string_view text) {
     while (const std::size_t size = trailingBlank(text)) text.remove_suffix(size);
     return text;
 }
-
-constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // ASCII is enough for the names compared here. No other letter has one of theirs as its lower case.
 bool equalsIgnoringCase(std::string_view text, std::string_view lowerCase) {
@@ -95,20 +94,16 @@ std::optional<Head> parseHead(std::string_view block) {
     return head;
 }
 
-bool isLocalOrigin(std::string_view origin) {
-    constexpr std::string_view kAfterScheme = "://";
-    const std::size_t scheme = origin.find(kAfterScheme);
-    if (scheme == std::string_view::npos || scheme == 0) return false;
-    origin.remove_prefix(scheme + kAfterScheme.size());
-
-    const std::size_t bracket = origin.find(']');
-    const std::size_t colon = origin.find(':', bracket == std::string_view::npos ? 0 : bracket);
-    const std::string_view host = origin.substr(0, colon);
-    if (colon != std::string_view::npos) {
-        const std::string_view port = origin.substr(colon + 1);
-        if (port.empty() || !std::all_of(port.begin(), port.end(), isDigit)) return false;
+bool isOwnOrigin(std::string_view origin, std::uint16_t port) {
+    constexpr std::string_view kScheme = "http://";
+    if (!equalsIgnoringCase(origin.substr(0, kScheme.size()), kScheme)) return false;
+    origin.remove_prefix(kScheme.size());
+    for (const std::string_view host : {"localhost", "127.0.0.1", "[::1]"}) {
+        if (!equalsIgnoringCase(origin.substr(0, host.size()), host)) continue;
+        const std::string_view rest = origin.substr(host.size());
+        return rest.empty() ? port == 80 : rest == ":" + std::to_string(port);
     }
-    return equalsIgnoringCase(host, "localhost") || host == "127.0.0.1" || host == "[::1]";
+    return false;
 }
 
 }  // namespace tovra::http

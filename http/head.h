@@ -21,8 +21,9 @@ struct Head {
 // valid UTF-8; every other block is a head.
 [[nodiscard]] std::optional<Head> parseHead(std::string_view block);
 
-// Whether the value of an Origin field names this machine: localhost, 127.0.0.1 or [::1], with any
-// scheme and port. False for everything else, "null" and malformed values included.
-[[nodiscard]] bool isLocalOrigin(std::string_view origin);
+// Whether the value of an Origin field names the server that listens on that port: http, and
+// localhost, 127.0.0.1 or [::1]. A page on any other port of this machine is as foreign as one from
+// elsewhere. False for everything else, "null" and malformed values included.
+[[nodiscard]] bool isOwnOrigin(std::string_view origin, std::uint16_t port);
 
 }  // namespace tovra::http

@@ -95,7 +95,7 @@ void RequestReader::findHead(std::string_view received) {
 // announce too much. Every other answer waits for the body, even if nobody looks at it.
 void RequestReader::judge(std::string_view headerBlock) {
     const std::optional<Head> head = parseHead(headerBlock);
-    if (head && head->origin && !isLocalOrigin(*head->origin)) {
+    if (head && head->origin && !isOwnOrigin(*head->origin, port_)) {
         verdict_ = Verdict::forbidden;
     } else if (!head || head->contentLength < 0 ||
                std::cmp_greater(head->contentLength, limits_.request - bodyStart_)) {

@@ -6,6 +6,7 @@
 
 #include <cassert>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -42,9 +43,10 @@ struct Request {
 // pieces they come: the head's end is searched in new bytes only, and the body is counted.
 class RequestReader {
   public:
-    // An empty token means that none is asked for. The token must outlive the reader.
-    explicit RequestReader(std::string_view token, const RequestLimits& limits = {})
-        : token_(token), limits_(limits) {
+    // `port` is the server's own. An empty token means that none is asked for. The token must
+    // outlive the reader.
+    RequestReader(std::uint16_t port, std::string_view token, const RequestLimits& limits = {})
+        : port_(port), token_(token), limits_(limits) {
         assert(limits.head + 4 <= limits.request);
     }
 
@@ -62,6 +64,7 @@ class RequestReader {
     void findHead(std::string_view received);
     void judge(std::string_view headerBlock);
 
+    std::uint16_t port_;
     std::string_view token_;
     RequestLimits limits_;
     std::size_t searched_ = 0;  // bytes known to hold no end of the head

@@ -39,15 +39,19 @@ sockaddr_in loopbackAddress(std::uint16_t port) {
     return address;
 }
 
-void listenOn(int socket, std::uint16_t port) {
-    const sockaddr_in address = loopbackAddress(port);
+// Listens, and returns the port.
+std::uint16_t listenOn(int socket, std::uint16_t port) {
+    sockaddr_in address = loopbackAddress(port);
+    auto* const any = reinterpret_cast<sockaddr*>(&address);
+    socklen_t size = sizeof address;
     // Old connections that the system still remembers may use the address; a listener may not.
     const int reuse = 1;
     if (::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse) != 0 ||
-        ::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        ::listen(socket, SOMAXCONN) != 0) {
+        ::bind(socket, any, size) != 0 || ::listen(socket, SOMAXCONN) != 0 ||
+        ::getsockname(socket, any, &size) != 0) {
         throw std::system_error(errno, std::generic_category(), "listen");
     }
+    return ntohs(address.sin_port);
 }
 
 // How many connections may be open at once. Answers need descriptors too, for files, locks and the
@@ -78,9 +82,9 @@ Server::Server(std::uint16_t port, std::string token, Handler handle, const Serv
       handle_(std::move(handle)),
       limits_(limits),
       listener_(::socket(AF_INET, SOCK_STREAM, 0)),
+      port_(listenOn(listener_.get(), port)),
       connections_(connectionsFor(limits.connections), limits.bytes, [this] { serve(); }) {
     assert(isIgnored(SIGPIPE));
-    listenOn(listener_.get(), port);
     if (!connections_.start()) {
         throw std::system_error(EAGAIN, std::generic_category(), "thread");
     }
@@ -88,20 +92,13 @@ Server::Server(std::uint16_t port, std::string token, Handler handle, const Serv
 
 // What waits in accept() is woken by a connection: no other way does it on every system.
 Server::~Server() {
-    const sockaddr_in address = loopbackAddress(port());
+    const sockaddr_in address = loopbackAddress(port_);
     for (std::size_t waiting = connections_.stop(); waiting > 0; --waiting) {
         const Socket client(::socket(AF_INET, SOCK_STREAM, 0));
         std::ignore =
             ::connect(client.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
     }
     connections_.join();
-}
-
-std::uint16_t Server::port() const {
-    sockaddr_in address{};
-    socklen_t size = sizeof address;
-    ::getsockname(listener_.get(), reinterpret_cast<sockaddr*>(&address), &size);
-    return ntohs(address.sin_port);
 }
 
 void Server::serve() {
@@ -135,7 +132,7 @@ void Server::serve(Connection& connection) {
 
 // Reads the request and answers it. Nothing comes back where the connection has to be closed.
 std::optional<std::string> Server::answer(Connection& connection) {
-    RequestReader reader(token_);
+    RequestReader reader(port_, token_);
     std::vector<char> bytes;
     std::size_t received = 0;
     std::optional<Request> request;

@@ -42,7 +42,7 @@ class Server {
     ~Server();
 
     // Any thread may call this.
-    [[nodiscard]] std::uint16_t port() const;
+    [[nodiscard]] std::uint16_t port() const { return port_; }
 
   private:
     void serve();
@@ -54,6 +54,7 @@ class Server {
     const ServerLimits limits_;
     std::mutex largeMessages_;  // held while one is being answered
     const Socket listener_;
+    const std::uint16_t port_;
     Connections connections_;
 };
 

@@ -3,7 +3,7 @@
 include(GNUInstallDirs)
 
 install(FILES packaging/tovra-mcp.1 packaging/tovra-mcp-check.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES LICENSE docs/hosts.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 # What the licences of the libraries ask for where these are a part of the program.
 set(TOVRA_NOTICES "" CACHE FILEPATH "The licences of the libraries in a static program")
 if(TOVRA_NOTICES)
@@ -30,17 +30,6 @@ if(NOT APPLE)
     install(SCRIPT packaging/install_examples.cmake)
 endif()
 
-# Made-up records up to the day of the build, for a first try. A program for another processor cannot
-# make them.
-if(NOT CMAKE_CROSSCOMPILING)
-    set(tovra_sample ${PROJECT_BINARY_DIR}/packaging/sample-data.json)
-    add_custom_command(OUTPUT ${tovra_sample}
-        COMMAND make_sample_data --transactions 1000 >${tovra_sample}
-        DEPENDS make_sample_data)
-    add_custom_target(sample_data ALL DEPENDS ${tovra_sample})
-    install(FILES ${tovra_sample} DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
-endif()
-
 # What the names of the tarball and the bundles say of the program in them. A bundle is of one
 # platform: a host knows the system that it is for, and people the processor.
 if(APPLE)
@@ -62,9 +51,6 @@ function(tovra_package_target name script)
         VERBATIM)
     # What is installed has to be there.
     add_dependencies(${name} tovra-mcp tovra-mcp-check)
-    if(TARGET sample_data)
-        add_dependencies(${name} sample_data)
-    endif()
 endfunction()
 tovra_package_target(bundle make_bundles.cmake
     server=$<TARGET_FILE:tovra-mcp> notices=${TOVRA_NOTICES})
@@ -82,7 +68,6 @@ set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
-
 find_program(DPKG_SHLIBDEPS dpkg-shlibdeps)
 if(DPKG_SHLIBDEPS)
     set(CPACK_GENERATOR DEB)
@@ -93,6 +78,7 @@ if(DPKG_SHLIBDEPS)
     set(CPACK_TOVRA_CHANGELOG ${PROJECT_SOURCE_DIR}/packaging/debian/changelog)
     set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
     set(CPACK_DEBIAN_PACKAGE_SECTION utils)
+    set(CPACK_DEBIAN_PACKAGE_HOMEPAGE https://github.com/tovra-mcp/tovra-mcp)
     set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
     set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
     if(NOT TOVRA_STATIC)

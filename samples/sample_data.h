@@ -17,7 +17,7 @@ enum class SampleLayout {
 };
 
 struct SampleOptions {
-    std::size_t transactions = 5000;
+    std::size_t transactions = 1000;
     std::size_t accounts = 8;
     std::size_t budgets = 12;
     std::chrono::sys_days today;

@@ -20,9 +20,9 @@ quietly() {
     rm -f "$log"
 }
 
-# What the tests need beyond that: for the Debian package, the manual page and the official clients.
+# What the tests need beyond that: for the packages, the manual page and the official clients.
 # (Never empty: the Bash of macOS does not know an empty list.)
-test_packages=(dpkg-dev file man-db)
+test_packages=(dpkg-dev file man-db ruby)
 command -v node npm >/dev/null || test_packages+=(nodejs npm)
 
 package_is_installed() {

@@ -31,8 +31,23 @@ test("the table of options is what the command line is read for", () => {
         Array.from(known, ([, option]) => option).sort());
 });
 
-test("the bridge that README names is the one that is tried", () =>
-    assert(readme.includes(`mcp-proxy ${packages["mcp-proxy"]},`)));
+test("the bridge that is named is the one that is tried", () =>
+    assert(read("docs/http.md").replace(/\s+/g, " ").includes(`mcp-proxy ${packages["mcp-proxy"]},`)));
+
+test("README's links lead to what is there, and its downloads are of this version", () => {
+    const [, version] = /^project\(tovra-mcp VERSION (\S+)/m.exec(read("CMakeLists.txt"));
+    const headings = (page) => page.match(/^#+ .*$/gm).map((line) => line.replace(/^#+ /, "").toLowerCase().replace(/[^\w -]/g, "").replaceAll(" ", "-"));
+    for (const [, address] of readme.matchAll(/\]\(([^)]+)\)/g)) {
+        if (/^https:/.test(address)) continue;
+        const [file, heading] = address.split("#");
+        const page = read(file || "README.md");
+        if (heading) assert(headings(page).includes(heading), address);
+    }
+    const downloads = Array.from(readme.matchAll(/releases\/download\/v([\d.]+)\/([\w.-]+)/g));
+    assert.notEqual(downloads.length, 0);
+    for (const [address, tag, name] of downloads)
+        assert(tag === version && (name === "SHA256SUMS" || name.includes(version)), address);
+});
 
 test("the demo's configuration works as pasted", async () => {
     const output = execFileSync(`${root}/demo`, { encoding: "utf8", stdio: ["ignore", "pipe", "ignore"], timeout: 300_000 });

@@ -81,11 +81,12 @@ test("every entry starts or reaches the server", async () => {
     }
 });
 
-// Hosts with a program of their own: where it is, where its file goes below the home directory, and what
-// it prints for a server that it is connected to, and for one that wants a token.
+// Hosts with a program of their own: where it is, where its file goes below the home directory, how it lists
+// servers ("mcp list" unless something else is said), and what it prints for one that it is connected to, or
+// knows, and for one that wants a token.
 import hosts from "./golden/hosts.json" with { type: "json" };
 
-for (const [name, { pattern, file, good, refused }] of Object.entries(hosts)) {
+for (const [name, { pattern, file, list = ["mcp", "list"], good, refused }] of Object.entries(hosts)) {
     const [program] = globSync(pattern.replace("ARCH", process.arch), { cwd: `${import.meta.dirname}/node_modules` });
     const isMissing = !program && process.arch !== "x64"; // not every host is made for every processor
     test(`${name} by the host itself`, { skip: isMissing }, async (context) => {
@@ -98,7 +99,7 @@ for (const [name, { pattern, file, good, refused }] of Object.entries(hosts)) {
             writeFileSync(`${home}/${file}`, content);
             const env = { HOME: home, TOVRA_DATA_FILE: dataFile(), GEMINI_CLI_TRUST_WORKSPACE: "true",
                 CLAUDE_CODE_DISABLE_NONESSENTIAL_TRAFFIC: "1", DISABLE_AUTOUPDATER: "1", NO_COLOR: "1", ...environment };
-            const { stdout, stderr } = await run(`${import.meta.dirname}/node_modules/${program}`, { env, cwd: home }, "mcp", "list");
+            const { stdout, stderr } = await run(`${import.meta.dirname}/node_modules/${program}`, { env, cwd: home }, ...list);
             return stdout + stderr;
         };
         // Hosts give up early where the machine is busy: what they say is asked for up to three times.
@@ -119,3 +120,17 @@ for (const [name, { pattern, file, good, refused }] of Object.entries(hosts)) {
         });
     });
 }
+
+test("the links open the hosts with the entry that they are for", () => {
+    const page = readFileSync(`${root}/docs/hosts.md`, "utf8");
+    const entry = json("cursor/mcp.json").mcpServers.tovra;
+    const links = Array.from(page.matchAll(/\[([^\]]+)\]\((https:[^)]+)\)/g), ([, host, address]) => [host, new URL(address)]);
+    const decoded = Object.fromEntries(links.map(([host, { hostname, searchParams }]) => {
+        const inner = searchParams.get("url")?.replace(/^vscode:mcp\/install\?/, "");
+        return [`${host} ${hostname}`, inner ? JSON.parse(decodeURIComponent(inner))
+            : { name: searchParams.get("name"), ...JSON.parse(atob(searchParams.get("config"))) }];
+    }));
+    const wanted = { name: "tovra", ...entry };
+    assert.deepEqual(decoded, { "VS Code vscode.dev": wanted, "Cursor cursor.com": wanted, "LM Studio lmstudio.ai": wanted });
+    assert(readFileSync(`${root}/README.md`, "utf8").includes(page.split("\n").find((line) => line.startsWith("[VS Code](https:"))));
+});

@@ -30,7 +30,7 @@ TEST(Request, IsAnsweredWithItsLastByteWhateverFollows) {
         for (const json::Value each : golden.each(group, "requests")) {
             const auto trace = golden.trace(each, "token " + token);
             const std::string request = bytes(text(each)), more = request + "\r\n\r\n{}";
-            RequestReader reader(token, limited ? RequestLimits{60, 100} : RequestLimits{});
+            RequestReader reader(8765, token, limited ? RequestLimits{60, 100} : RequestLimits{});
             for (std::size_t size = 0; size < request.size(); ++size) {
                 EXPECT_FALSE(reader.examine(request.substr(0, size))) << size << " bytes";
             }

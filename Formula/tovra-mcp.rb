@@ -1,8 +1,8 @@
+# The repository is a tap of its own: brew tap tovra-mcp/tovra-mcp <this repository's address>.
 class TovraMcp < Formula
   desc "MCP server for the records of the Tovra finance application"
   homepage "https://github.com/tovra-mcp/tovra-mcp"
-  url "https://github.com/tovra-mcp/tovra-mcp/releases/download/v@version@/tovra-mcp-@version@-source.tar.gz"
-  sha256 "@digest@"
+  url "https://github.com/tovra-mcp/tovra-mcp.git", tag: "v1.0.0"
   license "MIT"
 
   depends_on "cmake" => :build
@@ -19,7 +19,7 @@ class TovraMcp < Formula
     system "cmake", "--build", "build"
     system "cmake", "--install", "build"
     # A path that the next version has, too.
-    examples = Dir[doc/"examples/*"].select { |file| File.read(file).include?(bin.to_s) }
+    examples = Dir[doc/"examples/**/*"].select { |file| File.file?(file) && File.read(file).include?(bin.to_s) }
     inreplace examples, bin.to_s, opt_bin.to_s
   end
 
