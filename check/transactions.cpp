@@ -54,16 +54,6 @@ struct TransactionSurvey::Record {
     std::uint64_t others = 0;  // a bit for the place of each other name that it has
 };
 
-std::vector<std::uint32_t> Doubles::find() {
-    std::sort(seen_.begin(), seen_.end());
-    std::vector<std::uint32_t> later;
-    for (std::size_t i = 1; i < seen_.size(); ++i) {
-        if (seen_[i].first == seen_[i - 1].first) later.push_back(seen_[i].second);
-    }
-    std::sort(later.begin(), later.end());
-    return later;
-}
-
 TransactionSurvey::TransactionSurvey(Content& content, json::Value data, Instant now)
     : content_(content),
       transactions_(objectArrayField(data, "transactions")),
@@ -185,12 +175,12 @@ void TransactionSurvey::finish() {
     const auto example = [&](std::uint32_t number) {
         return Record(transactions_[number - 1], number, placeOfSplits_).example();
     };
-    const auto repeated = withID_.find();
+    const auto& repeated = withID_.later;
     for (const std::uint32_t number : repeated) {
         content_.tallies[Rule::repeatedID].add(example(number));
     }
     // A few are bought twice a day; half of all are no accident.
-    const auto twins = all_.find();
+    const auto& twins = all_.later;
     if (repeated.empty() && twins.size() > 1 && twins.size() * 5 >= transactions_.size() * 2) {
         for (const std::uint32_t number : twins) content_.tallies[Rule::twin].add(example(number));
     }

@@ -1,6 +1,7 @@
 // The transactions of a data document, looked at in one pass.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <string_view>
 #include <unordered_map>
@@ -32,15 +33,21 @@ class Counter {
 // Finds records that are like one before, by a hash of 64 bits. Not for several threads.
 class Doubles {
   public:
-    explicit Doubles(std::size_t most) { seen_.reserve(most); }
+    explicit Doubles(std::size_t most) : seen_(std::bit_ceil(2 * most + 2)) {}
+    // Notes the number of a record whose hash was added before. REQUIRES: at most so many are
+    // added.
     void add(std::size_t hash, std::size_t number) {
-        seen_.emplace_back(hash, static_cast<std::uint32_t>(number));
+        if (hash == kFree) ++hash;
+        std::size_t place = hash;
+        while (seen_[place &= seen_.size() - 1] != kFree && seen_[place] != hash) ++place;
+        if (seen_[place] == hash) later.push_back(static_cast<std::uint32_t>(number));
+        seen_[place] = hash;
     }
-    // The numbers of the later ones, ascending.
-    [[nodiscard]] std::vector<std::uint32_t> find();
+    std::vector<std::uint32_t> later;  // the numbers of such records, ascending
 
   private:
-    std::vector<std::pair<std::size_t, std::uint32_t>> seen_;
+    static constexpr std::size_t kFree = 0;
+    std::vector<std::size_t> seen_;
 };
 
 // Adds up what the transactions are like. Keeps views into the document, and a reference to the
