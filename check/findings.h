@@ -9,11 +9,10 @@
 #include "check/content.h"
 #include "check/json_fault.h"
 #include "check/surroundings.h"
+#include "check/time_zone.h"
 #include "store/data_file.h"
 
 namespace tovra::check {
-
-enum class Level { warning, error };
 
 struct Finding {
     Level level;
@@ -21,10 +20,24 @@ struct Finding {
     std::string text;        // a sentence or two, for a person
 };
 
-// The findings, errors first. `fault` is there where the file could be read and is no JSON, and
+// "note", "warning", "error".
+[[nodiscard]] std::string_view nameOf(Level level);
+
+// The findings, the worst first. `fault` is there where the file could be read and is no JSON, and
 // `content` where it holds an object. Pure.
-[[nodiscard]] std::vector<Finding> findingsOf(const DataFileLocation& location, const Place& place,
+[[nodiscard]] std::vector<Finding> findingsOf(const DataFileLocation& location,
+                                              const Surroundings& file, const TimeZone& zone,
                                               const std::optional<JsonFault>& fault,
                                               const std::optional<Content>& content);
+
+// The text in double quotes, shortened where it is long. Bytes that are not UTF-8 become question
+// marks. Pure.
+[[nodiscard]] std::string inQuotes(std::string_view text);
+
+// The same for the first few of them, and how many more there are.
+[[nodiscard]] std::string inQuotes(const std::vector<std::string_view>& texts);
+
+// What is wrong with what is in the document. Pure.
+[[nodiscard]] std::vector<Finding> contentFindings(const Content& content);
 
 }  // namespace tovra::check

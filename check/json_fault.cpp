@@ -1,8 +1,12 @@
 #include "check/json_fault.h"
 
 #include <algorithm>
-#include <string>
+#include <array>
+#include <system_error>
 
+#include "check/file_text.h"
+#include "check/names.h"
+#include "files/file.h"
 #include "json/json.h"
 #include "json/utf8.h"
 
@@ -11,177 +15,254 @@ namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n";
 constexpr std::string_view kDigits = "0123456789";
-constexpr std::string_view kNoComma[] = {"a comma or a } is missing", "a comma or a ] is missing"};
 
-// Reads a text from its beginning. Where a method finds a fault, `at` is left at that place.
-class Reader {
+bool isOneOf(char c, std::string_view characters) {
+    return characters.find(c) != std::string_view::npos;
+}
+bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+
+// Follows a text that is JSON so far, and says what should come next.
+class Prefix {
   public:
-    explicit Reader(std::string_view text) : text_(text) {}
+    enum class Next { value, name, colon, comma, end };
 
-    // What is wrong, empty where nothing is.
-    std::string_view read() {
-        if (text_.find_first_not_of(kBlanks) == std::string_view::npos) return "the file is empty";
-        do {
-            skip(kBlanks);
-            if (const auto reason = open_.empty() ? top() : inside(); !reason.empty()) {
-                return at == text_.size() ? "the text ends too early" : reason;
-            }
-        } while (!open_.empty());
-        skip(kBlanks);
-        return at == text_.size() ? "" : "something follows the end of the object";
+    void take(char c) {
+        before_ = last_;
+        last_ = c;
+        ++column;
+        if (c == '\n') {
+            ++line;
+            column = 1;
+        }
+        if (isInString_) return takeInString(c);
+        if (isOneOf(c, kBlanks)) {
+            hasCommaInNumber = false;
+            scalar_.clear();
+            return;
+        }
+        isEmpty = false;
+        hasCommaInNumber = c == ',' && isOneOf(before_, kDigits) && !scalar_.empty();
+        if (c == '"') {
+            isInString_ = true;
+        } else if (isOneOf(c, "{[")) {
+            open += c;
+            next = c == '{' ? Next::name : Next::value;
+            isFirst = true;
+        } else if (isOneOf(c, "}]")) {
+            open.pop_back();
+            endValue();
+        } else if (isOneOf(c, ",:")) {
+            next = c == ',' && open.back() == '{' ? Next::name : Next::value;
+            isFirst = false;
+        } else {
+            scalar_ += c;
+            return endValue();
+        }
+        scalar_.clear();
     }
 
-    std::size_t at = 0;
+    [[nodiscard]] bool isInString() const { return isInString_; }
+    // The number or word that the text ends in, without a blank after it.
+    [[nodiscard]] std::string_view scalar() const { return scalar_; }
+    [[nodiscard]] char last() const { return last_; }
+
+    std::size_t line = 1;
+    std::size_t column = 1;
+    std::string open;  // the brackets that are open
+    Next next = Next::value;
+    bool isFirst = true;            // nothing stands in the innermost brackets yet
+    bool isEmpty = true;            // there were blanks only
+    bool hasCommaInNumber = false;  // the last character is a comma directly behind a digit
 
   private:
-    [[nodiscard]] char next() const { return at < text_.size() ? text_[at] : '\0'; }
-
-    bool take(char wanted) {
-        if (next() != wanted || at == text_.size()) return false;
-        ++at;
-        return true;
-    }
-
-    std::size_t skip(std::string_view characters) {
-        const std::size_t from = at;
-        at = std::min(text_.find_first_not_of(characters, at), text_.size());
-        return at - from;
-    }
-
-    std::string_view top() {
-        if (next() == '{' || next() == '[') return value();
-        return "it begins with something else than a { or a [";
-    }
-
-    // One step inside the innermost object or array: its end, or a member or element.
-    std::string_view inside() {
-        const char closer = open_.back();
-        if (take(closer)) {
-            open_.pop_back();
-            isFirst_ = false;
-            return "";
-        }
-        if (!isFirst_) {
-            if (!take(',')) return closer == '}' ? kNoComma[0] : kNoComma[1];
-            skip(kBlanks);
-            if (next() == closer) return "a comma stands before the closing bracket";
-        }
-        isFirst_ = false;
-        return closer == '}' ? member() : value();
-    }
-
-    std::string_view member() {
-        if (next() != '"') return "a name in double quotes is missing";
-        if (const auto reason = string(); !reason.empty()) return reason;
-        skip(kBlanks);
-        if (!take(':')) return "a colon is missing after the name";
-        skip(kBlanks);
-        return value();
-    }
-
-    std::string_view value() {
-        if (next() == '"') return string();
-        if (next() == '-' || kDigits.find(next()) != std::string_view::npos) return number();
-        for (const std::string_view word : {"true", "false", "null"}) {
-            if (text_.substr(at, word.size()) != word) continue;
-            at += word.size();
-            return "";
-        }
-        if (next() != '{' && next() != '[') return "a value is missing";
-        if (open_.size() == json::kMaxDepth) return "brackets are nested too deeply";
-        open_ += next() == '{' ? '}' : ']';
-        ++at;
-        isFirst_ = true;
-        return "";
-    }
-
-    std::string_view number() {
-        take('-');
-        const bool startsWithZero = next() == '0';
-        const std::size_t digits = skip(kDigits);
-        if (digits == 0 || (startsWithZero && digits > 1)) return "a number is written wrongly";
-        if (take('.') && skip(kDigits) == 0) return "a number is written wrongly";
-        if (take('e') || take('E')) {
-            if (!take('+')) take('-');
-            if (skip(kDigits) == 0) return "a number is written wrongly";
-        }
-        return "";
-    }
-
-    std::string_view string() {
-        ++at;
-        while (!take('"')) {
-            if (at == text_.size()) return "a double quote is missing";
-            if (static_cast<unsigned char>(next()) < 0x20) {
-                return "a line ends, or a control character stands, inside double quotes";
+    void takeInString(char c) {
+        if (isEscaped_) {
+            isEscaped_ = false;
+        } else if (c == '\\') {
+            isEscaped_ = true;
+        } else if (c == '"') {
+            isInString_ = false;
+            if (next == Next::name) {
+                next = Next::colon;
+            } else {
+                endValue();
             }
-            const bool isEscape = take('\\');
-            if (!isEscape) ++at;
-            if (isEscape && !escape()) return "a backslash is used wrongly";
         }
-        return "";
     }
 
-    // What follows a backslash.
-    bool escape() {
-        if (take('u')) {
-            const int unit = hexadecimal();
-            if (unit < 0xD800 || unit > 0xDFFF) return unit >= 0;
-            if (unit >= 0xDC00 || !take('\\') || !take('u')) return false;
-            const int low = hexadecimal();
-            return low >= 0xDC00 && low <= 0xDFFF;
-        }
-        if (std::string_view("\"\\/bfnrt").find(next()) == std::string_view::npos) return false;
-        ++at;
-        return true;
+    void endValue() {
+        next = open.empty() ? Next::end : Next::comma;
+        isFirst = false;
     }
 
-    // The value of four hexadecimal digits; negative where they are none.
-    int hexadecimal() {
-        int unit = 0;
-        for (int i = 0; i < 4; ++i, ++at) {
-            const std::size_t digit = std::string_view("0123456789abcdefABCDEF").find(next());
-            if (at == text_.size() || digit == std::string_view::npos) return -1;
-            unit = unit * 16 + static_cast<int>(digit < 16 ? digit : digit - 6);
-        }
-        return unit;
-    }
-
-    std::string_view text_;
-    std::string open_;  // what closes each of the objects and arrays that are open
-    bool isFirst_ = false;
+    bool isInString_ = false;
+    bool isEscaped_ = false;  // a backslash came last
+    std::string scalar_;
+    char last_ = '\0';
+    char before_ = '\0';
 };
 
-// Where the text stops being UTF-8; its size where it does not.
-std::size_t endOfUtf8(std::string_view text) {
-    std::size_t at = json::isValidUtf8(text) ? text.size() : 0;
-    while (at < text.size()) {
-        std::size_t length = 1;
-        while (length <= 4 && !json::isValidUtf8(text.substr(at, length))) ++length;
-        if (length > 4) break;
-        at += length;
+// The letters, digits and signs that the text begins with.
+std::string_view wordIn(std::string_view text) {
+    const auto isPart = [](char c) {
+        return isLetter(c) || (c & 0x80) != 0 || isOneOf(c, "0123456789._+-");
+    };
+    const auto* end = std::find_if_not(text.begin(), text.end(), isPart);
+    return text.substr(0, static_cast<std::size_t>(end - text.begin()));
+}
+
+bool beginsWithQuote(std::string_view text) {
+    constexpr std::array<std::string_view, 7> kQuotes = {"\u201C", "\u201D", "\u201E", "\u2018",
+                                                         "\u2019", "\u00AB", "\u00BB"};
+    return std::any_of(kQuotes.begin(), kQuotes.end(),
+                       [&](std::string_view quote) { return text.starts_with(quote); });
+}
+
+// Why no value or name begins with that.
+std::string whyNoValue(std::string_view rest) {
+    if (beginsWithQuote(rest)) return "a curly quote stands where \" is needed";
+    if (rest.starts_with("//") || rest.starts_with("/*") || rest.starts_with('#')) {
+        return "a comment stands there, which JSON does not have";
     }
-    return at;
+    if (isOneOf(rest.front(), "+.")) return "a number may not begin with + or a point";
+    const std::string_view word = wordIn(rest);
+    if (rest.front() == '-' || !isLetter(rest.front())) return "";
+    return std::string(word) + " is no value of JSON: texts stand in double quotes";
+}
+
+// What is wrong where a number or word is followed by something else than it may be.
+std::string whyNoScalar(std::string_view scalar, std::string_view rest) {
+    if (scalar.empty() || isOneOf(rest.front(), kBlanks)) return "";
+    const bool isNumber = scalar.front() == '-' || isOneOf(scalar.front(), kDigits);
+    const bool isCutOff = isOneOf(scalar.back(), ".+-eE");
+    if (isNumber &&
+        (isCutOff || isOneOf(rest.front(), "0123456789.+-_'%") || isLetter(rest.front()))) {
+        return "a number is written wrongly";
+    }
+    const std::string word = std::string(scalar) + std::string(wordIn(rest));
+    return !isNumber && isLetter(rest.front()) ? word + " is no value of JSON" : "";
+}
+
+// What is wrong with a text that is JSON so far, and goes on with `rest`, which is not empty.
+std::string reasonFor(const Prefix& prefix, std::string_view rest) {
+    using Next = Prefix::Next;
+    const char c = rest.front();
+    if (prefix.isInString()) {
+        return static_cast<unsigned char>(c) < 0x20
+                   ? "a line ends, or a control character stands, inside double quotes"
+                   : "a backslash is used wrongly";
+    }
+    if (prefix.open.empty() && prefix.next == Next::value) {
+        return "it begins with something else than a { or a [";
+    }
+    for (const std::string_view mark : {"<<<<<<<", "=======", ">>>>>>>"}) {
+        if (rest.starts_with(mark)) return "a mark of a merge stands there that was not resolved";
+    }
+    if (auto why = whyNoScalar(prefix.scalar(), rest); !why.empty()) return why;
+    if (prefix.next == Next::end) return "something follows the end of the object";
+    const bool isObject = prefix.open.back() == '{';
+    if (prefix.next == Next::comma) {
+        return isObject ? "a comma or a } is missing" : "a comma or a ] is missing";
+    }
+    if (prefix.next == Next::colon) return "a colon is missing after the name";
+    if (prefix.hasCommaInNumber && isOneOf(c, kDigits)) {
+        return "a comma stands in a number, where a point is needed";
+    }
+    if (!prefix.isFirst && c == (isObject ? '}' : ']')) {
+        if (prefix.last() != ':') return "a comma stands before the closing bracket";
+    }
+    if (isOneOf(c, "{[") && prefix.open.size() == json::kMaxDepth) {
+        return "brackets are nested too deeply";
+    }
+    const std::string why = whyNoValue(rest);
+    if (prefix.next == Next::value) return why.empty() ? "a value is missing" : why;
+    const bool isBare = isLetter(c) || why.empty();
+    return isBare ? "a name in double quotes is missing" : why;
+}
+
+// What a text that is no JSON at all looks like.
+std::string_view kindOf(std::string_view text) {
+    struct Beginning {
+        std::string_view bytes;
+        std::string_view kind;
+    };
+    constexpr std::array<Beginning, 9> kKinds = {{
+        {"PK\3\4", "a ZIP archive"},
+        {"\x1F\x8B", "a file that gzip has compressed"},
+        {"SQLite format 3", "a database of SQLite"},
+        {"bplist", "a property list of macOS"},
+        {"%PDF", "a PDF document"},
+        {"<", "a page of HTML, or XML"},
+        {"-----BEGIN", "an encrypted file, or a key"},
+        {"age-encryption", "an encrypted file"},
+        {std::string_view("\0\0\0\0", 4), "a file whose content was lost: it begins with zeros"},
+    }};
+    for (const auto& [bytes, kind] : kKinds) {
+        if (text.starts_with(bytes)) return kind;
+    }
+    const std::string_view line = text.substr(0, text.find('\n'));
+    const auto commas =
+        std::count_if(line.begin(), line.end(), [](char c) { return isOneOf(c, ",;\t"); });
+    const bool isCode = line.find_first_of("{=") != std::string_view::npos;
+    return commas > 1 && isLetter(line.front()) && !isCode ? "a table of values (CSV)" : "";
+}
+
+constexpr std::size_t kPiece = std::size_t{64} << 10;
+constexpr std::size_t kNear = 30;
+
+// Reads what the parser has accepted once more.
+Prefix prefixOf(FileText& text, std::size_t size) {
+    Prefix prefix;
+    for (std::size_t done = 0; done < size;) {
+        const std::string_view piece = text.at(done, std::min(kPiece, size - done));
+        if (piece.empty()) break;
+        for (const char c : piece) prefix.take(c);
+        done += piece.size();
+    }
+    return prefix;
+}
+
+JsonFault faultAt(FileText& text, std::size_t at) {
+    Prefix prefix = prefixOf(text, at);
+    std::string rest(text.at(at, kPiece));
+    if (rest.empty()) {
+        if (prefix.isEmpty) return {1, 1, "the file is empty", {}, {}};
+        return {prefix.line, prefix.column, "the text ends too early", {}, {}};
+    }
+    const std::string first(text.at(0, kNear));
+    JsonFault fault{prefix.line, prefix.column, "", rest.substr(0, kNear), {}};
+    fault.near.resize(std::min(fault.near.find_first_of("\r\n"), fault.near.size()));
+    const auto isControl = [](unsigned char c) { return c < 0x20 && c != '\t'; };
+    if (std::any_of(fault.near.begin(), fault.near.end(), isControl)) fault.near.clear();
+    if (at == 0) fault.kind = kindOf(rest);
+    if (first.starts_with("\xFF\xFE") || first.starts_with("\xFE\xFF")) {
+        fault.reason = "it is UTF-16 and not UTF-8";
+    } else if (json::validUtf8Size(rest) == 0) {
+        fault.reason = "it is not UTF-8 from here on";
+    } else {
+        fault.reason = reasonFor(prefix, rest);
+    }
+    // The rest of a number belongs to it.
+    if (fault.reason == "a number is written wrongly") {
+        fault.column += std::min(rest.find_first_not_of(kDigits), rest.size());
+    }
+    return fault;
 }
 
 }  // namespace
 
-std::optional<JsonFault> findJsonFault(std::string_view text) {
-    const auto faultAt = [&](std::size_t at, std::string_view reason) {
-        const std::string_view before = text.substr(0, at);
-        const auto lines = static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n'));
-        return JsonFault{lines + 1, at - (before.rfind('\n') + 1) + 1, reason};
-    };
-    if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF")) {
-        return faultAt(0, "it is UTF-16 and not UTF-8");
-    }
-    if (const std::size_t end = endOfUtf8(text); end < text.size()) {
-        return faultAt(end, "it is not UTF-8 from here on");
-    }
-    Reader reader(text);
-    const std::string_view reason = reader.read();
-    if (reason.empty()) return std::nullopt;
-    return faultAt(reader.at, reason);
+std::optional<JsonFault> jsonFaultIn(const std::filesystem::path& path) {
+    std::error_code error;
+    const auto file = openFile(path, json::kMaxSize, error);
+    if (!file) return std::nullopt;
+    FileText text(*file);
+    // What begins with neither is no JSON, however long it is.
+    const std::size_t begin = text.begin();
+    const std::string_view first = text.at(begin, 1);
+    if (first != "{" && first != "[") return faultAt(text, begin);
+    const auto at = json::whereInvalid(text.source(), surveyedNames());
+    if (!at) return std::nullopt;
+    return faultAt(text, *at);
 }
 
 }  // namespace tovra::check

@@ -38,10 +38,11 @@ class Members {
     std::string out_;
 };
 
-std::string_view nameOf(const Check& check) {
+std::string_view nameOf(DataFileLocation::Source source) {
     using Source = DataFileLocation::Source;
-    if (check.isNamed) return "argument";
-    switch (check.location.source) {
+    switch (source) {
+        case Source::named:
+            return "argument";
         case Source::variable:
             return "variable";
         case Source::preference:
@@ -65,7 +66,7 @@ std::string contentText(const Content& content) {
     members.add("archivedAccounts", std::to_string(content.archivedAccounts));
     members.add("types", counts(content.types));
     members.add("currencies", counts(content.currencies));
-    members.add("withoutDate", std::to_string(content.undated.count));
+    members.add("withoutDate", std::to_string(content.undated));
     members.add("thisMonth", std::to_string(content.thisMonth));
     if (content.dates) {
         const DayFormatter day;
@@ -75,33 +76,36 @@ std::string contentText(const Content& content) {
     return members.close();
 }
 
-std::string fileText(const Check& check) {
-    const Place& place = check.place;
+std::string fileText(const Examination& found) {
+    const Surroundings& file = found.file;
     Members members("{}");
-    members.add("path", text(place.path.string()));
-    members.add("chosenBy", text(std::string(nameOf(check))));
-    members.add("exists", truth(place.notReadable != std::errc::no_such_file_or_directory));
-    members.add("readable", truth(!place.notReadable));
-    members.add("writable", truth(!place.notWritable));
-    members.add("bytes", std::to_string(place.size));
+    members.add("path", text(file.path.string()));
+    members.add("chosenBy", text(std::string(nameOf(found.location.source))));
+    members.add("exists", truth(!file.isMissing()));
+    members.add("readable", truth(!file.notReadable));
+    members.add("writable", truth(!file.notWritable && !file.notReplaceable));
+    members.add("bytes", std::to_string(file.size));
     return members.close();
 }
 
 }  // namespace
 
-std::string asJson(const Check& check) {
+std::string asJson(const Examination& found) {
     Members findings("[]");
-    for (const Finding& finding : check.findings) {
+    for (const Finding& finding : found.findings) {
         Members members("{}");
-        members.add("level", text(finding.level == Level::error ? "error" : "warning"));
+        members.add("level", text(std::string(nameOf(finding.level))));
         members.add("about", text(std::string(finding.about)));
         members.add("text", text(finding.text));
         findings.add(members.close());
     }
     Members members("{}");
-    members.add("status", std::to_string(check.exitStatus()));
-    members.add("file", fileText(check));
-    members.add("content", check.content ? contentText(*check.content) : "null");
+    members.add("status", std::to_string(exitStatus(found.findings)));
+    members.add("file", fileText(found));
+    members.add("today", text(DayFormatter().format(found.now)));
+    members.add("timeZone", text(found.zone.name));
+    members.add("utcOffset", text(found.zone.offset));
+    members.add("content", found.content ? contentText(*found.content) : "null");
     members.add("findings", findings.close());
     return members.close() + "\n";
 }

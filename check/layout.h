@@ -1,16 +1,20 @@
-// What a check has found, laid out for a person or for a program.
+// What the check has found, laid out for a person or for a program.
 #pragma once
 
 #include <string>
+#include <vector>
 
-#include "check/check.h"
+#include "check/examination.h"
+#include "check/hosts.h"
 
 namespace tovra::check {
 
 // Lines of text for a person.
-[[nodiscard]] std::string asText(const Check& check, bool inColour);
+[[nodiscard]] std::string asText(const Examination& found, bool inColour);
+
+[[nodiscard]] std::string asText(const std::vector<HostEntry>& entries, bool inColour);
 
 // One JSON object and a line feed, for a program.
-[[nodiscard]] std::string asJson(const Check& check);
+[[nodiscard]] std::string asJson(const Examination& found);
 
 }  // namespace tovra::check

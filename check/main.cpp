@@ -1,62 +1,141 @@
-// tovra-mcp-check [--json] [FILE] | --sample
-#include <unistd.h>
-
+// tovra-mcp-check: what the server sees, and what is wrong with it.
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
 #include <iostream>
 #include <new>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "check/check.h"
+#include "check/examination.h"
+#include "check/hosts.h"
 #include "check/layout.h"
+#include "check/mcp.h"
 #include "platform/environment.h"
+#include "platform/local_clock.h"
+#include "platform/output.h"
 #include "samples/sample_data.h"
+#include "server/stdio.h"
 
 namespace {
+
+using tovra::DataFileLocation;
+
+constexpr int kStandardOutput = 1;
+constexpr int kWrongUse = 64;  // as sysexits.h has it
 
 constexpr std::string_view kUse =
     "use: tovra-mcp-check [--json] [FILE]\n"
     "     tovra-mcp-check --sample >NEW-FILE\n"
+    "     tovra-mcp-check --hosts | --mcp | --version | --help\n"
     "\n"
     "Says which data file tovra-mcp uses and why, what it sees in it, and what keeps reports from\n"
     "being right. With FILE, as if TOVRA_DATA_FILE were FILE. Never writes.\n"
-    "With --sample prints a data file of made-up records that end today, for a first try.\n"
-    "Exit status: 0 all is well, 1 the server cannot work on the file, 2 it can, with warnings.\n";
+    "\n"
+    "  --json         one JSON object, for programs\n"
+    "  --hosts        looks at what the hosts on this machine are configured to start\n"
+    "  --mcp          answers an assistant over standard input, with one tool, check_data_file\n"
+    "  --sample       a data file of made-up records that end today, for a first try\n"
+    "  --version      the version\n"
+    "  -h, --help     this text\n"
+    "\n"
+    "Exit status: 0 all is well, 1 the server cannot work on the file, 2 it can, with warnings,\n"
+    "64 wrong use.\n";
 
-int useWrongly() {
+struct Arguments {
+    std::vector<std::string> options;
+    std::optional<std::string> file;
+};
+
+// Nothing comes back where they make no sense: at most one option, and a file only where the data
+// file is looked at.
+std::optional<Arguments> readArguments(int argc, char** argv) {
+    Arguments read;
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument = argv[i];
+        if (argument.starts_with('-')) {
+            read.options.push_back(argument);
+        } else if (argument.empty() || read.file) {
+            return std::nullopt;
+        } else {
+            read.file = argument;
+        }
+    }
+    const std::string option = read.options.empty() ? "--json" : read.options.front();
+    if (read.options.size() > 1 || (read.file && option != "--json")) return std::nullopt;
+    return read;
+}
+
+bool mayColour() {
+    return tovra::isTerminal(kStandardOutput) &&
+           !tovra::environmentVariable("NO_COLOR").has_value();
+}
+
+int examine(const std::optional<std::string>& file, bool asJson) {
+    const DataFileLocation location =
+        file ? DataFileLocation{*file, DataFileLocation::Source::named} : tovra::locateDataFile();
+    const auto found = tovra::check::examine(location, tovra::currentInstant());
+    std::cout << (asJson ? tovra::check::asJson(found) : tovra::check::asText(found, mayColour()));
+    return tovra::check::exitStatus(found.findings);
+}
+
+// What the hosts start, then each data file that they lead to.
+int examineHosts() {
+    const bool inColour = mayColour();
+    const auto entries = tovra::check::lookAtHosts();
+    std::cout << asText(entries, inColour);
+    std::vector<int> found = {entries.empty() ? 2 : 0};
+    std::set<std::filesystem::path> seen;
+    for (const auto& entry : entries) {
+        for (const auto& finding : entry.findings) {
+            found.push_back(tovra::check::exitStatus({finding}));
+        }
+        if (!entry.dataFile || !seen.insert(entry.dataFile->path).second) continue;
+        const auto file = tovra::check::examine(*entry.dataFile, tovra::currentInstant());
+        std::cout << '\n' << asText(file, inColour);
+        found.push_back(tovra::check::exitStatus(file.findings));
+    }
+    // Of two states the one with an error counts: 1 before 2 before 0.
+    const auto has = [&](int status) {
+        return std::find(found.begin(), found.end(), status) != found.end();
+    };
+    return has(1) ? 1 : has(2) ? 2 : 0;
+}
+
+int run(const Arguments& arguments) {
+    if (arguments.options.empty()) return examine(arguments.file, false);
+    const std::string& option = arguments.options.front();
+    if (option == "--json") return examine(arguments.file, true);
+    if (option == "--hosts") return examineHosts();
+    if (option == "--mcp") return tovra::runStdio(true, tovra::check::checkCatalogue());
+    if (option == "--sample") {
+        std::cout << tovra::support::sampleData({.today = tovra::support::today()}) << std::flush;
+        return std::cout ? 0 : 1;
+    }
+    if (option == "--version") {
+        std::cout << "tovra-mcp-check " TOVRA_VERSION "\n";
+        return 0;
+    }
+    if (option == "--help" || option == "-h") {
+        std::cout << kUse;
+        return 0;
+    }
     std::cerr << kUse;
-    return 1;
+    return kWrongUse;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) try {
-    bool wantsJson = false;
-    std::optional<std::string> file;
-    const std::vector<std::string_view> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
-    for (const std::string_view argument : arguments) {
-        if (argument == "--help") {
-            std::cout << kUse;
-            return 0;
-        }
-        if (argument == "--sample") {
-            std::cout << tovra::support::sampleData({.today = tovra::support::today()}) << std::flush;
-            return std::cout ? 0 : 1;
-        }
-        if (argument == "--json") {
-            wantsJson = true;
-        } else if (argument.empty() || argument.starts_with('-') || file) {
-            return useWrongly();
-        } else {
-            file = argument;
-        }
-    }
-    const tovra::check::Check found = tovra::check::check(file, tovra::currentInstant());
-    const bool inColour =
-        ::isatty(STDOUT_FILENO) == 1 && !tovra::environmentVariable("NO_COLOR").has_value();
-    std::cout << (wantsJson ? asJson(found) : asText(found, inColour));
-    return found.exitStatus();
+    std::signal(SIGPIPE, SIG_IGN);
+    tovra::readTimeZone();
+    const auto arguments = readArguments(argc, argv);
+    if (arguments) return run(*arguments);
+    std::cerr << kUse;
+    return kWrongUse;
 } catch (const std::bad_alloc&) {
     std::cerr << "tovra-mcp-check: There is not enough memory for the file.\n";
     return 1;

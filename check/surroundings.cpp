@@ -1,10 +1,7 @@
 #include "check/surroundings.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
+#include <string_view>
 #include <utility>
 
 #include "files/file.h"
@@ -30,21 +27,59 @@ fs::path firstMissing(const fs::path& path) {
     return {};
 }
 
+std::string lowerCase(std::string text) {
+    for (char& c : text) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+    return text;
+}
+
+// Whether a file of that name is another version of the one wanted, both in lower case: its name in
+// other letter case, with an ending that an editor added, or what synchronisers and file managers
+// make of a second version.
+bool isCopy(std::string_view name, const fs::path& wanted) {
+    const std::string stem = wanted.stem().string();
+    const std::string ending = wanted.extension().string();
+    if (name == wanted || name == wanted.string() + ".txt" || name == wanted.string() + ".json") {
+        return true;
+    }
+    if (!name.starts_with(stem)) return false;
+    if (name.find("conflict") != std::string_view::npos) return true;
+    std::string_view middle = name.substr(stem.size());
+    if (!middle.ends_with(ending)) return false;
+    middle.remove_suffix(ending.size());
+    const auto isNumbering = [](char c) { return std::string_view(" -()0123456789").find(c) < 20; };
+    if (middle.ends_with("copy")) middle.remove_suffix(4);
+    return std::all_of(middle.begin(), middle.end(), isNumbering);
+}
+
 // What belongs to a save that is under way is gone a moment later.
-void findLeftovers(Place& place) {
+void lookBeside(Surroundings& found) {
     FileSystem& system = FileSystem::system();
-    const auto isNone = [](const auto& names) { return names.empty(); };
+    const fs::path folder = folderOf(found.target);
+    const auto isLeftover = [](auto& name) { return leftoverOf(name) != Leftover::none; };
+    const auto hasNone = [&](const auto& names) {
+        return std::none_of(names.begin(), names.end(), isLeftover);
+    };
     const auto look = [&] {
         std::error_code error;
-        auto names = system.namesIn(folderOf(place.target), error);
-        std::erase_if(names, [](auto& name) { return leftoverOf(name) == Leftover::none; });
-        return names;
+        return system.namesIn(folder, error);
     };
-    auto names = lookUntil(system, isNone, look);
+    auto names = lookUntil(system, hasNone, look);
     std::sort(names.begin(), names.end());
+    const fs::path wanted = lowerCase(found.target.filename().string());
     for (std::string& name : names) {
-        const bool isKept = leftoverOf(name) == Leftover::kept;
-        (isKept ? place.kept : place.unfinished).push_back(std::move(name));
+        std::error_code error;
+        const std::string lower = lowerCase(name);
+        if (name == found.target.filename() || fs::equivalent(folder / name, found.target, error)) {
+            continue;
+        }
+        if (isLeftover(name)) {
+            const bool isKept = leftoverOf(name) == Leftover::kept;
+            (isKept ? found.kept : found.unfinished).push_back(std::move(name));
+        } else if (isCopy(lower, wanted)) {
+            found.copies.push_back(std::move(name));
+        } else if (lower.starts_with(wanted.stem().string()) && found.isMissing()) {
+            found.similar.push_back(std::move(name));
+        }
     }
 }
 
@@ -54,29 +89,30 @@ std::error_code whyNotWritable(fs::path folder) {
     while (!fs::exists(folder, error) && !error && folder.has_relative_path()) {
         folder = folderOf(folder);
     }
-    if (::access(folder.c_str(), W_OK | X_OK) == 0) return {};
-    return {errno, std::generic_category()};
+    return FileSystem::system().mayWrite(folder);
 }
 
 }  // namespace
 
-Place lookAt(const fs::path& path) {
-    Place place;
-    place.path = path;
-    place.target = resolved(FileSystem::system(), path);
-    const auto file = openFile(path, json::kMaxSize, place.notReadable);
-    if (file) place.size = file->size();
-    if (place.notReadable == std::errc::no_such_file_or_directory) {
-        place.missing = firstMissing(place.target);
-    }
-    place.notWritable = whyNotWritable(folderOf(place.target));
+Surroundings lookAt(const fs::path& path) {
+    FileSystem& system = FileSystem::system();
+    Surroundings found;
+    found.path = path;
+    found.target = resolved(system, path);
+    const auto file = openFile(path, json::kMaxSize, found.notReadable);
+    if (file) found.size = file->size();
+    if (found.isMissing()) found.missing = firstMissing(found.target);
+    found.notWritable = whyNotWritable(folderOf(found.target));
+    // The mode of the file does not matter to whoever may put another one in its place.
+    const std::error_code reason = system.mayWrite(found.target);
+    if (reason == std::errc::operation_not_permitted) found.notReplaceable = reason;
     struct stat status {};
-    if (::stat(path.c_str(), &status) == 0) place.isOwn = status.st_uid == ::geteuid();
-    findLeftovers(place);
-    const std::string placeholder = "." + place.target.filename().string() + ".icloud";
+    if (!system.look(found.target, status)) found.isOwn = isOwn(status);
+    lookBeside(found);
+    const std::string placeholder = "." + found.target.filename().string() + ".icloud";
     std::error_code error;
-    place.isInCloud = fs::exists(folderOf(place.target) / placeholder, error);
-    return place;
+    found.isInCloud = fs::exists(folderOf(found.target) / placeholder, error);
+    return found;
 }
 
 }  // namespace tovra::check

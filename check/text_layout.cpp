@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "check/layout.h"
+#include "files/file.h"
 #include "store/dates.h"
 
 namespace tovra::check {
@@ -44,10 +45,11 @@ class Lines {
     bool inColour_;
 };
 
-std::string_view chosenBy(const Check& check) {
+std::string_view chosenBy(const DataFileLocation& location) {
     using Source = DataFileLocation::Source;
-    if (check.isNamed) return "the command line of this check";
-    switch (check.location.source) {
+    switch (location.source) {
+        case Source::named:
+            return "the command line of this check";
         case Source::variable:
             return "the variable TOVRA_DATA_FILE";
         case Source::preference:
@@ -55,6 +57,7 @@ std::string_view chosenBy(const Check& check) {
         case Source::fallback:
             break;
     }
+    if (location.preferencesProblem) return "default: the preferences cannot be read";
     return "default: neither TOVRA_DATA_FILE nor tovra.syncDir names another";
 }
 
@@ -90,9 +93,19 @@ void addContent(Lines& lines, const Content& content) {
     }
 }
 
-void addVerdict(Lines& lines, const Check& check) {
-    const auto count = check.findings.size();
-    switch (check.exitStatus()) {
+void addFindings(Lines& lines, const std::vector<Finding>& findings) {
+    for (const Finding& finding : findings) {
+        constexpr std::array kColours = {Colour::none, Colour::yellow, Colour::red};
+        const Colour colour = kColours[static_cast<std::size_t>(finding.level)];
+        lines.add(lines.coloured(std::string(nameOf(finding.level)) + ": ", colour) +
+                  printable(finding.text));
+    }
+}
+
+void addVerdict(Lines& lines, const Examination& found) {
+    const auto isWarning = [](const Finding& finding) { return finding.level != Level::note; };
+    const auto count = std::count_if(found.findings.begin(), found.findings.end(), isWarning);
+    switch (exitStatus(found.findings)) {
         case 0:
             return lines.add(lines.coloured("The server works on this file.", Colour::green));
         case 1:
@@ -106,25 +119,39 @@ void addVerdict(Lines& lines, const Check& check) {
 
 }  // namespace
 
-std::string asText(const Check& check, bool inColour) {
+std::string asText(const Examination& found, bool inColour) {
     Lines lines(inColour);
-    const Place& place = check.place;
+    const Surroundings& file = found.file;
     lines.add(lines.coloured("Where the server looks", Colour::bold));
-    lines.add("data file", place.path.string());
-    lines.add("chosen by", std::string(chosenBy(check)));
-    if (place.target != place.path) lines.add("a link to", place.target.string());
-    const std::string size = std::to_string(place.size) + (place.size == 1 ? " byte" : " bytes");
-    lines.add("readable", place.notReadable ? "no" : "yes, " + size);
-    lines.add("writable", place.notWritable ? "no" : "yes");
-    if (check.content) addContent(lines, *check.content);
+    lines.add("data file", readablePath(file.path));
+    lines.add("chosen by", std::string(chosenBy(found.location)));
+    if (file.target != file.path) lines.add("a link to", readablePath(file.target));
+    const std::string size = std::to_string(file.size) + (file.size == 1 ? " byte" : " bytes");
+    lines.add("readable", file.notReadable ? "no" : "yes, " + size);
+    lines.add("writable", file.notWritable || file.notReplaceable ? "no" : "yes");
+    const TimeZone& zone = found.zone;
+    lines.add("today", DayFormatter().format(found.now) + ", " + zone.offset +
+                           (zone.name.empty() ? "" : ", zone " + zone.name));
+    if (found.content) addContent(lines, *found.content);
     lines.add("");
-    for (const Finding& finding : check.findings) {
-        const bool isError = finding.level == Level::error;
-        lines.add(lines.coloured(isError ? "error: " : "warning: ",
-                                 isError ? Colour::red : Colour::yellow) +
-                  printable(finding.text));
+    addFindings(lines, found.findings);
+    addVerdict(lines, found);
+    return std::move(lines.out);
+}
+
+std::string asText(const std::vector<HostEntry>& entries, bool inColour) {
+    Lines lines(inColour);
+    lines.add(lines.coloured("What the hosts here are configured to start", Colour::bold));
+    if (entries.empty())
+        lines.add("No configuration of a host that docs/hosts.md names has an entry.");
+    for (const HostEntry& entry : entries) {
+        lines.add("");
+        lines.add(lines.coloured(entry.host, Colour::bold) + ", " +
+                  printable(readablePath(entry.file)));
+        if (!entry.name.empty()) lines.add(entry.name, entry.starts);
+        if (entry.dataFile) lines.add("data file", readablePath(entry.dataFile->path));
+        addFindings(lines, entry.findings);
     }
-    addVerdict(lines, check);
     return std::move(lines.out);
 }
 

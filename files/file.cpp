@@ -1,5 +1,7 @@
 #include "files/file.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <cassert>
@@ -49,6 +51,8 @@ std::optional<OpenFile> openFile(const std::filesystem::path& path, std::size_t 
     if (error) return std::nullopt;
     return file;
 }
+
+bool isOwn(const struct stat& status) { return status.st_uid == ::geteuid(); }
 
 std::size_t readAt(const Descriptor& file, char* into, std::size_t room, std::size_t offset,
                    std::error_code& error) {

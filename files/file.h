@@ -63,6 +63,9 @@ struct OpenFile {
                                                std::size_t longest, std::error_code& error,
                                                FileSystem& system = FileSystem::system());
 
+// Whether a file with that status belongs to the user under whom this process acts.
+[[nodiscard]] bool isOwn(const struct stat& status);
+
 // Reads from that offset on until the room is full or the file ends. Returns the number of bytes, 0
 // where reading fails. REQUIRES: file.isOpen().
 [[nodiscard]] std::size_t readAt(const Descriptor& file, char* into, std::size_t room,

@@ -190,6 +190,7 @@ class Document {
 // follows; the text's size where it ends too early. Of a wrong word and of bytes that are not UTF-8
 // it is the beginning. Nothing where parse() accepts the text. Otherwise like parse().
 [[nodiscard]] std::optional<std::size_t> whereInvalid(std::string_view text);
+[[nodiscard]] std::optional<std::size_t> whereInvalid(const Source& source, const Names& names);
 
 }  // namespace tovra::json
 

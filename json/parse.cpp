@@ -4,6 +4,7 @@
 #include <cassert>
 #include <cstring>
 #include <stdexcept>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -113,6 +114,56 @@ Source sourceOf(std::string_view text) {
     };
     return {text.size(), read};
 }
+
+// A text as far as it is UTF-8. What is not has no tokens, and a fault there or before.
+class ValidUtf8 {
+  public:
+    explicit ValidUtf8(const Source& source)
+        : source_(source), valid_{source.size, [this](char* into, std::size_t room) {
+                                      return read(into, room);
+                                  }} {}
+    ValidUtf8(const ValidUtf8&) = delete;
+    ValidUtf8& operator=(const ValidUtf8&) = delete;
+
+    [[nodiscard]] const Source& source() const { return valid_; }
+    // How much was given, and whether something follows that is not UTF-8.
+    [[nodiscard]] std::size_t size() const { return size_; }
+    [[nodiscard]] bool isCut() const { return !rest_.empty(); }
+
+  private:
+    std::ptrdiff_t read(char* into, std::size_t room) {
+        if (piece_.size() == 0 && !fill()) return 0;
+        const std::size_t count = piece_.copy(into, room);
+        piece_.remove_prefix(count);
+        size_ += count;
+        return static_cast<std::ptrdiff_t>(count);
+    }
+
+    // Takes the next piece. A character that the one before broke off in comes first.
+    bool fill() {
+        constexpr std::size_t kLongest = 4;
+        if (rest_.size() >= kLongest) return false;
+        std::size_t filled = rest_.size();
+        std::copy(rest_.begin(), rest_.end(), bytes_.begin());
+        while (piece_.empty()) {
+            const std::ptrdiff_t more = source_.read(&bytes_[filled], bytes_.size() - filled);
+            if (more <= 0) return false;
+            filled += static_cast<std::size_t>(more);
+            const std::string_view text(bytes_.data(), filled);
+            piece_ = text.substr(0, validUtf8Size(text));
+            rest_ = text.substr(piece_.size());
+            if (piece_.empty() && filled >= kLongest) return false;
+        }
+        return true;
+    }
+
+    const Source& source_;
+    Source valid_;
+    std::string bytes_ = std::string(Tokens::kUsualSize, '\0');
+    std::string_view piece_;  // of bytes_: what can be given
+    std::string_view rest_;   // of bytes_: what follows that is not UTF-8, at least so far
+    std::size_t size_ = 0;
+};
 
 static_assert(Tokens::kPadding >= kTextPadding);
 
@@ -420,14 +471,15 @@ std::optional<Document> parse(std::string_view text, const Names& names) {
     return parse(sourceOf(text), names);
 }
 
+std::optional<std::size_t> whereInvalid(const Source& source, const Names& names) {
+    ValidUtf8 valid(source);
+    Builder builder(valid.source(), names);
+    if (!builder.build()) return builder.whereInvalid();
+    return valid.isCut() ? std::optional(valid.size()) : std::nullopt;
+}
+
 std::optional<std::size_t> whereInvalid(std::string_view text) {
-    // What is not UTF-8 has no tokens. The text in front of it has a fault there, or before.
-    const std::string_view valid = text.substr(0, validUtf8Size(text.substr(0, kMaxSize)));
-    const Source source = sourceOf(valid);
-    Builder builder(source, {});
-    const bool isJson = builder.build().has_value();
-    if (isJson && valid.size() == text.size()) return std::nullopt;
-    return isJson ? valid.size() : builder.whereInvalid();
+    return whereInvalid(sourceOf(text.substr(0, kMaxSize)), {});
 }
 
 }  // namespace tovra::json

@@ -4,6 +4,12 @@ include(GNUInstallDirs)
 
 install(FILES packaging/tovra-mcp.1 packaging/tovra-mcp-check.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES LICENSE docs/hosts.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+# Shells look for a completion under the name of its program.
+foreach(program IN ITEMS tovra-mcp tovra-mcp-check)
+    install(FILES packaging/completions/tovra-mcp.bash
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ${program})
+endforeach()
+install(FILES packaging/completions/_tovra-mcp DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
 # What the licences of the libraries ask for where these are a part of the program.
 set(TOVRA_NOTICES "" CACHE FILEPATH "The licences of the libraries in a static program")
 if(TOVRA_NOTICES)

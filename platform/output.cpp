@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <limits.h>
 #include <poll.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -28,6 +29,8 @@ Reader lookAtReader(int descriptor, int milliseconds) {
 }
 
 }  // namespace
+
+bool isTerminal(int descriptor) { return ::isatty(descriptor) == 1; }
 
 bool hasReader(int descriptor) { return lookAtReader(descriptor, 0) != Reader::gone; }
 

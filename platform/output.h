@@ -9,6 +9,9 @@ namespace tovra {
 // Whether the other end of a pipe or socket is still open; true for anything else that is open.
 [[nodiscard]] bool hasReader(int descriptor);
 
+// Whether a person looks at what is written there.
+[[nodiscard]] bool isTerminal(int descriptor);
+
 // Waits until the descriptor takes PIPE_BUF bytes at once. False when nobody reads any more.
 [[nodiscard]] bool awaitReader(int descriptor);
 

@@ -21,6 +21,9 @@ namespace tovra {
 struct Preference {
     std::optional<std::string> value;    // nothing where there is no such string
     std::optional<std::string> problem;  // why the preferences, which exist, could not be read
+    // Why there is no value although something like it is there. Both are sentences without their
+    // full stop.
+    std::optional<std::string> remark = {};
 };
 
 // The string that the user's preferences hold under `key` in the domain of another application. On

@@ -5,6 +5,7 @@
 #include "files/json_file.h"
 #include "files/look_again.h"
 #include "platform/environment.h"
+#include "platform/unicode.h"
 #include "platform/user_directories.h"
 
 namespace tovra {
@@ -24,6 +25,18 @@ bool isMissing(const std::error_code& error) {
     return error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory;
 }
 
+// What stands where a member that is a string is read; nothing where nothing does.
+std::optional<std::string> remarkOn(json::Value preferences, const std::string& key) {
+    if (!preferences.is(json::Kind::object)) return "The preferences hold a list, and no object";
+    if (preferences.member(key).exists()) return "The preference " + key + " is no text";
+    for (const json::Value member : preferences.children()) {
+        if (nameForm(member.name()) != nameForm(key)) continue;
+        return "The preferences have \"" + std::string(member.name()) + "\" where " + key +
+               " is read, and letter case counts";
+    }
+    return std::nullopt;
+}
+
 Preference readPreference(const std::filesystem::path& path, const std::string& key) {
     std::error_code error;
     const auto preferences = parseFile(path, error);
@@ -34,8 +47,10 @@ Preference readPreference(const std::filesystem::path& path, const std::string& 
                 "The preferences could not be read: " + reason + " (" + readablePath(path) + ")"};
     }
     const auto value = preferences->root().member(key).string();
-    if (!value) return {};
-    return {std::string(*value), {}};
+    if (value) return {std::string(*value), {}};
+    auto remark = remarkOn(preferences->root(), key);
+    if (remark) *remark += " (" + readablePath(path) + ")";
+    return {{}, {}, remark};
 }
 
 }  // namespace

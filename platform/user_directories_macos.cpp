@@ -52,7 +52,9 @@ Preference preference(const std::string& domain, const std::string& key) {
     const Owned<CFPropertyListRef> value(
         CFPreferencesCopyAppValue(keyName.get(), domainName.get()));
     if (!value) return isRead ? Preference() : unreadable;
-    if (CFGetTypeID(value.get()) != CFStringGetTypeID()) return {};
+    if (CFGetTypeID(value.get()) != CFStringGetTypeID()) {
+        return {{}, {}, "The preference " + key + " is no text"};
+    }
     auto text = utf8(static_cast<CFStringRef>(value.get()));
     return text ? Preference{std::move(text), {}} : unreadable;
 }

@@ -5,7 +5,6 @@
 #include <mutex>
 #include <new>
 
-#include "server/catalogue.h"
 #include "store/recording.h"
 
 namespace tovra {
@@ -47,11 +46,11 @@ ToolResult run(const ToolDefinition& tool, json::Value arguments) {
 
 }  // namespace
 
-ToolResult callTool(std::string_view name, json::Value arguments, bool readOnly) {
-    const auto catalogue = tools();
-    const auto tool = std::find_if(catalogue.begin(), catalogue.end(),
+ToolResult callTool(std::string_view name, json::Value arguments, bool readOnly,
+                    const Catalogue& offered) {
+    const auto tool = std::find_if(offered.tools.begin(), offered.tools.end(),
                                    [&](const ToolDefinition& it) { return it.name == name; });
-    if (tool == catalogue.end()) {
+    if (tool == offered.tools.end()) {
         return {"Unknown tool: " + std::string(name), true};
     }
     if (!isOffered(*tool, readOnly)) {

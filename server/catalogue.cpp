@@ -54,6 +54,6 @@ constexpr std::array<ToolDefinition, 7> kTools = {{
 
 }  // namespace
 
-std::span<const ToolDefinition> tools() { return kTools; }
+Catalogue catalogue() { return {"tovra", kTools}; }
 
 }  // namespace tovra

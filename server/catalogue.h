@@ -22,8 +22,14 @@ struct ToolDefinition {
     std::string (*operation)(json::Value arguments);
 };
 
-// The seven definitions, in the order in which they are listed.
-[[nodiscard]] std::span<const ToolDefinition> tools();
+// What a server says of itself.
+struct Catalogue {
+    std::string_view server;                // its name
+    std::span<const ToolDefinition> tools;  // in the order in which they are listed
+};
+
+// The catalogue of tovra-mcp, with its seven tools.
+[[nodiscard]] Catalogue catalogue();
 
 // Whether a server in that mode offers the tool.
 [[nodiscard]] inline bool isOffered(const ToolDefinition& tool, bool readOnly) {

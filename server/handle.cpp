@@ -6,7 +6,6 @@
 #include "http/request.h"
 #include "json/write.h"
 #include "server/call_tool.h"
-#include "server/catalogue.h"
 #include "store/fields.h"
 
 namespace tovra {
@@ -14,17 +13,19 @@ namespace {
 
 constexpr std::string_view kDefaultProtocolVersion = "2024-11-05";
 
-std::string initializeResult(json::Value params) {
+std::string initializeResult(json::Value params, std::string_view server) {
     const auto offered = params.member("protocolVersion").string();
     std::string result = R"({"protocolVersion":)";
     json::appendString(result, offered.value_or(kDefaultProtocolVersion));
-    result += R"(,"capabilities":{"tools":{}},"serverInfo":{"name":"tovra","version":"1.0.0"}})";
+    result += R"(,"capabilities":{"tools":{}},"serverInfo":{"name":)";
+    json::appendString(result, server);
+    result += R"(,"version":"1.0.0"}})";
     return result;
 }
 
-std::string toolsListResult(bool readOnly) {
+std::string toolsListResult(bool readOnly, const Catalogue& offered) {
     std::string result = R"({"tools":[)";
-    for (const ToolDefinition& tool : tools()) {
+    for (const ToolDefinition& tool : offered.tools) {
         if (!isOffered(tool, readOnly)) continue;
         if (!result.ends_with('[')) result += ',';
         result += R"({"name":)";
@@ -63,7 +64,8 @@ void appendToolResult(std::string& response, std::string_view text, bool isError
 
 // Room for a result with a short text is made before the call: whatever that has done is answered,
 // even where it has used up all memory.
-std::optional<std::string> toolsCallResponse(json::Value id, json::Value params, bool readOnly) {
+std::optional<std::string> toolsCallResponse(json::Value id, json::Value params, bool readOnly,
+                                             const Catalogue& offered) {
     constexpr std::string_view kNoMemory =
         "Error: There is not enough memory for the answer. Where something was to be recorded, it "
         "may have been: look before you try again.";
@@ -72,7 +74,7 @@ std::optional<std::string> toolsCallResponse(json::Value id, json::Value params,
     const std::size_t start = response.size();
     response.reserve(start + 1024 + http::kHeadRoom);
     const ToolResult called =
-        callTool(stringField(params, "name"), objectField(params, "arguments"), readOnly);
+        callTool(stringField(params, "name"), objectField(params, "arguments"), readOnly, offered);
     if (!id.exists()) return std::nullopt;
     try {
         appendToolResult(response, called.text, called.isError);
@@ -86,17 +88,19 @@ std::optional<std::string> toolsCallResponse(json::Value id, json::Value params,
 
 }  // namespace
 
-std::optional<std::string> handle(json::Value message, bool readOnly) {
+std::optional<std::string> handle(json::Value message, bool readOnly, const Catalogue& offered) {
     const auto method = message.member("method").string();
     if (!method) return std::nullopt;
     const json::Value id = message.member("id");
     const json::Value params = objectField(message, "params");
 
-    if (*method == "tools/call") return toolsCallResponse(id, params, readOnly);
+    if (*method == "tools/call") return toolsCallResponse(id, params, readOnly, offered);
     if (!id.exists()) return std::nullopt;
-    if (*method == "initialize") return responseTo(id, "result") + initializeResult(params) + '}';
+    if (*method == "initialize")
+        return responseTo(id, "result") + initializeResult(params, offered.server) + '}';
     if (*method == "ping") return responseTo(id, "result") + "{}}";
-    if (*method == "tools/list") return responseTo(id, "result") + toolsListResult(readOnly) + '}';
+    if (*method == "tools/list")
+        return responseTo(id, "result") + toolsListResult(readOnly, offered) + '}';
     return responseTo(id, "error") + methodNotFoundError(*method) + '}';
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "json/json.h"
+#include "server/catalogue.h"
 
 namespace tovra {
 
@@ -16,6 +17,7 @@ namespace tovra {
 // A call that there is no memory for gets a result with the error flag. Throws std::bad_alloc, and
 // nothing else, where there is no memory to begin; then nothing was done. The response to a call
 // has room for http::kHeadRoom bytes more, so that a transport needs no memory to send it.
-[[nodiscard]] std::optional<std::string> handle(json::Value message, bool readOnly);
+[[nodiscard]] std::optional<std::string> handle(json::Value message, bool readOnly,
+                                                const Catalogue& offered = catalogue());
 
 }  // namespace tovra

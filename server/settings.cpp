@@ -36,6 +36,8 @@ Settings readSettings(std::span<const std::string_view> arguments,
             settings.authToken = arguments[++i];
         } else if (arguments[i] == "--read-only") {
             settings.readOnly = true;
+        } else {
+            settings.ignored.push_back(arguments[i]);
         }
     }
     return settings;

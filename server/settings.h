@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tovra {
 
@@ -13,6 +14,7 @@ struct Settings {
     bool readOnly = false;                  // the recording tools are refused
     std::optional<std::uint16_t> httpPort;  // HTTP mode on this port; else standard input
     std::optional<std::string> authToken;   // the bearer token of HTTP mode; empty counts as none
+    std::vector<std::string_view> ignored;  // arguments that are not known
 };
 
 // Reads the arguments that follow the program's name, from left to right. The last occurrence of an

@@ -20,11 +20,11 @@ constexpr int kStandardInput = 0;
 constexpr int kStandardOutput = 1;
 
 // The line that answers this one. A message that there is no memory for gets none.
-std::optional<std::string> answer(std::string_view line, bool readOnly) {
+std::optional<std::string> answer(std::string_view line, bool readOnly, const Catalogue& offered) {
     try {
         const auto message = json::parse(line);
         if (!message || !message->root().is(json::Kind::object)) return std::nullopt;
-        auto response = handle(message->root(), readOnly);
+        auto response = handle(message->root(), readOnly, offered);
         if (response) *response += '\n';
         return response;
     } catch (const std::bad_alloc&) {
@@ -34,14 +34,14 @@ std::optional<std::string> answer(std::string_view line, bool readOnly) {
 
 }  // namespace
 
-int runStdio(bool readOnly) {
+int runStdio(bool readOnly, const Catalogue& offered) {
     recordOnlyWhile([] { return hasReader(kStandardOutput) && !isEndSignalPending(); });
     LineReader input(kStandardInput);
     while (const auto line = input.next()) {
         if (!awaitReader(kStandardOutput)) return 0;
         // No signal ends the process between a recording and its answer.
         const SignalHold hold;
-        const auto response = answer(*line, readOnly);
+        const auto response = answer(*line, readOnly, offered);
         if (!response) continue;
         if (const std::error_code error = writeToReader(kStandardOutput, *response)) {
             // A host that reads no more has ended the session, which is no failure.

@@ -5,22 +5,20 @@
 #include <utility>
 
 #include "files/json_file.h"
-#include "platform/environment.h"
 #include "platform/user_directories.h"
 
 namespace tovra {
 
-DataFileLocation locateDataFile() {
+DataFileLocation locateDataFile(const std::optional<std::string>& variable) {
     using Source = DataFileLocation::Source;
-    if (auto path = environmentVariable("TOVRA_DATA_FILE"); path && !path->empty()) {
-        return {*path, Source::variable, {}};
-    }
-    const auto [directory, problem] = preference("com.local.pennyloft", "tovra.syncDir");
+    if (variable && !variable->empty()) return {*variable, Source::variable};
+    const auto [directory, problem, remark] = preference("com.local.pennyloft", "tovra.syncDir");
     if (directory && !directory->empty()) {
-        return {std::filesystem::path(*directory) / "data.json", Source::preference, {}};
+        return {std::filesystem::path(*directory) / "data.json", Source::preference};
     }
     const auto support = applicationSupportDirectory();
-    DataFileLocation fallback{"/" / support / "Pennyloft/data.json", Source::fallback, problem};
+    DataFileLocation fallback{"/" / support / "Pennyloft/data.json", Source::fallback, problem,
+                              remark};
     if (support.is_relative()) fallback.preferencesProblem = "The home directory is not known";
     return fallback;
 }

@@ -8,27 +8,32 @@
 #include <string>
 
 #include "json/json.h"
+#include "platform/environment.h"
 #include "store/fields.h"
 
 namespace tovra {
 
 // Which file is the data file, and why.
 struct DataFileLocation {
-    enum class Source { variable, preference, fallback };
+    enum class Source { variable, preference, fallback, named };  // named: by a person
 
     std::filesystem::path path;
     Source source = Source::fallback;
     // Why the application's preferences, which exist, could not be read, or why nobody knows where
     // they are: a sentence without its full stop. `path` is then the fallback, and perhaps not the
     // file that the application uses: no recording may go there.
-    std::optional<std::string> preferencesProblem;
+    std::optional<std::string> preferencesProblem = {};
+    // What keeps preferences that could be read from naming a directory, in the same form.
+    std::optional<std::string> preferencesRemark = {};
 };
 
 // Looks for the data file, in this order: the environment variable TOVRA_DATA_FILE; data.json in
 // the directory that the finance application's preference "tovra.syncDir" names;
 // Pennyloft/data.json in the user's directory for application data. An empty value does not count,
-// any other is taken as it stands. The file need not exist.
-[[nodiscard]] DataFileLocation locateDataFile();
+// any other is taken as it stands. The file need not exist. `variable` is the value of
+// that variable.
+[[nodiscard]] DataFileLocation locateDataFile(
+    const std::optional<std::string>& variable = environmentVariable("TOVRA_DATA_FILE"));
 
 // The path alone.
 [[nodiscard]] std::filesystem::path dataFileURL();

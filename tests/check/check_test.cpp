@@ -1,12 +1,15 @@
-#include "check/check.h"
+#include "check/examination.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <chrono>
 #include <map>
+#include <regex>
 #include <set>
 
+#include "check/hosts.h"
 #include "check/layout.h"
 #include "store/fields.h"
 #include "support/child_process.h"
@@ -57,12 +60,13 @@ class Scene {
 std::string listed(const std::vector<Finding>& findings, const Scene& scene) {
     std::string lines;
     for (const auto& [level, about, text] : findings) {
-        lines += level == Level::error ? "error " : "warning ";
-        lines +=
-            std::string(about) + ": " + support::replaced(text, scene.folder(), "FOLDER") + "\n";
+        lines += std::string(nameOf(level)) + " " + std::string(about) + ": " +
+                 support::replaced(text, scene.folder(), "FOLDER") + "\n";
     }
     return lines;
 }
+
+DataFileLocation named(const fs::path& path) { return {path, DataFileLocation::Source::named}; }
 
 std::string linesOf(json::Value strings) {
     std::string lines;
@@ -78,7 +82,7 @@ TEST(Check, FindsWhatIsWrong) {
         golden.allowOnly(row, {"case", "path", "file", "beside", "finds"});
         const Scene scene(row);
         const std::string before = scene.state();
-        EXPECT_EQ(listed(check(scene.path(row), kNow).findings, scene),
+        EXPECT_EQ(listed(examine(named(scene.path(row)), kNow).findings, scene),
                   linesOf(row.member("finds")));
         EXPECT_EQ(scene.state(), before);
     }
@@ -86,54 +90,138 @@ TEST(Check, FindsWhatIsWrong) {
 
 // What a test cannot bring about as every user and on every system.
 TEST(Check, ExplainsTheReasonsOfTheSystem) {
-    const std::map<std::string_view, int> reasons = {{"EACCES", EACCES},
-                                                     {"EPERM", EPERM},
-                                                     {"EDEADLK", EDEADLK},
-                                                     {"EFBIG", EFBIG},
-                                                     {"EROFS", EROFS},
-                                                     {"EIO", EIO},
-                                                     {"", 0}};
+    const std::map<std::string_view, int> reasons = {
+        {"EACCES", EACCES}, {"EPERM", EPERM}, {"EDEADLK", EDEADLK}, {"EFBIG", EFBIG},
+        {"EROFS", EROFS},   {"EIO", EIO},     {"ENOENT", ENOENT},   {"", 0}};
     const test::Golden golden("check/golden/checks.json");
     for (const json::Value row : golden.each(golden.root(), "places")) {
         const auto trace = golden.trace(row, stringField(row, "case"));
         const auto reason = [&](std::string_view name) {
             return std::error_code(reasons.at(stringField(row, name)), std::generic_category());
         };
-        Place place;
-        place.path = "/data.json";
-        place.notReadable = reason("notReadable");
-        place.notWritable = reason("notWritable");
-        place.isOwn = boolField(row, "isOwn").value_or(true);
+        Surroundings file;
+        file.path = file.target = file.missing = "/data.json";
+        file.notReadable = reason("notReadable");
+        file.notWritable = reason("notWritable");
+        file.notReplaceable = reason("notReplaceable");
+        file.isOwn = boolField(row, "isOwn").value_or(true);
         DataFileLocation location;
         if (boolField(row, "brokenPreferences") == true) location.preferencesProblem = "Broken";
         const Content content = survey(golden.root().member("whole"), kNow);
-        EXPECT_EQ(listed(findingsOf(location, place, {}, content), Scene({})),
+        EXPECT_EQ(listed(findingsOf(location, file, {}, {}, content), Scene({})),
                   linesOf(row.member("finds")));
     }
 }
 
+// What preferences say, which systems other than Linux keep elsewhere, and what TZ says.
+TEST(Check, LooksAtPreferencesAndTheTimeZone) {
+    const support::EnvironmentScope file("TOVRA_DATA_FILE", std::nullopt);
+    const support::EnvironmentScope data("XDG_DATA_HOME", std::nullopt);
+    const test::Golden golden("check/golden/checks.json");
+    for (const json::Value row : golden.each(golden.root(), "environments")) {
+        const auto trace = golden.trace(row);
+        golden.allowOnly(row, {"preferences", "zone", "finds"});
+        const Scene scene({});
+        const std::string folder = scene.folder();
+        const json::Value preferences = row.member("preferences");
+        const support::EnvironmentScope home("HOME", folder);
+        const support::EnvironmentScope configurations("XDG_CONFIG_HOME", folder);
+        const json::Value zone = row.member("zone");
+        const support::EnvironmentScope variable("TZ", std::string(zone.string().value_or("UTC")));
+        support::writeFile(folder + "/.local/share/Pennyloft/data.json", "{\"accounts\":[{}]}");
+        support::writeFile(folder + "/com.local.pennyloft/preferences.json",
+                           preferences.string().value_or(
+                               preferences.exists() ? test::compact(preferences) : "{}"));
+        auto findings = examine(locateDataFile(), kNow).findings;
+        std::erase_if(findings, [](const Finding& it) {
+            return it.about == "wrong-type" || it.about == "no-rate";
+        });
+        EXPECT_EQ(listed(findings, scene), linesOf(row.member("finds")));
+    }
+}
+
 std::string faultOf(const test::Row& row) {
-    const auto fault = findJsonFault(row[1]);
+    const support::TemporaryFolder folder;
+    support::writeFile(folder / "data.json", row[1]);
+    const auto fault = jsonFaultIn(folder / "data.json");
     if (!fault) return "none";
     std::string place = std::to_string(fault->line) + ":" + std::to_string(fault->column) + " ";
     return place.append(fault->reason);
 }
 
-std::string other(const test::Row& row) { return row.back(); }
-
-// Whatever the parser refuses has a fault, and nothing else.
-std::string written(const test::Row& row) {
-    EXPECT_EQ(findJsonFault(row[1]).has_value(), !json::parse(row[1]).has_value());
-    return row.back();
-}
-
 TEST(Check, SaysWhereAFileStopsBeingJson) {
     test::expectTable("check/golden/faults.txt", {{"fault", faultOf}});
-    test::expectTable("json/golden/json.txt", {{"repeated", other},
-                                               {"saved", other},
-                                               {"number", other},
-                                               {"written", written},
-                                               {"kept", written}});
+    // Whatever the parser refuses has a reason.
+    test::expectTable("json/golden/stops.txt", {{"stops", [](const test::Row& row) {
+                                                     EXPECT_FALSE(faultOf(row).ends_with(' '));
+                                                     return row.back();
+                                                 }}});
+}
+
+// The entries of the hosts below a home directory with that one file.
+std::string hostLines(const std::string& at, const std::string& configuration) {
+    const support::TemporaryFolder home;
+    const std::string folder = (home / "").parent_path().string();
+    const support::EnvironmentScope variable("HOME", folder);
+    support::writeFile(home / at, support::replaced(configuration, "FOLDER", folder));
+    support::writeFile(home / ".local/share/Pennyloft/data.json", "{}");
+    std::string lines;
+    for (const HostEntry& entry : lookAtHosts()) {
+        if (entry.file != home / at) continue;
+        lines += entry.host + ", " + entry.name + ": " + entry.starts;
+        if (entry.dataFile) lines += " on " + entry.dataFile->path.string();
+        lines += "\n";
+        for (const auto& [level, about, text] : entry.findings) {
+            EXPECT_FALSE(about.empty());
+            lines += std::string(nameOf(level)) + ": " + text + "\n";
+        }
+    }
+    return support::replaced(support::replaced(lines, TOVRA_SERVER, "SERVER"), folder, "FOLDER");
+}
+
+TEST(Check, ReadsWhatHostsAreConfiguredToStart) {
+    const support::EnvironmentScope configurations("XDG_CONFIG_HOME", std::nullopt);
+    const support::EnvironmentScope data("XDG_DATA_HOME", std::nullopt);
+    const support::EnvironmentScope path("PATH", "/no/such/folder");
+    const support::EnvironmentScope token("TOVRA_MCP_TOKEN", "s3cret");
+    const test::Golden golden("check/golden/hosts.json");
+    std::set<std::string> examples;
+    for (const json::Value row : golden.each(golden.root(), "hosts")) {
+        const auto trace = golden.trace(row);
+        golden.allowOnly(row, {"example", "at", "mistake", "right", "finds"});
+        const std::string example(stringField(row, "example"));
+        examples.insert(example);
+        std::string text = support::fileBytes(TOVRA_TESTS "/../examples/hosts/" + example);
+        text = support::replaced(text, "/usr/local/bin/tovra-mcp", "SERVER");
+        text = support::replaced(text, "choose-a-long-random-token", "my-own");
+        const auto change = row.member("mistake").children();
+        const std::string wrong = support::replaced(text, asString(change[0]), asString(change[1]));
+        EXPECT_NE(wrong, text);
+        const std::string at(stringField(row, "at"));
+        EXPECT_EQ(hostLines(at, support::replaced(text, "SERVER", TOVRA_SERVER)),
+                  linesOf(row.member("right")));
+        EXPECT_EQ(hostLines(at, support::replaced(wrong, "SERVER", TOVRA_SERVER)),
+                  linesOf(row.member("finds")));
+    }
+    EXPECT_EQ(examples.size(), 20U);
+}
+
+TEST(Check, SaysWhereAHostStartsAnOlderProgram) {
+    const support::TemporaryFolder home;
+    const support::EnvironmentScope variable("HOME", (home / "").string());
+    const support::EnvironmentScope path("PATH", (home / "new").string());
+    for (const std::string name : {"new/tovra-mcp", "old/tovra-mcp"}) {
+        support::writeFile(home / name, "");
+        fs::permissions(home / name, fs::perms::owner_all);
+    }
+    const auto time = fs::last_write_time(home / "new/tovra-mcp");
+    fs::last_write_time(home / "old/tovra-mcp", time - std::chrono::hours(1));
+    const std::string command = R"({"tovra":{"command":")" + (home / "old/tovra-mcp").string();
+    support::writeFile(home / ".cursor/mcp.json", command + "\"}}");
+    const auto entries = lookAtHosts();
+    ASSERT_FALSE(entries.empty() || entries.back().findings.empty());
+    EXPECT_EQ(entries.back().findings.front().text,
+              "There is a newer one: " + (home / "new/tovra-mcp").string() + ".");
 }
 
 // What the program prints, and the status with which it ends.
@@ -144,6 +232,8 @@ std::string printed(const std::vector<std::string>& arguments, const std::string
     std::string lines;
     while (const auto line = program.receive()) lines.append(*line) += '\n';
     lines += "status " + std::to_string(program.finish()) + "\n";
+    lines = std::regex_replace(lines, std::regex("20\\d\\d-\\d\\d-\\d\\d(, UTC|\",\"timeZone)"),
+                               "TODAY$1");
     return support::replaced(lines, file, "FILE");
 }
 
@@ -158,7 +248,7 @@ TEST(Check, PrintsLinesOrJson) {
         const auto trace = golden.trace(row);
         EXPECT_EQ(printed(arguments, scene.path(row)), linesOf(row.member("prints")));
     }
-    const Check found = check(fs::path("/no/such/file"), kNow);
+    const Examination found = examine(named("/no/such/file"), kNow);
     EXPECT_TRUE(asText(found, true).find("\033[31merror: ") != std::string::npos);
 }
 

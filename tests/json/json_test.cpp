@@ -80,6 +80,13 @@ std::string stops(const Row& row) {
     const std::string whole = "[" + std::string(70'000, ' ') + "\n" + row[1] + ",0]";
     for (const std::string& text : {row[1], whole}) {
         const auto at = whereInvalid(text);
+        // A byte at a time, so that pieces end in the midst of characters.
+        const auto read = [rest = std::string_view(text)](char* into, std::size_t) mutable {
+            const std::size_t count = rest.copy(into, 1);
+            rest.remove_prefix(count);
+            return static_cast<std::ptrdiff_t>(count);
+        };
+        EXPECT_EQ(whereInvalid(Source{text.size(), read}, {}), at);
         EXPECT_EQ(at.has_value(), !parse(text).has_value());
         if (at) {
             EXPECT_EQ(whereInvalid(text.substr(0, *at)).value_or(*at), *at);

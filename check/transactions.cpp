@@ -1,0 +1,195 @@
+#include "check/transactions.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+
+#include "check/names.h"
+#include "store/fields.h"
+
+namespace tovra::check {
+namespace {
+
+Counts sorted(const Numbers& numbers) {
+    Counts counts(numbers.begin(), numbers.end());
+    std::sort(counts.begin(), counts.end(), [](const auto& a, const auto& b) {
+        return a.second != b.second ? a.second > b.second : a.first < b.first;
+    });
+    return counts;
+}
+
+}  // namespace
+
+// The members of one transaction, found in one walk. Of those with one name the last counts.
+struct TransactionSurvey::Record {
+    Record(json::Value record, std::size_t place, std::uint32_t placeOfSplits) : number(place) {
+        for (const json::Value member : record.children()) {
+            const std::uint32_t index = member.nameIndex();
+            if (index >= members.size()) {
+                if (index == placeOfSplits) splits = member;
+                if (index < json::Names::kMost) others |= std::uint64_t{1} << index;
+            } else {
+                if (members[index].exists()) repeated = member;
+                members[index] = member;
+            }
+        }
+    }
+
+    [[nodiscard]] json::Value operator[](Name name) const {
+        return members[static_cast<std::uint32_t>(name)];
+    }
+    [[nodiscard]] std::string_view text(Name name) const { return asString((*this)[name]); }
+    [[nodiscard]] bool isTransfer() const { return text(Name::type) == "Transfer"; }
+    [[nodiscard]] bool isExpense() const { return text(Name::type) == "Expense"; }
+
+    [[nodiscard]] Example example(std::optional<json::Value> value = {}) const {
+        const std::string_view payee = text(Name::payee);
+        return {number, payee.empty() ? text(Name::category) : payee, text(Name::date), value};
+    }
+
+    std::size_t number;  // counted from 1
+    std::array<json::Value, kTransactionNames> members;
+    json::Value splits;
+    json::Value repeated;      // a member whose name occurs twice
+    std::uint64_t others = 0;  // a bit for the place of each other name that it has
+};
+
+TransactionSurvey::TransactionSurvey(Content& content, json::Value data, Instant now)
+    : content_(content),
+      transactions_(objectArrayField(data, "transactions")),
+      month_(monthOf(now)),
+      now_(now),
+      withID_(transactions_.size()),
+      all_(transactions_.size()) {
+    for (const json::Value account : objectArrayField(data, "accounts")) {
+        ids_.insert(stringField(account, "id"));
+    }
+    for (std::size_t i = 0; i < kFields.size(); ++i) {
+        if (kFields[i].list == "transactions") fields_.emplace_back(i, placeOf(kFields[i].member));
+    }
+}
+
+void TransactionSurvey::run() {
+    std::size_t number = 0;
+    for (const json::Value record : transactions_) add(Record(record, ++number, placeOfSplits_));
+    finish();
+}
+
+void TransactionSurvey::add(const Record& record) {
+    types_.add(record.text(Name::type));
+    currencies_.add(record.text(Name::currency));
+    for (const auto& [field, name] : fields_) {
+        const json::Value value = record.members[name];
+        if (faultOf(kFields[field], value)) content_.tallies.look(field, value, record.example());
+    }
+    addDate(record);
+    addAccounts(record);
+    addCategories(record);
+    addDoubles(record);
+    const std::string_view type = record.text(Name::type);
+    if (type != "Income" && type != "Expense" && type != "Transfer") {
+        content_.tallies[Rule::unknownType].add(record.example(record[Name::type]));
+    }
+    if (record.repeated.exists()) {
+        content_.tallies[Rule::repeatedMember].add(record.example(record.repeated));
+    }
+    others_ |= record.others;
+}
+
+void TransactionSurvey::addDate(const Record& record) {
+    constexpr Instant kOldest = -2208988800;  // 1900-01-01
+    constexpr Instant kYear = 366.0 * 86400;
+    const auto date = parseDate(record.text(Name::date), dayFormatter_);
+    if (!date) {
+        ++content_.undated;
+        Example example = record.example(record[Name::date]);
+        example.day = {};
+        return content_.tallies[Rule::noDate].add(example);
+    }
+    if (*date < kOldest || *date > now_ + kYear) {
+        content_.tallies[Rule::oddDate].add(record.example());
+    }
+    if (!content_.dates) content_.dates = {*date, *date};
+    content_.dates->first = std::min(content_.dates->first, *date);
+    content_.dates->second = std::max(content_.dates->second, *date);
+    if (month_.contains(*date)) ++content_.thisMonth;
+}
+
+// Counts the transaction at most once, whatever is wrong with the accounts that it names.
+void TransactionSurvey::addAccounts(const Record& record) {
+    const std::string_view type = record.text(Name::type);
+    if (!record.isTransfer() && type != "Income" && type != "Expense") return;
+    const auto missing = [&](Name name) { return !ids_.contains(record.text(name)); };
+    const auto unknown = [&](Name name) { return missing(name) && !record.text(name).empty(); };
+    const Name other = record.isTransfer() ? Name::transferAccountID : Name::accountID;
+    for (const Name name : {Name::accountID, other}) {
+        if (!unknown(name)) continue;
+        return content_.tallies[Rule::unknownAccount].add(record.example(record[name]));
+    }
+    if (record.isTransfer() && record.text(Name::accountID) == record.text(other) &&
+        !missing(other)) {
+        content_.tallies[Rule::selfTransfer].add(record.example());
+    }
+    if (missing(Name::accountID) && missing(other)) {
+        content_.tallies[Rule::noAccount].add(record.example());
+    } else if (missing(Name::accountID) || missing(other)) {
+        content_.tallies[Rule::halfTransfer].add(record.example());
+    }
+}
+
+void TransactionSurvey::addCategories(const Record& record) {
+    const bool hasSplits = record.splits.exists() && !record.splits.is(json::Kind::null);
+    if (hasSplits && !record.splits.isArrayOfObjects()) {
+        content_.tallies[Rule::noSplits].add(record.example(record.splits));
+    }
+    double sum = 0;
+    for (const json::Value split : asObjectArray(record.splits)) {
+        content_.tallies.look("splits", split, record.example());
+        sum += numberField(split, "amount");
+        if (record.isExpense()) splitCategories_.add(stringField(split, "category"));
+    }
+    if (!record.isExpense()) return;
+    const json::Value amount = record[Name::amount];
+    if (!asObjectArray(record.splits).empty() && !(std::abs(sum - asNumber(amount)) < 0.005)) {
+        content_.tallies[Rule::splitsSum].add(record.example(amount));
+    }
+    categories_.add(record.text(Name::category));
+    subcategories_.add(record.text(Name::subcategory));
+}
+
+void TransactionSurvey::addDoubles(const Record& record) {
+    const std::hash<std::string_view> hash;
+    const std::string_view id = record.text(Name::id);
+    if (!id.empty()) withID_.add(hash(id), record.number);
+    std::string_view amount;
+    if (record[Name::amount].is(json::Kind::number)) amount = record[Name::amount].numberText();
+    std::size_t all = hash(amount);
+    for (const Name name :
+         {Name::date, Name::type, Name::currency, Name::payee, Name::category, Name::accountID}) {
+        all = (all ^ hash(record.text(name))) * 0x9E3779B97F4A7C15U;
+    }
+    all_.add(all, record.number);
+}
+
+void TransactionSurvey::finish() {
+    const auto example = [&](std::uint32_t number) {
+        return Record(transactions_[number - 1], number, placeOfSplits_).example();
+    };
+    const auto& repeated = withID_.later;
+    for (const std::uint32_t number : repeated) {
+        content_.tallies[Rule::repeatedID].add(example(number));
+    }
+    // A few are bought twice a day; half of all are no accident.
+    const auto& twins = all_.later;
+    if (repeated.empty() && twins.size() > 1 && twins.size() * 5 >= transactions_.size() * 2) {
+        for (const std::uint32_t number : twins) content_.tallies[Rule::twin].add(example(number));
+    }
+    for (std::uint32_t place = 0; place < json::Names::kMost; ++place) {
+        const auto name = otherCaseAt(place);
+        if (name && (others_ >> place & 1U) != 0) content_.otherCase.push_back(*name);
+    }
+    content_.types = sorted(types_.numbers);
+    content_.currencies = sorted(currencies_.numbers);
+}
+
+}  // namespace tovra::check
