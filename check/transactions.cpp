@@ -47,6 +47,18 @@ struct TransactionSurvey::Record {
         return {number, payee.empty() ? text(Name::category) : payee, text(Name::date), value};
     }
 
+    // A hash that is the same for transactions of the same day, amount, payee and so on.
+    [[nodiscard]] std::size_t likeness() const {
+        const std::hash<std::string_view> hash;
+        const json::Value amount = (*this)[Name::amount];
+        std::size_t all = amount.is(json::Kind::number) ? hash(amount.numberText()) : 0;
+        for (const Name name : {Name::date, Name::type, Name::currency, Name::payee, Name::category,
+                                Name::accountID}) {
+            all = (all ^ hash(text(name))) * 0x9E3779B97F4A7C15U;
+        }
+        return all ^ all >> 32;
+    }
+
     std::size_t number;  // counted from 1
     std::array<json::Value, kTransactionNames> members;
     json::Value splits;
@@ -60,7 +72,8 @@ TransactionSurvey::TransactionSurvey(Content& content, json::Value data, Instant
       month_(monthOf(now)),
       now_(now),
       withID_(transactions_.size()),
-      all_(transactions_.size()) {
+      part_(transactions_.size() < 10000 ? 1 : 16),
+      some_(2 * transactions_.size() / part_) {
     for (const json::Value account : objectArrayField(data, "accounts")) {
         ids_.insert(stringField(account, "id"));
     }
@@ -158,17 +171,25 @@ void TransactionSurvey::addCategories(const Record& record) {
 }
 
 void TransactionSurvey::addDoubles(const Record& record) {
-    const std::hash<std::string_view> hash;
     const std::string_view id = record.text(Name::id);
-    if (!id.empty()) withID_.add(hash(id), record.number);
-    std::string_view amount;
-    if (record[Name::amount].is(json::Kind::number)) amount = record[Name::amount].numberText();
-    std::size_t all = hash(amount);
-    for (const Name name :
-         {Name::date, Name::type, Name::currency, Name::payee, Name::category, Name::accountID}) {
-        all = (all ^ hash(record.text(name))) * 0x9E3779B97F4A7C15U;
+    if (!id.empty()) withID_.add(std::hash<std::string_view>()(id), record.number);
+    const std::size_t likeness = record.likeness();
+    if (likeness % part_ != 0) return;
+    ++looked_;
+    some_.add(likeness, record.number);
+}
+
+// A few are bought twice a day; half of all are no accident.
+void TransactionSurvey::addTwins() {
+    if (some_.later.size() < 2 || some_.later.size() * 5 < looked_ * 2) return;
+    Doubles all(transactions_.size());
+    std::size_t number = 0;
+    for (const json::Value value : transactions_) {
+        const Record record(value, ++number, placeOfSplits_);
+        const std::size_t before = all.later.size();
+        all.add(record.likeness(), number);
+        if (all.later.size() > before) content_.tallies[Rule::twin].add(record.example());
     }
-    all_.add(all, record.number);
 }
 
 void TransactionSurvey::finish() {
@@ -179,11 +200,7 @@ void TransactionSurvey::finish() {
     for (const std::uint32_t number : repeated) {
         content_.tallies[Rule::repeatedID].add(example(number));
     }
-    // A few are bought twice a day; half of all are no accident.
-    const auto& twins = all_.later;
-    if (repeated.empty() && twins.size() > 1 && twins.size() * 5 >= transactions_.size() * 2) {
-        for (const std::uint32_t number : twins) content_.tallies[Rule::twin].add(example(number));
-    }
+    if (repeated.empty()) addTwins();
     for (std::uint32_t place = 0; place < json::Names::kMost; ++place) {
         const auto name = otherCaseAt(place);
         if (name && (others_ >> place & 1U) != 0) content_.otherCase.push_back(*name);

@@ -33,20 +33,26 @@ class Counter {
 // Finds records that are like one before, by a hash of 64 bits. Not for several threads.
 class Doubles {
   public:
-    explicit Doubles(std::size_t most) : seen_(std::bit_ceil(2 * most + 2)) {}
-    // Notes the number of a record whose hash was added before. REQUIRES: at most so many are
-    // added.
+    explicit Doubles(std::size_t most) : most_(most), seen_(std::bit_ceil(2 * most + 2)) {}
+    // Notes the number of a record whose hash was added before. Beyond so many, new ones are left
+    // out.
     void add(std::size_t hash, std::size_t number) {
         if (hash == kFree) ++hash;
         std::size_t place = hash;
         while (seen_[place &= seen_.size() - 1] != kFree && seen_[place] != hash) ++place;
-        if (seen_[place] == hash) later.push_back(static_cast<std::uint32_t>(number));
-        seen_[place] = hash;
+        if (seen_[place] == hash) {
+            later.push_back(static_cast<std::uint32_t>(number));
+        } else if (count_ < most_) {
+            seen_[place] = hash;
+            ++count_;
+        }
     }
     std::vector<std::uint32_t> later;  // the numbers of such records, ascending
 
   private:
     static constexpr std::size_t kFree = 0;
+    std::size_t most_;
+    std::size_t count_ = 0;
     std::vector<std::size_t> seen_;
 };
 
@@ -72,6 +78,7 @@ class TransactionSurvey {
     void addAccounts(const Record& record);
     void addCategories(const Record& record);
     void addDoubles(const Record& record);
+    void addTwins();
     void finish();
 
     Content& content_;
@@ -89,7 +96,11 @@ class TransactionSurvey {
     std::uint64_t others_ = 0;  // a bit for the place of each name that is none of a transaction
     const std::uint32_t placeOfSplits_ = placeOf("splits");
     Doubles withID_;
-    Doubles all_;
+    // Of many transactions a part is looked at first, in search of twins: those whose hash is a
+    // multiple of this.
+    const std::size_t part_;
+    std::size_t looked_ = 0;
+    Doubles some_;
 };
 
 }  // namespace tovra::check
