@@ -2,6 +2,7 @@
 #include <vector>
 
 #include "check/layout.h"
+#include "json/object_text.h"
 #include "json/utf8.h"
 #include "json/write.h"
 #include "store/dates.h"
@@ -21,23 +22,6 @@ std::string text(std::string value) {
 
 std::string truth(bool value) { return value ? "true" : "false"; }
 
-// The text of an object or an array, member by member.
-class Members {
-  public:
-    explicit Members(std::string_view brackets) : brackets_(brackets) {}
-
-    void add(const std::string& value) { out_ += (out_.empty() ? "" : ",") + value; }
-    void add(std::string_view name, const std::string& value) {
-        add(text(std::string(name)) + ":" + value);
-    }
-
-    [[nodiscard]] std::string close() const { return brackets_.front() + out_ + brackets_.back(); }
-
-  private:
-    std::string_view brackets_;
-    std::string out_;
-};
-
 std::string_view nameOf(DataFileLocation::Source source) {
     using Source = DataFileLocation::Source;
     switch (source) {
@@ -54,13 +38,13 @@ std::string_view nameOf(DataFileLocation::Source source) {
 }
 
 std::string counts(const Counts& counts) {
-    Members members("{}");
+    json::ObjectText members;
     for (const auto& [name, count] : counts) members.add(name, std::to_string(count));
     return members.close();
 }
 
 std::string contentText(const Content& content) {
-    Members members("{}");
+    json::ObjectText members;
     members.add("baseCurrency", text(std::string(content.baseCurrency)));
     for (const List& list : content.lists) members.add(list.name, std::to_string(list.count));
     members.add("archivedAccounts", std::to_string(content.archivedAccounts));
@@ -78,7 +62,7 @@ std::string contentText(const Content& content) {
 
 std::string fileText(const Examination& found) {
     const Surroundings& file = found.file;
-    Members members("{}");
+    json::ObjectText members;
     members.add("path", text(file.path.string()));
     members.add("chosenBy", text(std::string(nameOf(found.location.source))));
     members.add("exists", truth(!file.isMissing()));
@@ -91,22 +75,23 @@ std::string fileText(const Examination& found) {
 }  // namespace
 
 std::string asJson(const Examination& found) {
-    Members findings("[]");
+    std::string findings;
     for (const Finding& finding : found.findings) {
-        Members members("{}");
-        members.add("level", text(std::string(nameOf(finding.level))));
-        members.add("about", text(std::string(finding.about)));
-        members.add("text", text(finding.text));
-        findings.add(members.close());
+        if (!findings.empty()) findings += ',';
+        findings += json::ObjectText()
+                        .add("level", text(std::string(nameOf(finding.level))))
+                        .add("about", text(std::string(finding.about)))
+                        .add("text", text(finding.text))
+                        .close();
     }
-    Members members("{}");
+    json::ObjectText members;
     members.add("status", std::to_string(exitStatus(found.findings)));
     members.add("file", fileText(found));
     members.add("today", text(DayFormatter().format(found.now)));
     members.add("timeZone", text(found.zone.name));
     members.add("utcOffset", text(found.zone.offset));
     members.add("content", found.content ? contentText(*found.content) : "null");
-    members.add("findings", findings.close());
+    members.add("findings", "[" + findings + "]");
     return members.close() + "\n";
 }
 

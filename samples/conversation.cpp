@@ -19,7 +19,7 @@
 
 #include "files/json_file.h"
 #include "json/json.h"
-#include "json/write.h"
+#include "json/object_text.h"
 #include "support/child_process.h"
 
 namespace {
@@ -44,12 +44,6 @@ std::string coloured(std::string_view text, std::string_view colour) {
     return "\033[" + std::string(colour) + "m" + std::string(text) + "\033[0m";
 }
 
-std::string jsonString(std::string_view text) {
-    std::string result;
-    json::appendString(result, text);
-    return result;
-}
-
 class Conversation {
   public:
     Conversation(const std::string& server, const std::string& dataFile, bool showsProtocol)
@@ -62,8 +56,10 @@ class Conversation {
 
     std::string answerTo(const Question& question) {
         const json::Document response =
-            request("tools/call", R"({"name":)" + jsonString(question.tool) + R"(,"arguments":)" +
-                                      question.arguments + "}");
+            request("tools/call", json::ObjectText()
+                                      .addString("name", question.tool)
+                                      .add("arguments", question.arguments)
+                                      .close());
         std::string answer;
         for (const json::Value item :
              response.root().member("result").member("content").children()) {
@@ -78,8 +74,12 @@ class Conversation {
 
   private:
     json::Document request(std::string_view method, std::string_view params) {
-        send(R"({"jsonrpc":"2.0","id":)" + std::to_string(nextId_++) + R"(,"method":)" +
-             jsonString(method) + R"(,"params":)" + std::string(params) + "}");
+        send(json::ObjectText()
+                 .addString("jsonrpc", "2.0")
+                 .add("id", std::to_string(nextId_++))
+                 .addString("method", method)
+                 .add("params", params)
+                 .close());
         const auto line = server_.receive();
         if (!line) throw std::runtime_error("the server gave no answer");
         if (showsProtocol_) std::cout << coloured("< " + std::string(*line), "2") << '\n';
@@ -134,7 +134,7 @@ std::vector<Question> recordings(const std::string& goal) {
     return {{"Add 4.80 for two espressos at Café Müller, from my wallet.", "add_transaction",
              R"({"amount":4.8,"payee":"Café Müller","category":"Dining","account":"wallet"})"},
             {"Put 25 towards " + goal + ".", "add_to_goal",
-             R"({"goal":)" + jsonString(goal) + R"(,"amount":25})"}};
+             json::ObjectText().addString("goal", goal).add("amount", "25").close()}};
 }
 
 void run(const std::string& server, const std::string& dataFile, std::string_view what) {

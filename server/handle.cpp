@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "http/request.h"
+#include "json/object_text.h"
 #include "json/write.h"
 #include "server/call_tool.h"
 #include "store/fields.h"
@@ -15,35 +16,33 @@ constexpr std::string_view kDefaultProtocolVersion = "2024-11-05";
 
 std::string initializeResult(json::Value params, std::string_view server) {
     const auto offered = params.member("protocolVersion").string();
-    std::string result = R"({"protocolVersion":)";
-    json::appendString(result, offered.value_or(kDefaultProtocolVersion));
-    result += R"(,"capabilities":{"tools":{}},"serverInfo":{"name":)";
-    json::appendString(result, server);
-    result += R"(,"version":"1.0.0"}})";
-    return result;
+    const auto info = json::ObjectText().addString("name", server).addString("version", "1.0.0");
+    return json::ObjectText()
+        .addString("protocolVersion", offered.value_or(kDefaultProtocolVersion))
+        .add("capabilities", R"({"tools":{}})")
+        .add("serverInfo", info.close())
+        .close();
 }
 
 std::string toolsListResult(bool readOnly, const Catalogue& offered) {
-    std::string result = R"({"tools":[)";
+    std::string list;
     for (const ToolDefinition& tool : offered.tools) {
         if (!isOffered(tool, readOnly)) continue;
-        if (!result.ends_with('[')) result += ',';
-        result += R"({"name":)";
-        json::appendString(result, tool.name);
-        result += R"(,"description":)";
-        json::appendString(result, tool.description);
-        result += R"(,"inputSchema":)";
-        result += tool.inputSchema;
-        result += '}';
+        if (!list.empty()) list += ',';
+        list += json::ObjectText()
+                    .addString("name", tool.name)
+                    .addString("description", tool.description)
+                    .add("inputSchema", tool.inputSchema)
+                    .close();
     }
-    result += "]}";
-    return result;
+    return json::ObjectText().add("tools", "[" + list + "]").close();
 }
 
 std::string methodNotFoundError(std::string_view method) {
-    std::string error = R"({"code":-32601,"message":)";
-    json::appendString(error, "Method not found: " + std::string(method));
-    return error += '}';
+    return json::ObjectText()
+        .add("code", "-32601")
+        .addString("message", "Method not found: " + std::string(method))
+        .close();
 }
 
 // A response up to its content. `outcome` is the member that holds it: "result" or "error".

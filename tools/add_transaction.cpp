@@ -3,6 +3,7 @@
 #include <cmath>
 #include <utility>
 
+#include "json/object_text.h"
 #include "json/write.h"
 #include "platform/unicode.h"
 #include "platform/uuid.h"
@@ -50,22 +51,16 @@ NewTransaction readArguments(json::Value arguments, Instant now) {
 
 std::string recordText(const NewTransaction& transaction, std::string_view currency,
                        json::Value account) {
-    std::string text;
-    const auto member = [&text](std::string_view name, std::string_view value) {
-        text += text.empty() ? '{' : ',';
-        json::appendString(text, name);
-        text += ':';
-        json::appendString(text, value);
-    };
-    member("id", transaction.id);
-    member("date", transaction.date);
-    member("payee", transaction.payee);
-    member("category", transaction.category);
-    member("currency", currency);
-    member("type", transaction.type);
-    member("note", transaction.note);
-    if (account.exists()) member("accountID", stringField(account, "id"));
-    return text + ",\"amount\":" + json::numberText(transaction.amount) + "}";
+    json::ObjectText record;
+    record.addString("id", transaction.id)
+        .addString("date", transaction.date)
+        .addString("payee", transaction.payee)
+        .addString("category", transaction.category)
+        .addString("currency", currency)
+        .addString("type", transaction.type)
+        .addString("note", transaction.note);
+    if (account.exists()) record.addString("accountID", stringField(account, "id"));
+    return record.add("amount", json::numberText(transaction.amount)).close();
 }
 
 json::Edit appendRecord(const DataSnapshot& snapshot, const std::string& record) {
