@@ -2,6 +2,7 @@
 // Its time passes faster.
 #pragma once
 
+#include <algorithm>
 #include <cerrno>
 #include <functional>
 #include <map>
@@ -191,7 +192,12 @@ class FolderModel : public FileSystem {
     }
     FilePointer newFile() {
         auto file = std::make_shared<File>();
-        file->inode = ++inodes_;
+        // At once the number of a file that is gone, as real ones do.
+        const auto isFree = [](const std::weak_ptr<File>& it) { return it.expired(); };
+        const auto inode = std::find_if(inodes_.begin(), inodes_.end(), isFree);
+        file->inode = static_cast<ino_t>(inode - inodes_.begin() + 1);
+        if (inode == inodes_.end()) inodes_.emplace_back();
+        inodes_[file->inode - 1] = file;
         file->list = inheritedList;
         return file;
     }
@@ -226,7 +232,7 @@ class FolderModel : public FileSystem {
     FilePointer root_ = std::make_shared<File>();
     FilePointer folder_ = std::make_shared<File>();
     int descriptors_ = 0;
-    ino_t inodes_ = 0;
+    std::vector<std::weak_ptr<File>> inodes_;
     time_t time_ = 0;
 };
 

@@ -102,6 +102,33 @@ TEST_F(RecordingFaults, OfAFolderThatMayNotBeReadAreNone) {
     EXPECT_EQ(model.names.size(), 1U);
 }
 
+// A sandbox may forbid what the system has.
+TEST_F(RecordingFaults, AreNoneWhereACallIsForbidden) {
+    for (const bool hasFile : {false, true}) {
+        FolderModel model;
+        if (hasFile) model.put(kName, kOld);
+        model.before = [](std::string_view it) {
+            return it == "exchange" || it == "rename exclusively" ? EPERM : 0;
+        };
+        EXPECT_EQ(outcome(model), "done");
+        EXPECT_EQ(model.names.size(), 1U);
+    }
+}
+
+// Another program changes the mode meanwhile.
+TEST_F(RecordingFaults, KeepTheModeThatTheFileHasAtLast) {
+    for (const int exchanges : {0, ENOTSUP}) {
+        FolderModel model;
+        FolderModel::File& file = model.put(kName, kOld);
+        model.before = [&, exchanges](std::string_view it) {
+            if (it == "synchronise" && file.mode != 0640) file.mode = 0640, file.changed += 100;
+            return it == "exchange" ? exchanges : 0;
+        };
+        EXPECT_EQ(outcome(model), "done");
+        EXPECT_EQ(model.names.at(kName)->mode, 0640U);
+    }
+}
+
 // Another program removes what an exchange has put in, before that is undone.
 TEST_F(RecordingFaults, PutBackWhatAnotherProgramSavedAlsoWhereItIsRemovedAgain) {
     for (const int failure : {0, EIO + FolderModel::done}) {

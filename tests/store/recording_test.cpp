@@ -165,6 +165,18 @@ TEST(Recording, IsNotSavedWhereItCannotBeAnswered) {
 }
 
 #ifdef __linux__
+// The application's file may be another one than the fallback.
+TEST(Recording, IsRefusedWhereThePreferencesCannotBeRead) {
+    const support::TemporaryFolder home;
+    const support::EnvironmentScope variable("TOVRA_DATA_FILE", std::nullopt);
+    const support::EnvironmentScope config("XDG_CONFIG_HOME", home / "config");
+    const support::EnvironmentScope data("XDG_DATA_HOME", home / "data");
+    support::writeFile(home / "config/com.local.pennyloft/preferences.json", "{");
+    const std::string said = outcome();
+    EXPECT_TRUE(said.ends_with(". Nothing was changed.")) << said;
+    EXPECT_FALSE(fs::exists(home / "data"));
+}
+
 struct AccessEntry {
     std::uint16_t kind;  // owner 1, user 2, group 4, mask 16, others 32
     std::uint16_t rights;
