@@ -48,7 +48,7 @@ std::string_view negativeEffect(const Field& field) {
            "in. Amounts are positive, and the type says where they go.";
 }
 
-class Findings {
+class ContentFindings {
   public:
     std::vector<Finding> found;
 
@@ -254,7 +254,7 @@ std::string inQuotes(const Texts& texts) {
 }
 
 std::vector<Finding> contentFindings(const Content& content) {
-    Findings findings;
+    ContentFindings findings;
     findings.addMembers(content);
     findings.addCurrencies(content);
     findings.addAccounts(content);

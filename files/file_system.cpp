@@ -15,14 +15,6 @@
 namespace tovra {
 namespace {
 
-// The same with its error.
-template <typename Call>
-auto uninterrupted(const Call& call, std::error_code& error) {
-    const auto result = uninterrupted(call);
-    error = errorOf(result);
-    return result;
-}
-
 std::size_t size(ssize_t count) { return count < 0 ? 0 : static_cast<std::size_t>(count); }
 
 }  // namespace

@@ -96,4 +96,12 @@ auto uninterrupted(const Call& call) {
     return result;
 }
 
+// The same with its error.
+template <typename Call>
+auto uninterrupted(const Call& call, std::error_code& error) {
+    const auto result = uninterrupted(call);
+    error = errorOf(result);
+    return result;
+}
+
 }  // namespace tovra
