@@ -74,10 +74,11 @@ std::string loosely(std::string_view text) {
     std::string letters;
     for (std::size_t at = 0; at < text.size(); ++at) {
         constexpr std::string_view kNoBreakSpace = "\u00A0";
-        if (text.substr(at).starts_with(kNoBreakSpace))
+        if (text.substr(at).starts_with(kNoBreakSpace)) {
             ++at;
-        else if (text[at] != ' ' && text[at] != '\t')
+        } else if (text[at] != ' ' && text[at] != '\t') {
             letters += text[at];
+        }
     }
     return nameForm(letters);
 }

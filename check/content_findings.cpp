@@ -146,8 +146,9 @@ class ContentFindings {
             tell(isMost ? Level::warning : text.level, tally, "transactions", text.about, text.what,
                  text.effect);
         }
-        for (std::size_t i = 0; i < kFields.size(); ++i)
+        for (std::size_t i = 0; i < kFields.size(); ++i) {
             addField(kFields[i], content.tallies.fields[i], content.lists[1].count);
+        }
     }
 
   private:

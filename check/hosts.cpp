@@ -140,8 +140,9 @@ std::vector<fs::path> programsCalled(const std::string& name) {
                                ":/usr/bin:/usr/local/bin:/opt/homebrew/bin");
     for (std::string folder; std::getline(folders, folder, ':');) {
         std::error_code error;
-        if (fs::is_regular_file(fs::path(folder) / name, error))
+        if (fs::is_regular_file(fs::path(folder) / name, error)) {
             found.push_back(fs::path(folder) / name);
+        }
     }
     return found;
 }
@@ -239,8 +240,9 @@ class EntryCheck {
         }
         for (const json::Value variable : said_.environment.children()) {
             if (variable.name() == "TOVRA_DATA_FILE" ||
-                !contains(nameForm(variable.name()), "tovra"))
+                !contains(nameForm(variable.name()), "tovra")) {
                 continue;
+            }
             if (variable.name() == "TOVRA_MCP_TOKEN") continue;
             warn("variable", "The server does not read the variable " + inQuotes(variable.name()) +
                                  ". TOVRA_DATA_FILE names the data file.");
@@ -326,8 +328,9 @@ std::string jsonOf(std::string_view text, Form form) {
 }
 
 std::string whyNoJson(const fs::path& path, Form form) {
-    if (form != Form::json)
+    if (form != Form::json) {
         return "The file cannot be understood: a bracket or a quotation mark may be missing.";
+    }
     const auto fault = jsonFaultIn(path);
     if (!fault) return "The file cannot be read.";
     return "The file is not JSON. Line " + std::to_string(fault->line) + ", column " +
@@ -340,8 +343,9 @@ void lookAtHost(const HostFile& host, std::vector<HostEntry>& entries) {
     std::error_code error;
     const auto file = openFile(path, kLargest, error);
     const HostEntry empty{std::string(host.host), path, "", "", {}, {}};
-    if (error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory)
+    if (error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory) {
         return;
+    }
     std::string text(file ? file->size() : 0, '\0');
     if (file) text.resize(readAt(file->descriptor, text.data(), text.size(), 0, error));
     const auto document = json::parse(jsonOf(text, host.form));

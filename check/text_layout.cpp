@@ -142,8 +142,9 @@ std::string asText(const Examination& found, bool inColour) {
 std::string asText(const std::vector<HostEntry>& entries, bool inColour) {
     Lines lines(inColour);
     lines.add(lines.coloured("What the hosts here are configured to start", Colour::bold));
-    if (entries.empty())
+    if (entries.empty()) {
         lines.add("No configuration of a host that docs/hosts.md names has an entry.");
+    }
     for (const HostEntry& entry : entries) {
         lines.add("");
         lines.add(lines.coloured(entry.host, Colour::bold) + ", " +

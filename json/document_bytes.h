@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "json/growable_array.h"
 #include "json/node.h"
@@ -21,8 +22,11 @@ namespace tovra::json {
 // Not for several threads.
 class TextStore {
   public:
-    TextStore(std::size_t room, Reuse reuse, const Names& names)
-        : bytes_(room, reuse), names_(names) {
+    // Takes the memory of the array, and nothing that is in it.
+    TextStore(GrowableArray<char> memory, std::size_t room, const Names& names)
+        : bytes_(std::move(memory)), names_(names) {
+        bytes_.shrink(0);
+        bytes_.reserve(room);
         assert(names.known.size() <= Names::kMost && names.indexOf({}) == Names::kNone);
         addName({}, false);
         interned_[0].matchNothing();
@@ -96,7 +100,7 @@ class TextStore {
     }
 
     // Gives the bytes away. REQUIRES: nothing is put any more.
-    Block<char> release() { return bytes_.release(); }
+    GrowableArray<char> release() { return std::move(bytes_); }
 
   private:
     [[nodiscard]] std::uint32_t indexOf(std::uint32_t name) const {

@@ -13,22 +13,36 @@
 
 namespace tovra::json {
 
-// Room that is never used costs no memory beyond the last page in use. Not for several threads.
+// Reserved but unwritten pages cost nothing. Not for several threads.
 template <typename T>
 class GrowableArray {
   public:
-    GrowableArray(std::size_t room, Reuse reuse)
-        : items_(makeBlock<T>(room, reuse)), end_(items_.get()), limit_(end_ + room) {}
-
-    GrowableArray(const GrowableArray&) = delete;
-    GrowableArray& operator=(const GrowableArray&) = delete;
-    ~GrowableArray() {
-        if (items_) noteTouched();
+    GrowableArray() = default;
+    // The other one is then empty and without room.
+    GrowableArray(GrowableArray&& other) noexcept
+        : items_(std::move(other.items_)),
+          end_(std::exchange(other.end_, nullptr)),
+          limit_(std::exchange(other.limit_, nullptr)),
+          highest_(std::exchange(other.highest_, 0)) {}
+    GrowableArray& operator=(GrowableArray&& other) noexcept {
+        items_ = std::move(other.items_);
+        end_ = std::exchange(other.end_, nullptr);
+        limit_ = std::exchange(other.limit_, nullptr);
+        highest_ = std::exchange(other.highest_, 0);
+        return *this;
     }
+    ~GrowableArray() = default;
 
     [[nodiscard]] std::size_t size() const { return static_cast<std::size_t>(end_ - begin()); }
     // How many items have room behind the end.
     [[nodiscard]] std::size_t room() const { return static_cast<std::size_t>(limit_ - end_); }
+    [[nodiscard]] std::size_t capacity() const { return size() + room(); }
+    // How many bytes of memory it takes: pages that were never written take none.
+    [[nodiscard]] std::size_t resident() const {
+        const std::size_t written = std::max(highest_, size()) * sizeof(T);
+        if (capacity() * sizeof(T) < kLargeBlock) return written;
+        return (written + kLargePage - 1) / kLargePage * kLargePage;
+    }
     [[nodiscard]] T* begin() const { return items_.get(); }
     [[nodiscard]] T* end() const { return end_; }
 
@@ -45,7 +59,7 @@ class GrowableArray {
     // REQUIRES: size <= this->size().
     void shrink(std::size_t size) {
         assert(size <= this->size());
-        noteTouched();
+        highest_ = std::max(highest_, this->size());
         end_ = begin() + size;
     }
 
@@ -58,30 +72,22 @@ class GrowableArray {
         end_ = std::copy_n(items, count, end_);
     }
 
-    // Gives the block away; the array is then empty and without room.
-    Block<T> release() {
-        noteTouched();
-        end_ = limit_ = nullptr;
-        return std::move(items_);
-    }
-
   private:
-    void noteTouched() { items_.get_deleter().touch(size() * sizeof(T)); }
-
     [[gnu::noinline]] void grow(std::size_t count) {
         constexpr std::size_t kMost = std::numeric_limits<std::uint32_t>::max();
         if (kMost - size() < count) throw std::length_error("too much for one document");
         const std::size_t room = std::min(2 * size() + count, kMost);
-        Block<T> larger = makeBlock<T>(room, items_.get_deleter().reuse);
+        Block<T> larger = makeBlock<T>(room);
         end_ = std::copy(begin(), end(), larger.get());
-        items_.get_deleter().touched = 0;  // not pooled: the next document would outgrow it as well
         items_ = std::move(larger);
         limit_ = begin() + room;
+        highest_ = 0;
     }
 
     Block<T> items_;
-    T* end_;
-    T* limit_;
+    T* end_ = nullptr;
+    T* limit_ = nullptr;
+    std::size_t highest_ = 0;  // the size before the last shrink(), or one before
 };
 
 }  // namespace tovra::json

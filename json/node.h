@@ -6,9 +6,10 @@
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
+#include "json/growable_array.h"
 #include "json/json.h"
-#include "json/memory.h"
 
 namespace tovra::json {
 
@@ -53,13 +54,26 @@ inline void copyText(char* into, std::string_view text) {
     if (text.size() > kTextPadding) std::memcpy(into, text.data(), text.size());
 }
 
+// The memory of a document.
+struct DocumentArrays {
+    GrowableArray<char> bytes;
+    GrowableArray<Node> nodes;
+    GrowableArray<Node> waiting;  // used while it is parsed
+};
+
 // Where the offsets and indices of a document's nodes point to.
 struct Storage {
-    Block<char> bytes;
-    Block<Node> nodes;
+    Storage(DocumentArrays memory, const Names& kept) : arrays(std::move(memory)), names(kept) {}
+    Storage(const Storage&) = delete;
+    Storage& operator=(const Storage&) = delete;
+    ~Storage();
+
+    DocumentArrays arrays;
     Names names;
 
-    [[nodiscard]] const char* nameAt(const Node& node) const { return bytes.get() + node.name(); }
+    [[nodiscard]] const char* nameAt(const Node& node) const {
+        return arrays.bytes.begin() + node.name();
+    }
     [[nodiscard]] NameHead nameHead(const Node& node) const {
         NameHead head;
         std::memcpy(&head, nameAt(node), sizeof head);
@@ -77,7 +91,7 @@ inline Kind Value::kind() const {
 inline bool Value::isArrayOfObjects() const { return is(Kind::array) && node_->flag(); }
 
 inline std::string_view Value::text() const {
-    return {storage_->bytes.get() + node_->start, node_->extent};
+    return {storage_->arrays.bytes.begin() + node_->start, node_->extent};
 }
 
 inline std::optional<std::string_view> Value::string() const {
@@ -124,7 +138,7 @@ inline bool Value::nameWasEscaped() const {
 
 inline Children Value::children() const {
     if (!is(Kind::array) && !is(Kind::object)) return {};
-    return {storage_->nodes.get() + node_->start, node_->extent, storage_};
+    return {storage_->arrays.nodes.begin() + node_->start, node_->extent, storage_};
 }
 
 inline Children::Iterator& Children::Iterator::operator++() {

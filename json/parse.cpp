@@ -10,6 +10,7 @@
 
 #include "json/document_bytes.h"
 #include "json/json.h"
+#include "json/spare.h"
 #include "json/tokens.h"
 #include "json/utf8.h"
 
@@ -170,22 +171,11 @@ static_assert(Tokens::kPadding >= kTextPadding);
 // Few texts outgrow this room. They have at most one value in sixteen bytes, and five eighths of
 // their bytes are strings, numbers and names. Few values wait at once for their container to close.
 constexpr std::size_t kTextPerValue = 16;
-constexpr std::size_t kTextPerWaiting = 128;
+constexpr std::size_t kTextPerWaiting = 32;
 constexpr std::size_t bytesIn(std::size_t text) { return text / 8 * 5; }
 // Room beside that. It is enough for most messages of a few lines.
 constexpr std::size_t kFewNodes = 64;
 constexpr std::size_t kFewBytes = 256;
-
-// Nodes and bytes mostly take two fifths of the text's size each. Both fit into the pool up to the
-// first size. Up to the second one only the bytes fit, and only they are pooled.
-constexpr std::size_t kBothPooledUpTo = kPoolCapacity / 4 * 5;
-constexpr std::size_t kBytesPooledUpTo = kPoolCapacity / 4 * 9;
-
-// Where members are dropped, a document takes about half of that.
-Reuse pooledUpTo(std::size_t size, const Source& source, const Names& names) {
-    const std::size_t most = names.keep(Names::kNone) ? size : 2 * size;
-    return source.size <= most ? Reuse::pooled : Reuse::never;
-}
 
 // Builds the tree of one text. Values wait until their container closes. Then its children move to
 // their place together.
@@ -194,15 +184,18 @@ Reuse pooledUpTo(std::size_t size, const Source& source, const Names& names) {
 // ended. So a step that leaves the last token of a window takes the next window.
 class Builder {
   public:
-    Builder(const Source& source, const Names& names)
+    Builder(const Source& source, const Names& names, DocumentArrays memory)
         : names_(names),
           tokens_(source),
-          texts_(bytesIn(source.size) + std::min(source.size, Tokens::kUsualSize) + kFewBytes,
-                 pooledUpTo(kBytesPooledUpTo, source, names), names),
-          nodes_(source.size / kTextPerValue + kFewNodes,
-                 pooledUpTo(kBothPooledUpTo, source, names)),
-          waiting_(source.size / kTextPerWaiting + kFewNodes,
-                   pooledUpTo(kBothPooledUpTo, source, names)) {
+          texts_(std::move(memory.bytes),
+                 bytesIn(source.size) + std::min(source.size, Tokens::kUsualSize) + kFewBytes,
+                 names),
+          nodes_(std::move(memory.nodes)),
+          waiting_(std::move(memory.waiting)) {
+        nodes_.shrink(0);
+        waiting_.shrink(0);
+        nodes_.reserve(source.size / kTextPerValue + kFewNodes);
+        waiting_.reserve(source.size / kTextPerWaiting + kFewNodes);
         nodes_.push({});  // the root's place
         open_[0] = {0, false, keeps_, true, 0};
     }
@@ -210,11 +203,8 @@ class Builder {
     std::optional<Document> build() {
         if (!walk() || tokens_.failed()) return std::nullopt;
         *nodes_.begin() = *waiting_.begin();
-        auto storage = std::make_unique<Storage>();
-        storage->bytes = texts_.release();
-        storage->nodes = nodes_.release();
-        storage->names = names_;
-        return Document(std::move(storage));
+        return Document(std::make_unique<Storage>(
+            DocumentArrays{texts_.release(), std::move(nodes_), std::move(waiting_)}, names_));
     }
 
     // Where the text is no JSON. REQUIRES: build() gave nothing.
@@ -460,7 +450,7 @@ class Builder {
 std::optional<Document> parse(const Source& source, const Names& names) {
     assert(source.size <= kMaxSize);
     try {
-        return Builder(source, names).build();
+        return Builder(source, names, takeSpare(source.size)).build();
     } catch (const std::length_error&) {
         return std::nullopt;
     }
@@ -473,7 +463,7 @@ std::optional<Document> parse(std::string_view text, const Names& names) {
 
 std::optional<std::size_t> whereInvalid(const Source& source, const Names& names) {
     ValidUtf8 valid(source);
-    Builder builder(valid.source(), names);
+    Builder builder(valid.source(), names, {});
     if (!builder.build()) return builder.whereInvalid();
     return valid.isCut() ? std::optional(valid.size()) : std::nullopt;
 }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "json/json.h"
+#include "json/spare.h"
 
 namespace tovra::json {
 namespace {
@@ -51,7 +52,7 @@ double Value::numberOf(std::string_view text) {
 }
 
 Value Value::member(std::string_view name) const {
-    assert(!exists() || node_ != storage_->nodes.get() ||
+    assert(!exists() || node_ != storage_->arrays.nodes.begin() ||
            storage_->names.keep(storage_->names.indexOf(name)));
     const Children members = is(Kind::object) ? children() : Children();
     for (std::size_t i = members.size(); i > 0; --i) {
@@ -60,6 +61,8 @@ Value Value::member(std::string_view name) const {
     return {};
 }
 
+Storage::~Storage() { putSpare(std::move(arrays)); }
+
 Document::Document() = default;
 Document::Document(std::unique_ptr<Storage> storage) : storage_(std::move(storage)) {}
 Document::Document(Document&&) noexcept = default;
@@ -67,7 +70,7 @@ Document& Document::operator=(Document&&) noexcept = default;
 Document::~Document() = default;
 
 Value Document::root() const {
-    return storage_ ? Value(storage_->nodes.get(), storage_.get()) : Value();
+    return storage_ ? Value(storage_->arrays.nodes.begin(), storage_.get()) : Value();
 }
 
 }  // namespace tovra::json

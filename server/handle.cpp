@@ -95,11 +95,13 @@ std::optional<std::string> handle(json::Value message, bool readOnly, const Cata
 
     if (*method == "tools/call") return toolsCallResponse(id, params, readOnly, offered);
     if (!id.exists()) return std::nullopt;
-    if (*method == "initialize")
+    if (*method == "initialize") {
         return responseTo(id, "result") + initializeResult(params, offered.server) + '}';
+    }
     if (*method == "ping") return responseTo(id, "result") + "{}}";
-    if (*method == "tools/list")
+    if (*method == "tools/list") {
         return responseTo(id, "result") + toolsListResult(readOnly, offered) + '}';
+    }
     return responseTo(id, "error") + methodNotFoundError(*method) + '}';
 }
 

@@ -85,7 +85,7 @@ class Trial {
     std::string nextVersion() {
         wasOverwritten_ = wasOverwritten_ || holdsRecord(folder_.names);
         const std::string number = std::to_string(++saves_);
-        const std::string text = "{\"theirs\":" + number + "}";
+        std::string text = "{\"theirs\":" + number + "}";
         whole_[text] = saves_;
         whole_["{\n  \"mine\" : 7,\n  \"theirs\" : " + number + "\n}"] = saves_;
         return text;

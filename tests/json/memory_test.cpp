@@ -1,41 +1,41 @@
-#include "json/memory.h"
-
 #include <gtest/gtest.h>
 
-#include <vector>
+#include <string>
+#include <tuple>
+#include <utility>
+
+#include "json/spare.h"
 
 namespace tovra::json {
 namespace {
 
-constexpr std::size_t kMegabyte = 1 << 20;
+// A text of that many bytes, or a few more.
+std::string textOf(std::size_t size) { return "[\"" + std::string(size, 'x') + "\"]"; }
 
-// Makes blocks, of which that many bytes are touched, and gives all of them back.
-void useBlocks(int count, Reuse reuse, std::size_t touched, std::size_t size = kMegabyte) {
-    std::vector<Block<char>> blocks;
-    for (int i = 0; i < count; ++i) {
-        blocks.push_back(makeBlock<char>(size, reuse));
-        blocks.back().get_deleter().touch(touched);
-    }
+Document parsed(std::size_t size) { return std::move(*parse(textOf(size))); }
+
+const char* placeOf(const Document& document) {
+    return document.root().children()[0].string()->data();
 }
 
-TEST(BlockPool, HoldsWhatWasTouchedUpToItsCapacity) {
-    useBlocks(100, Reuse::pooled, 1);
-    const std::size_t few = pooledBytes();
-    EXPECT_LE(few, 64U) << "of small ones there are never many";
-    useBlocks(4, Reuse::never, kMegabyte);
-    useBlocks(4, Reuse::pooled, 0, 3 * kMegabyte);
-    EXPECT_EQ(pooledBytes(), few) << "what is not touched or not to be pooled takes no place";
-    useBlocks(64, Reuse::pooled, 1000);
-    EXPECT_EQ(pooledBytes(), 64'000U);
-    useBlocks(100, Reuse::pooled, kMegabyte);
-    const std::size_t full = pooledBytes();
-    EXPECT_LE(full, kPoolCapacity);
-    EXPECT_GT(full, kPoolCapacity - kMegabyte);
+TEST(Spare, IsTheMemoryOfTheLastLargeDocument) {
+    const char* place = placeOf(parsed(kSmallestSpare));
+    EXPECT_NE(placeOf(parsed(kSmallestSpare / 3)), place) << "a small one leaves it alone";
+    const Document first = parsed(2 * kSmallestSpare / 3 * 2);
+    const Document second = parsed(kSmallestSpare);
+    EXPECT_NE(placeOf(first), placeOf(second)) << "two at once have one each";
+}
 
-    const auto larger = makeBlock<char>(2 * kMegabyte, Reuse::pooled);
-    EXPECT_EQ(pooledBytes(), full) << "only a block of the same size serves again";
-    const auto same = makeBlock<char>(kMegabyte, Reuse::pooled);
-    EXPECT_EQ(pooledBytes(), full - kMegabyte);
+TEST(Spare, HoldsNoMoreThanItSays) {
+    for (const std::size_t size : {kMostSpare / 2, kMostSpare * 2}) {
+        std::ignore = parsed(size);
+        const DocumentArrays kept = takeSpare(kSmallestSpare);
+        EXPECT_EQ(kept.bytes.size() > size, size < kMostSpare) << size;
+        EXPECT_LE(kept.bytes.resident(), kMostSpare);
+        EXPECT_EQ(takeSpare(kSmallestSpare).bytes.capacity(), 0U) << "it is taken once";
+    }
+    std::ignore = parsed(kSmallestSpare / 3);
+    EXPECT_EQ(takeSpare(kSmallestSpare).bytes.capacity(), 0U) << "a small one is not kept";
 }
 
 }  // namespace
