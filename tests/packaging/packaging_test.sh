@@ -23,7 +23,7 @@ page() {
         diff - <(tr ' ' '\n' <<<"$2" | sort -u)
 }
 page tovra-mcp.1 "$known $tools"
-page tovra-mcp-check.1 "--json --sample --help NO_COLOR $(grep -v '^--\|TOKEN' <<<"${known// /$'\n'}")"
+page tovra-mcp-check.1 "--hosts --json --mcp --sample --version NO_COLOR $(grep -v '^--\|TOKEN' <<<"${known// /$'\n'}")"
 
 "$CMAKE_COMMAND" --build "$build" --target bundle tarball
 "$CMAKE_COMMAND" --install "$build" --prefix "a 100% blank"
@@ -39,6 +39,7 @@ is_static=false
 contents() {  # LICENCE [FILE...]
     {
         printf '%s\n' bin/tovra-mcp{,-check} lib/systemd/user/tovra-mcp.service share/man/man1/tovra-mcp{,-check}.1
+        printf 'share/%s\n' bash-completion/completions/tovra-mcp{,-check} zsh/site-functions/_tovra-mcp
         printf 'share/doc/tovra-mcp/%s\n' "$@" hosts.md
         ! $is_static || echo share/doc/tovra-mcp/LIBRARIES
         (cd "$source" && find examples -name '*.json' -o -name '*.toml') | sed 's|^|share/doc/tovra-mcp/|'
