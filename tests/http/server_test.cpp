@@ -282,7 +282,10 @@ TEST_F(ServerTest, WaitsForItsClientsAsLongAsItSaysAndNoLonger) {
             if (request == "x") client.send("x");
             return client.answersWithin(0);
         })) << what;
-        EXPECT_TRUE(becomesTrue([&] { return serverEnd(client) < 0; })) << what;
+        EXPECT_TRUE(becomesTrue([&] {
+            client.send("x");
+            return serverEnd(client) < 0;
+        })) << what;
         EXPECT_GE(std::chrono::steady_clock::now() - begin, time) << what;
     }
     expectOpen(working, "+", "a call may take longer than a request");
@@ -326,7 +329,7 @@ TEST_F(ServerTest, OutlivesALackOfDescriptorsAndCausesNone) {
     settle(last.send("P"));
     const std::clock_t worked = std::clock();
     ::usleep(500'000);
-    EXPECT_LT(std::clock() - worked, CLOCKS_PER_SEC / 4) << "spins";
+    EXPECT_LT(std::clock() - worked, CLOCKS_PER_SEC / 20) << "spins";
     EXPECT_EQ(::dup(0), -1);
     ::setrlimit(RLIMIT_NOFILE, &more);
     EXPECT_EQ(ask(kPing), kPong);
