@@ -101,6 +101,15 @@ TEST(Handle, SaysThatAFileCouldNotBeOpenedForWantOfDescriptors) {
     }
 }
 
+TEST(Handle, LeavesRoomForTheHeadOfAResponseWhateverItsLength) {
+    for (std::size_t length = 0; length < 5000; length += 50) {
+        const auto message = json::parse(R"({"id":1,"method":"tools/call","params":{"name":")" +
+                                         std::string(length, 'n') + "\"}}");
+        const std::string response = handle(message->root(), false).value();
+        EXPECT_GE(response.capacity() - response.size(), http::kHeadRoom) << length;
+    }
+}
+
 // The response over HTTP where memory runs out after so many allocations; empty where there is not
 // even enough to begin. Whether it has run out at all goes to `ranOut`.
 std::string responseInShortage(const http::Request& request, int succeeding, bool& ranOut) {
