@@ -61,7 +61,7 @@ function(tovra_package_target name script)
     endif()
 endfunction()
 tovra_package_target(bundle make_bundles.cmake
-    server=$<TARGET_FILE:tovra-mcp> notices=${TOVRA_NOTICES})
+    server=${PROJECT_BINARY_DIR}/server/tovra-mcp notices=${TOVRA_NOTICES})
 tovra_package_target(tarball make_tarball.cmake)
 
 set(CPACK_PACKAGE_VENDOR "the tovra-mcp authors")
