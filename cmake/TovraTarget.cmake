@@ -19,7 +19,7 @@ endif()
 if(TOVRA_STATIC)
     # Without what nothing refers to, and without symbols: it starts the faster.
     if(APPLE)
-        target_link_options(tovra_build INTERFACE -Wl,-dead_strip -Wl,-x)
+        target_link_options(tovra_build INTERFACE -dead_strip)
     else()
         target_link_options(tovra_build INTERFACE -static-pie -Wl,--gc-sections -s)
         set(CMAKE_POSITION_INDEPENDENT_CODE ON)

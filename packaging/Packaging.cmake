@@ -55,11 +55,13 @@ function(tovra_package_target name script)
             -D version=${PROJECT_VERSION} -D platform=${tovra_platform} -D system=${tovra_system}
             -P ${PROJECT_SOURCE_DIR}/packaging/${script}
         VERBATIM)
-    # What is installed has to be there.
-    add_dependencies(${name} tovra-mcp tovra-mcp-check)
+    # What is installed has to be there; somebody may have put it there.
+    if(NOT TOVRA_PACK_ONLY)
+        add_dependencies(${name} tovra-mcp tovra-mcp-check)
+    endif()
 endfunction()
 tovra_package_target(bundle make_bundles.cmake
-    server=$<TARGET_FILE:tovra-mcp> notices=${TOVRA_NOTICES})
+    server=${PROJECT_BINARY_DIR}/server/tovra-mcp notices=${TOVRA_NOTICES})
 tovra_package_target(tarball make_tarball.cmake)
 
 set(CPACK_PACKAGE_VENDOR "the tovra-mcp authors")
