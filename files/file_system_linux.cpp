@@ -35,7 +35,7 @@ std::string readSized(const Read& read, std::error_code& error) {
 
 std::string attribute(int file, const char* name, std::error_code& error) {
     const auto read = [&](char* into, std::size_t room) {
-        return ::fgetxattr(file, name, into, room);
+        return uninterrupted([&] { return ::fgetxattr(file, name, into, room); });
     };
     return readSized(read, error);
 }
@@ -46,7 +46,9 @@ std::error_code setAttribute(int file, const char* name, const std::string& valu
 }
 
 std::vector<std::string> attributeNames(int file, std::error_code& error) {
-    const auto read = [&](char* into, std::size_t room) { return ::flistxattr(file, into, room); };
+    const auto read = [&](char* into, std::size_t room) {
+        return uninterrupted([&] { return ::flistxattr(file, into, room); });
+    };
     const std::string list = readSized(read, error);
     std::vector<std::string> names;
     for (std::size_t at = 0; at < list.size(); at += names.back().size() + 1) {
@@ -101,7 +103,7 @@ std::error_code FileSystem::copyAccessList(int from, int to, bool& isThere) {
     isThere = !error && !list.empty();
     if (isThere) return setAttribute(to, kAccessListName, list);
     if (error && !isAbsent(error)) return error;
-    error = errorOf(::fremovexattr(to, kAccessListName));
+    error = errorOf(uninterrupted([&] { return ::fremovexattr(to, kAccessListName); }));
     return isAbsent(error) ? Error() : error;
 }
 

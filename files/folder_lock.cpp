@@ -67,9 +67,10 @@ std::error_code NewFolders::make(const fs::path& folder) {
         // Somebody was quicker, or the call was done and yet reports a failure. It is not removed:
         // another program may be about to use it.
         const std::error_code unseen = system_.look(folder, found);
-        if (unseen == std::errc::no_such_file_or_directory) return error;
+        const bool isInTheWay = !unseen && !S_ISDIR(found.st_mode);
+        if (isInTheWay || unseen == std::errc::no_such_file_or_directory) return error;
         isCertain_ = false;
-        if (unseen || !S_ISDIR(found.st_mode)) return error;
+        if (unseen) return error;
     }
     const Descriptor opened(system_, system_.openFolder(above, error));
     if (!error) return synchroniseFolder(system_, opened);

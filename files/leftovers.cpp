@@ -23,22 +23,28 @@ std::string hexOf(std::uint64_t number) {
     return digits;
 }
 
-std::optional<std::uint64_t> hashOf(FileSystem& system, const std::filesystem::path& path) {
+// A kept file whose bytes have one of the hashes in its name. The old bytes are in the new file,
+// and the new ones were never confirmed, or are in place.
+std::optional<FileVersion> superfluous(FileSystem& system, const std::filesystem::path& path) {
     std::error_code error;
     auto file = openFile(path, std::numeric_limits<std::size_t>::max(), error, system);
     if (!file) return std::nullopt;
     FileVersion version(std::move(*file));
     std::vector<char> bytes(std::size_t{64} << 10);
     while (version.read(bytes.data(), bytes.size(), error) > 0) continue;
-    return error ? std::nullopt : std::optional(version.hash());
+    const bool isNamed = path.native().find("-" + hexOf(version.hash())) != std::string::npos;
+    return error || !isNamed ? std::nullopt : std::optional(std::move(version));
 }
 
-// The old bytes are in the new file, and the new ones were never confirmed, or are in place.
-bool isSuperfluous(FileSystem& system, const std::filesystem::path& folder,
-                   const std::string& name) {
-    if (leftoverOf(name) != Leftover::kept) return leftoverOf(name) == Leftover::unfinished;
-    const auto hash = hashOf(system, folder / name);
-    return hash && name.find("-" + hexOf(*hash)) != std::string::npos;
+// Another process may be at work without the lock, and exchange the file at this moment. So what is
+// removed gets a name of its own first, and goes back if it is not what was read.
+void removeKept(FileSystem& system, const std::filesystem::path& folder, const std::string& name) {
+    const auto version = superfluous(system, folder / name);
+    const std::filesystem::path taken = folder / (unfinishedName() + name);  // a kept one too
+    if (!version || system.rename(folder / name, taken)) return;
+    struct stat found {};
+    const bool isRead = !system.look(taken, found) && found.st_ino == version->file().status.st_ino;
+    (void)(isRead ? system.remove(taken) : system.renameExclusively(taken, folder / name));
 }
 
 }  // namespace
@@ -68,7 +74,9 @@ void removeLeftovers(FileSystem& system, const Folder& folder) {
     if (!folder.isLocked()) return;
     std::error_code error;
     for (const std::string& name : system.namesIn(folder.path(), error)) {
-        if (isSuperfluous(system, folder.path(), name)) (void)system.remove(folder.path() / name);
+        const Leftover kind = leftoverOf(name);
+        if (kind == Leftover::unfinished) (void)system.remove(folder.path() / name);
+        if (kind == Leftover::kept) removeKept(system, folder.path(), name);
     }
 }
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "files/keep_access.h"
+#include "files/look_again.h"
 
 namespace tovra {
 namespace {
@@ -13,6 +14,11 @@ namespace fs = std::filesystem;
 
 bool isMissing(const std::error_code& error) {
     return error == std::errc::no_such_file_or_directory;
+}
+
+bool isMissing(FileSystem& system, const fs::path& path) {
+    struct stat found {};
+    return isMissing(system.look(path, found));
 }
 
 bool isSameFile(const struct stat& a, const struct stat& b) {
@@ -87,16 +93,15 @@ bool NewFile::replaceTarget() {
 bool NewFile::remove() {
     if (path_.empty()) return true;
     const fs::path path = forget();
-    struct stat found {};
-    return !system_.remove(path) || isMissing(system_.look(path, found));
+    return !system_.remove(path) || isMissing(system_, path);
 }
 
 // What a call came to that gives the new file the name `to`: network file systems report failures
 // of calls that they have done.
 std::error_code NewFile::settled(std::error_code reported, const fs::path& to) {
-    if (!reported || isUnsupported(reported)) return reported;
-    if (isSameFile(system_, to, status_)) return {};
-    if (isMissing(reported) || isSameFile(system_, path_, status_)) return reported;
+    if (!reported || isSameFile(system_, to, status_)) return {};
+    if (isUnsupported(reported) || isSameFile(system_, path_, status_)) return reported;
+    if (isMissing(reported) && isMissing(system_, path_)) return reported;
     forget();  // perhaps another program's by now
     throw SaveError(reported, After::unknown);
 }
@@ -143,11 +148,13 @@ bool NewFile::exchange() {
     return true;
 }
 
-// Whether what came out is what was read. Where it is gone already, another process had the lock,
-// and has found that nobody can miss it.
+// Whether what came out is what was read. Where it stays away, another process had the lock, and
+// has found that nobody can miss it.
 bool NewFile::isOldVersion() const {
     struct stat out {};
-    const std::error_code error = system_.look(path_, out);
+    const auto isSettled = [](const std::error_code& seen) { return !isMissing(seen); };
+    const auto look = [&] { return system_.look(path_, out); };
+    const std::error_code error = lookUntil(system_, isSettled, look);
     if (error) return isMissing(error);
     return isSameFile(out, before_->file().status) && before_->isAsRead();
 }
@@ -207,6 +214,7 @@ void NewFile::synchroniseFolder() const {
 void NewFile::leaveBehind(const std::error_code& error) {
     const fs::path kept = forget();
     const std::string reason = error ? error.message() : "other programs keep changing it";
+    if (isMissing(system_, kept)) throw SaveError(reason, After::unknown);
     throw SaveError(reason + "; another version of the file is kept in " + readablePath(kept),
                     After::unknown);
 }

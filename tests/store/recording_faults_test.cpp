@@ -205,6 +205,62 @@ TEST_F(RecordingFaults, OfOthersAreClearedAway) {
     }
 }
 
+// Another process works without the lock: it exchanges what was found superfluous, and what comes
+// out is somebody's save.
+TEST_F(RecordingFaults, OfOthersAreNotClearedAwayWhereTheyBecomeAnOnlyCopy) {
+    ByteHash old;
+    old.add(kOld);
+    const std::string kept = keptName(unfinishedName(), 0, old.value());
+    FolderModel model;
+    model.put(kName, kOld);
+    model.put(kept, kOld);
+    model.before = [&, isFirst = true](std::string_view call) mutable {
+        const bool isNow = call == "rename" || call == "remove";
+        if (isNow && std::exchange(isFirst, false)) model.put(kept, "theirs");
+        return 0;
+    };
+    EXPECT_EQ(outcome(model), "done");
+    EXPECT_EQ(model.bytes(kName), kNew);
+    EXPECT_EQ(model.bytes(kept), "theirs");
+    EXPECT_EQ(model.names.size(), 2U);
+}
+
+// What came out of the exchange is away for a moment: it may be another program's save.
+TEST_F(RecordingFaults, OfAnotherThatTakesWhatCameOutAreSeen) {
+    FolderModel model;
+    model.put(kName, kOld);
+    FolderModel::FilePointer taken;
+    std::string kept;
+    model.before = [&, exchanges = 0, looks = 0](std::string_view call) mutable {
+        if (call == "exchange" && ++exchanges == 1) model.put(kName, R"({"theirs":1})");
+        if (call != "look" || exchanges != 1 || ++looks > 2) return 0;
+        if (looks == 2) model.names[kept] = taken;
+        for (auto& [name, file] : model.names) {
+            if (looks == 1 && name != kName) kept = name, taken = file;
+        }
+        if (looks == 1) model.names.erase(kept);
+        return 0;
+    };
+    EXPECT_EQ(outcome(model), "done");
+    EXPECT_EQ(model.bytes(kName), support::replaced(kNew, "0", "1"));
+    EXPECT_EQ(model.names.size(), 1U);
+}
+
+// Where what came out is gone before it is put back, no file is promised.
+TEST_F(RecordingFaults, NameNoFileThatIsGone) {
+    FolderModel model;
+    model.put(kName, kOld);
+    model.before = [&, isBack = false](std::string_view call) mutable {
+        if (call == "look" && isBack)
+            std::erase_if(model.names, [](auto& it) { return it.first != kName; });
+        isBack = isBack || call == "synchronise folder";
+        return call == "synchronise folder" ? EIO : 0;
+    };
+    const std::string said = outcome(model);
+    EXPECT_EQ(said.find("kept in"), std::string::npos) << said;
+    EXPECT_NE(said.find("It may have been recorded"), std::string::npos) << said;
+}
+
 // The lock spares work, and is not needed: another process clears away what this one is using.
 TEST_F(RecordingFaults, OfAnotherThatClearsAwayAreNone) {
     for (const char* when : {"rename", "exchange", "look", "remove", "rename exclusively"}) {
@@ -240,6 +296,14 @@ TEST_F(RecordingFaults, OfANewFolderAreOwnedUpTo) {
         EXPECT_EQ(outcome(model), isGone ? said + " Nothing was changed." : said) << call;
         EXPECT_EQ(model.hasFolder, !isGone) << call;
     }
+}
+
+// A link that leads nowhere is in the way, and nothing was made.
+TEST_F(RecordingFaults, OfALinkInThePlaceOfAFolderChangeNothing) {
+    const support::TemporaryFolder folder;
+    std::filesystem::create_symlink("nowhere", folder / "link");
+    const support::EnvironmentScope path("TOVRA_DATA_FILE", folder / "link" / "data.json");
+    EXPECT_TRUE(outcome().ends_with(" Nothing was changed.")) << outcome();
 }
 
 // All wait for the folder together.
