@@ -249,7 +249,8 @@ TEST(Recording, SurvivesBeingKilledAtAnyMoment) {
         // Only who has no time to answer may save without.
         EXPECT_LE(recorded, confirmed + (signal == SIGKILL ? 1 : 0)) << "signal " << signal;
     }
-    EXPECT_EQ(namesIn(file.path().parent_path()).find(".tmp"), std::string::npos);
+    EXPECT_EQ(outcome(), "done");
+    EXPECT_EQ(namesIn(file.path().parent_path()), "data.json");
 }
 
 }  // namespace
