@@ -171,6 +171,12 @@ bool Connection::send(std::string_view bytes) {
 
 void Connection::endSending() { ::shutdown(socket_.get(), SHUT_WR); }
 
+void Connection::giveUp() {
+    const std::lock_guard lock(all_.mutex_);
+    const linger reset{1, 0};
+    if (isEnded_) ::setsockopt(socket_.get(), SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
+}
+
 bool Connection::awaitRoom(std::size_t bytes) {
     if (counted(bytes) == 0) return true;
     assert(bytes <= all_.mostBytes_);

@@ -95,6 +95,9 @@ class Connection {
     [[nodiscard]] bool send(std::string_view bytes);
     // Tells the client that nothing else will be sent.
     void endSending();
+    // For a connection that gets no answer: if it was ended, closing it resets it. Otherwise the
+    // client might go on sending for a minute, since no more room is announced to it.
+    void giveUp();
 
     // Waits until there is room for so many bytes of a request, and counts them; up to 16 KiB count
     // as nothing. False where the time is over or the connection was ended.

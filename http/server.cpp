@@ -119,7 +119,7 @@ void Server::serve() {
 void Server::serve(Connection& connection) {
     {
         const std::optional<std::string> response = answer(connection);
-        if (!response) return;
+        if (!response) return connection.giveUp();
         connection.beginWait(limits_.sendTime);
         if (!connection.send(*response)) return;
     }

@@ -56,6 +56,11 @@ bool LoopbackClient::answersWithin(int milliseconds) const {
     return ::poll(&waiting, 1, milliseconds) == 1;
 }
 
+bool LoopbackClient::takesWithin(int milliseconds) const {
+    pollfd waiting{socket_, POLLOUT, 0};
+    return ::poll(&waiting, 1, milliseconds) == 1;
+}
+
 std::uint16_t LoopbackClient::port() const {
     sockaddr_in address{};
     socklen_t size = sizeof address;

@@ -29,6 +29,9 @@ class LoopbackClient {
     // Whether bytes or the end of them come within that many milliseconds.
     [[nodiscard]] bool answersWithin(int milliseconds) const;
 
+    // Whether the server takes most of what was sent, or hangs up, within that many milliseconds.
+    [[nodiscard]] bool takesWithin(int milliseconds) const;
+
     // The port of this end of the connection.
     [[nodiscard]] std::uint16_t port() const;
 

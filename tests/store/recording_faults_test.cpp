@@ -2,10 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <sstream>
-#include <thread>
 #include <tuple>
 #include <utility>
 
@@ -306,27 +303,6 @@ TEST_F(RecordingFaults, OfALinkInThePlaceOfAFolderChangeNothing) {
     EXPECT_TRUE(outcome().ends_with(" Nothing was changed.")) << outcome();
 }
 
-// All wait for the folder together.
-TEST_F(RecordingFaults, OfALockCostTwoSecondsTogether) {
-    FolderModel model;
-    model.put(kName, "{}");
-    model.before = [](std::string_view call) { return call == "lock" ? EWOULDBLOCK : 0; };
-    const auto start = std::chrono::steady_clock::now();
-    std::vector<std::thread> callers;
-    for (char name = '1'; name <= '9'; ++name) {
-        callers.emplace_back([&, name] {
-            const auto change = [&](const DataSnapshot& snapshot) -> Change {
-                return {json::Edit{snapshot.root(), {name}, "7"}, "done"};
-            };
-            EXPECT_EQ(changeDataFile(change, model), "done");
-        });
-    }
-    for (std::thread& caller : callers) caller.join();
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(12));  // not 18
-    const std::string bytes = model.bytes(kName);
-    EXPECT_EQ(std::count(bytes.begin(), bytes.end(), '7'), 10) << bytes;
-}
-
 TEST_F(RecordingFaults, OfWhoAsksLeaveTheFile) {
     static bool isThere;
     isThere = true;
@@ -339,26 +315,6 @@ TEST_F(RecordingFaults, OfWhoAsksLeaveTheFile) {
     EXPECT_EQ(outcome(model), "The server is about to end. Nothing was changed.");
     EXPECT_EQ(model.bytes(kName), kOld);
     EXPECT_EQ(model.names.size(), 1U);
-    recordOnlyWhile([] { return true; });
-}
-
-TEST_F(RecordingFaults, DoNotComeFromTheEnd) {
-    FolderModel model;
-    model.put(kName, kOld);
-    std::atomic<bool> isUnderWay = false;
-    bool hasEnded = false;
-    model.before = [&](std::string_view call) {
-        if (call == "write") isUnderWay = true;
-        if (call == "synchronise") std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        if (call == "remove") hasEnded = true;
-        return 0;
-    };
-    std::thread recording([&] { (void)outcome(model); });
-    while (!isUnderWay) std::this_thread::yield();
-    finishRecordings();
-    EXPECT_TRUE(hasEnded);
-    recording.join();
-    EXPECT_EQ(outcome(model), "The server is about to end. Nothing was changed.");
     recordOnlyWhile([] { return true; });
 }
 

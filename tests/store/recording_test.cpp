@@ -8,13 +8,18 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
+#include <thread>
 #include <vector>
 
 #include "files/folder_lock.h"
 #include "store/data_file.h"
 #include "support/child_process.h"
+#include "support/folder_model.h"
 #include "support/save_trial.h"
 #include "support/test_environment.h"
 
@@ -225,6 +230,50 @@ TEST(Recording, KeepsAttributesAndAccessListsAndInheritsNone) {
     }
 }
 #endif
+
+// All wait for the folder together.
+TEST(Recording, WaitsForALockTwoSecondsHoweverManyCall) {
+    const support::EnvironmentScope path("TOVRA_DATA_FILE", "/folder/data.json");
+    support::FolderModel model;
+    model.put("data.json", "{}");
+    model.before = [](std::string_view call) { return call == "lock" ? EWOULDBLOCK : 0; };
+    const auto start = std::chrono::steady_clock::now();
+    std::vector<std::thread> callers;
+    for (char name = '1'; name <= '9'; ++name) {
+        callers.emplace_back([&, name] {
+            const auto change = [&](const DataSnapshot& snapshot) -> Change {
+                return {json::Edit{snapshot.root(), {name}, "7"}, "done"};
+            };
+            EXPECT_EQ(changeDataFile(change, model), "done");
+        });
+    }
+    for (std::thread& caller : callers) caller.join();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(12));  // not 18
+    const std::string bytes = model.bytes("data.json");
+    EXPECT_EQ(std::count(bytes.begin(), bytes.end(), '7'), 10) << bytes;
+}
+
+// Who ends waits for it.
+TEST(Recording, IsFinishedBeforeTheEnd) {
+    const support::EnvironmentScope path("TOVRA_DATA_FILE", "/folder/data.json");
+    support::FolderModel model;
+    model.put("data.json", "{}");
+    std::atomic<bool> isUnderWay = false;
+    bool hasEnded = false;
+    model.before = [&](std::string_view call) {
+        if (call == "write") isUnderWay = true;
+        if (call == "synchronise") std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        if (call == "remove") hasEnded = true;
+        return 0;
+    };
+    std::thread recording([&] { (void)outcome(model); });
+    while (!isUnderWay) std::this_thread::yield();
+    finishRecordings();
+    EXPECT_TRUE(hasEnded);
+    recording.join();
+    EXPECT_EQ(outcome(model), "The server is about to end. Nothing was changed.");
+    recordOnlyWhile([] { return true; });
+}
 
 // How many transactions were confirmed.
 std::size_t confirmedBy(ChildProcess& server) {
