@@ -5,8 +5,10 @@
 #include <map>
 #include <set>
 #include <string>
-#include <unordered_map>
+#include <utility>
 
+#include "check/names.h"
+#include "check/rules.h"
 #include "check/transactions.h"
 #include "platform/unicode.h"
 #include "store/currencies.h"
@@ -18,216 +20,302 @@ namespace {
 // Gathers the texts that occur more than once, each once, in the order of their second occurrence.
 class Repeated {
   public:
-    void add(std::string_view key, std::string_view text) {
-        if (++numbers_[std::string(key)] == 2) texts.push_back(text);
+    void add(const std::string& key, std::string_view text) {
+        if (++numbers_[key] == 2) texts.emplace_back(text);
     }
     Texts texts;
 
   private:
-    std::unordered_map<std::string, std::size_t> numbers_;
+    std::map<std::string, std::size_t> numbers_;
 };
 
-// Where one element is no object, the server sees an empty list.
-List look(json::Value data, std::string_view name) {
-    List list{.name = name, .value = data.member(name)};
-    list.count = asObjectArray(list.value).size();
-    if (!list.value.is(json::Kind::array)) return list;
-    std::size_t at = 0;
-    for (const json::Value element : list.value.children()) {
-        if (!element.is(json::Kind::object) && !list.firstStray) list.firstStray = at;
-        ++at;
-    }
-    return list;
-}
+// Texts by what is loosely the same.
+using Alike = std::map<std::string, Texts>;
 
-// The document itself: the names of its members, and those that hold no list.
-void surveyMembers(Content& content, json::Value data) {
-    Repeated repeated;
-    for (const json::Value member : data.children()) {
-        repeated.add(member.name(), member.name());
-        if (const auto name = otherCaseAt(member.nameIndex())) content.otherCase.push_back(*name);
-    }
-    // Of such members the server sees the last.
-    content.repeatedMembers = std::move(repeated.texts);
-    for (const std::string_view name : {"settings", "fxRates"}) {
-        const json::Value value = data.member(name);
-        if (value.exists() && !value.is(json::Kind::object)) content.notObjects.push_back(name);
-    }
-    const json::Value base = objectField(data, "settings").member("baseCurrency");
-    content.namesBaseCurrency = base.is(json::Kind::string);
-    if (!content.namesBaseCurrency) content.wrongBaseCurrency = base;
-    content.baseCurrency = baseCurrency(data);
-}
+class Survey {
+  public:
+    Survey(Content& content, json::Value data, Instant now)
+        : content_(content),
+          data_(data),
+          accounts_(objectArrayField(data, "accounts")),
+          transactions_(content, tallies_, data, now) {}
 
-// The records of accounts, budgets or goals, one by one.
-void surveyRecords(Content& content, const List& list) {
-    std::size_t number = 0;
-    for (const json::Value record : asObjectArray(list.value)) {
-        const bool isBudget = list.name == "budgets";
-        const Example example{++number, stringField(record, isBudget ? "category" : "name"), {}};
-        content.tallies.look(list.name, record, example);
+    void run() {
+        surveyMembers();
+        surveyLists();
+        transactions_.run();
+        surveyNames();
+        surveyCurrencies();
+        surveyAccounts();
+        surveyCategories();
+        surveyBudgets();
+        tallies_.tell(findings_, content_.lists[1].second);
+        content_.findings = std::move(findings_.found);
     }
-}
 
-// Without regard to letter case and to blanks.
-std::string loosely(std::string_view text) {
-    std::string letters;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        constexpr std::string_view kNoBreakSpace = "\u00A0";
-        if (text.substr(at).starts_with(kNoBreakSpace)) {
-            ++at;
-        } else if (text[at] != ' ' && text[at] != '\t') {
-            letters += text[at];
+  private:
+    // The document itself. Of members with one name the server sees the last.
+    void surveyMembers() {
+        Repeated repeated;
+        for (const json::Value member : data_.children()) {
+            repeated.add(std::string(member.name()), member.name());
+            if (const auto name = otherCaseAt(member.nameIndex(), false)) addName(*name);
+        }
+        findings_.tell(Level::warning, "repeated-member", "The file has more than one ",
+                       repeated.texts, "; only the last one counts.");
+    }
+
+    void surveyLists() {
+        bool hasAny = false;
+        bool hasRecords = false;
+        for (auto& [name, count] : content_.lists) {
+            const json::Value list = data_.member(name);
+            count = asObjectArray(list).size();
+            hasAny = hasAny || list.exists();
+            hasRecords = hasRecords || (list.exists() && !list.is(json::Kind::array)) ||
+                         !list.children().empty();
+            if (list.exists() && !list.isArrayOfObjects()) addNoList(name, list);
+            if (name != "transactions") surveyRecords(name, asObjectArray(list));
+        }
+        if (!hasAny) {
+            findings_.warn("no-records",
+                           "The file has neither accounts nor transactions, budgets or goals. Is "
+                           "it the finance application's?");
+        } else if (!hasRecords) {
+            findings_.note("empty", "There are no records in the file.");
         }
     }
-    return nameForm(letters);
-}
 
-void surveyAccounts(Content& content, const json::Children& accounts) {
-    Repeated ids;
-    Repeated names;
-    for (const json::Value account : accounts) {
-        if (boolField(account, "archived") == true) ++content.archivedAccounts;
-        const std::string_view id = stringField(account, "id");
-        const std::string_view name = stringField(account, "name");
-        for (const std::string_view liability : {"Credit Card", "Loan"}) {
+    // Where one element is no object, the server sees an empty list.
+    void addNoList(std::string_view name, json::Value list) {
+        const std::string refused =
+            name == "transactions" ? " Recordings of transactions are refused." : "";
+        if (!list.is(json::Kind::array)) {
+            return findings_.warn(
+                "no-list", inQuotes(name) + " is no list and reads as an empty one." + refused);
+        }
+        std::size_t number = 1;
+        for (const json::Value element : list.children()) {
+            if (!element.is(json::Kind::object)) break;
+            ++number;
+        }
+        findings_.warn("stray-element",
+                       "Element " + std::to_string(number) + " of " + inQuotes(name) +
+                           " is no object, so the whole list reads as empty." + refused);
+    }
+
+    // The records of accounts, budgets or goals, one by one.
+    void surveyRecords(std::string_view list, const json::Children& records) {
+        const bool isBudget = list == "budgets";
+        std::map<std::string, std::string_view> read;
+        for (const Field& field : kFields) {
+            if (field.list == list) read.emplace(loosely(field.member), field.member);
+        }
+        std::size_t number = 0;
+        Repeated names;
+        for (const json::Value record : records) {
+            const std::string_view name = stringField(record, isBudget ? "category" : "name");
+            tallies_.look(list, record, {++number, name, {}});
+            names.add(nameForm(name), name);
+            Repeated members;
+            for (const json::Value member : record.children()) {
+                const std::string form = loosely(member.name());
+                members.add(form, member.name());
+                const auto wanted = read.find(form);
+                if (wanted != read.end()) addName({member.name(), wanted->second});
+            }
+            const std::string where = " in no. " + std::to_string(number) + " of " + inQuotes(list);
+            findings_.tell(Level::warning, "repeated-member", "There is more than one ",
+                           members.texts, where + ": one of them counts.");
+        }
+        if (isBudget) return;
+        findings_.tell(Level::warning, list == "goals" ? "repeated-goal" : "repeated-account",
+                       "Several " + std::string(list) + " are called ", names.texts,
+                       list == "goals" ? ": money added by that name goes to the first."
+                                       : ": what is recorded by that name goes to the first.");
+    }
+
+    void addName(const OtherCase& name) {
+        if (name.seen != name.read) otherCase_.insert({name.seen, name.read});
+    }
+
+    void surveyNames() {
+        for (const OtherCase& name : transactions_.otherCase()) addName(name);
+        for (const auto& [seen, read] : otherCase_) {
+            findings_.warn("other-case",
+                           "There is " + inQuotes(seen) + " where " + inQuotes(read) +
+                               " is read. Names are compared letter by letter: it is not seen.");
+        }
+        if (content_.lists[1].second > 0 && content_.thisMonth == 0) {
+            findings_.note("no-month",
+                           "No transaction has a readable date in this month, so its totals "
+                           "and budgets show 0.");
+        }
+    }
+
+    void surveyCurrencies() {
+        const json::Value settings = data_.member("settings");
+        const json::Value base = settings.member("baseCurrency");
+        content_.namesBaseCurrency = base.is(json::Kind::string);
+        content_.baseCurrency = baseCurrency(data_);
+        const std::string quoted = inQuotes(content_.baseCurrency);
+        if (settings.exists() && !settings.is(json::Kind::object)) {
+            findings_.warn("no-base-currency",
+                           "\"settings\" is no object, { ... }: totals are in " + quoted + ".");
+        } else if (base.exists() && !content_.namesBaseCurrency) {
+            findings_.warn(
+                "no-base-currency",
+                "\"baseCurrency\" in the settings is no text: totals are in " + quoted + ".");
+        } else if (content_.baseCurrency.empty()) {
+            findings_.warn("no-base-currency", "The base currency is the empty text.");
+        }
+        const json::Value rates = data_.member("fxRates");
+        if (!rates.exists() || rates.is(json::Kind::object)) return surveyRates(rates, quoted);
+        findings_.warn("no-rates",
+                       "\"fxRates\" is no object, { ... }, so there are no rates: amounts of all "
+                       "currencies count one to one, as if they were in " +
+                           quoted + ".");
+    }
+
+    // Whether each currency in use has a rate, and each rate is a positive number.
+    void surveyRates(json::Value rates, const std::string& base) {
+        std::map<std::string, std::string_view> codes = {
+            {loosely(content_.baseCurrency), content_.baseCurrency}};
+        for (const json::Value rate : rates.children()) {
+            codes.emplace(loosely(rate.name()), rate.name());
+        }
+        std::set<std::string_view> used;
+        for (const auto& [currency, count] : content_.currencies) used.insert(currency);
+        for (const json::Value account : accounts_) used.insert(stringField(account, "currency"));
+        used.erase(content_.baseCurrency);
+        Texts none;
+        Texts wrong;
+        for (const std::string_view currency : used) {
+            const json::Value rate = rates.member(currency);
+            const double value = rate.number().value_or(0);
+            if (rate.exists() && !(value > 0 && std::isfinite(value))) wrong.emplace_back(currency);
+            if (rate.exists()) continue;
+            none.emplace_back(currency);
+            const auto close = codes.find(loosely(currency));
+            if (close == codes.end()) continue;
+            findings_.warn("rate-case", inQuotes(currency) + " is another currency than " +
+                                            inQuotes(close->second) +
+                                            ": codes are compared letter by letter.");
+        }
+        findings_.tell(Level::warning, "no-rate", "No exchange rate for ", none,
+                       ": amounts count one to one, as if they were in " + base + ".");
+        const json::Value ofBase = rates.member(content_.baseCurrency);
+        if (ofBase.exists() && ofBase.number() != 1) {
+            findings_.note("base-rate", "There is a rate for the base currency, " + base +
+                                            ": it is taken as 1.");
+        }
+        findings_.tell(Level::warning, "wrong-rate", "The exchange rate of ", wrong,
+                       " is no number above 0, or too large a one: what is in it comes out wrong, "
+                       "as 0, below 0, unconverted or inf.");
+    }
+
+    void surveyAccounts() {
+        Repeated ids;
+        for (const json::Value account : accounts_) {
+            if (boolField(account, "archived") == true) ++content_.archivedAccounts;
+            const std::string_view id = stringField(account, "id");
+            ids.add(std::string(id), id);
             const std::string_view type = stringField(account, "type");
-            if (type != liability && loosely(type) == loosely(liability)) {
-                content.accountTypes.emplace_back(type, liability);
+            for (const std::string_view liability : {"Credit Card", "Loan"}) {
+                if (type == liability || loosely(type) != loosely(liability)) continue;
+                findings_.warn("account-type",
+                               "An account has the type " + inQuotes(type) + " where " +
+                                   inQuotes(liability) +
+                                   " is read: it counts as an asset, and not as a debt.");
             }
         }
-        ids.add(id, id);
-        names.add(nameForm(name), name);
-    }
-    content.sharedIDs = std::move(ids.texts);
-    content.repeatedAccountNames = std::move(names.texts);
-}
-
-void surveyGoals(Content& content, const json::Children& goals) {
-    Repeated names;
-    for (const json::Value goal : goals) {
-        const std::string_view name = stringField(goal, "name");
-        names.add(nameForm(name), name);
-    }
-    content.repeatedGoalNames = std::move(names.texts);
-}
-
-// The text among those in use that is loosely the same; nothing where there is none.
-std::optional<std::string_view> looselyIn(const Numbers& used, std::string_view text) {
-    const std::string wanted = loosely(text);
-    for (const auto& [each, count] : used) {
-        if (loosely(each) == wanted) return each;
-    }
-    return std::nullopt;
-}
-
-// Whether expenses have the text of a budget, just as it is written there.
-void surveyBudgetText(Content& content, const TransactionSurvey& transactions, const Numbers& used,
-                      std::string_view text) {
-    if (text.empty() || used.contains(text)) return;
-    if (const auto other = looselyIn(used, text)) {
-        // Of letters that are composed differently, each counts for the other.
-        if (composed(*other) != composed(text)) {
-            content.budgetsInOtherCase.emplace_back(text, *other);
-        }
-    } else if (transactions.splitCategories().contains(text)) {
-        content.budgetsOfSplits.push_back(text);
-    } else if (!transactions.categories().empty()) {
-        content.unusedBudgets.push_back(text);
-    }
-}
-
-void surveyBudgets(Content& content, const json::Children& budgets,
-                   const TransactionSurvey& transactions) {
-    Repeated repeated;
-    for (const json::Value budget : budgets) {
-        const std::string_view category = stringField(budget, "category");
-        const std::string_view sub = stringField(budget, "subcategory");
-        repeated.add(std::string(category) + '\0' + std::string(sub), sub.empty() ? category : sub);
-        surveyBudgetText(content, transactions, transactions.categories(), category);
-        if (!transactions.categories().contains(category)) continue;
-        surveyBudgetText(content, transactions, transactions.subcategories(), sub);
-    }
-    content.repeatedBudgets = std::move(repeated.texts);
-}
-
-// Whether each currency in use has a rate, and each rate is a positive number.
-void surveyRates(Content& content, json::Value data, const json::Children& accounts) {
-    const ExchangeRates rates = fxRates(data);
-    const auto ofBase = rates.find(content.baseCurrency);
-    content.hasRateOfBase = ofBase != rates.end() && ofBase->second != 1;
-    std::set<std::string_view> used;
-    for (const auto& [currency, count] : content.currencies) used.insert(currency);
-    for (const json::Value account : accounts) used.insert(stringField(account, "currency"));
-    std::map<std::string, std::string_view> codes = {
-        {nameForm(content.baseCurrency), content.baseCurrency}};
-    for (const auto& [currency, rate] : rates) codes.emplace(nameForm(currency), currency);
-    for (const std::string_view currency : used) {
-        if (currency == content.baseCurrency) continue;
-        const auto rate = rates.find(currency);
-        if (rate == rates.end()) {
-            const auto close = codes.find(nameForm(currency));
-            content.withoutRate.emplace_back(currency, close == codes.end() ? "" : close->second);
-        } else if (!(rate->second > 0) || std::isinf(rate->second)) {
-            content.wrongRates.push_back(currency);
+        findings_.tell(Level::warning, "shared-id", "Several accounts have the id ", ids.texts,
+                       ": the same transactions count for each of them.");
+        if (!accounts_.empty() && content_.archivedAccounts == accounts_.size()) {
+            findings_.note("all-archived", "All accounts are archived: the net worth is 0.");
         }
     }
-}
+
+    // Categories that a person takes for one. Letters that are composed differently are the same.
+    void surveyCategories() {
+        for (const auto& [category, count] : transactions_.categories()) {
+            categories_[loosely(category)].emplace_back(category);
+        }
+        for (const auto& [subcategory, count] : transactions_.subcategories()) {
+            subcategories_[loosely(subcategory)].emplace_back(subcategory);
+        }
+        for (auto& [form, texts] : categories_) {
+            std::sort(texts.begin(), texts.end());
+            std::set<std::string> different;
+            for (const std::string& text : texts) different.insert(composed(text));
+            if (different.size() < 2) continue;
+            findings_.tell(Level::note, "category-case", "Expenses have ", texts,
+                           ", which are as many categories: each has totals of its own.");
+        }
+    }
+
+    void surveyBudgets() {
+        Repeated repeated;
+        for (const json::Value budget : objectArrayField(data_, "budgets")) {
+            const std::string_view category = stringField(budget, "category");
+            const std::string_view sub = stringField(budget, "subcategory");
+            repeated.add(std::string(category) + '\0' + std::string(sub),
+                         sub.empty() ? category : sub);
+            const bool isUsed = surveyBudgetText(categories_, category, std::string(category));
+            const std::string name = std::string(category) + " › " + std::string(sub);
+            if (!isUsed || !surveyBudgetText(subcategories_, sub, name)) continue;
+            if (!sub.empty() && !transactions_.haveBoth(category, sub)) unused_.push_back(name);
+        }
+        findings_.tell(Level::warning, "repeated-budget", "Several budgets limit ", repeated.texts,
+                       ": each of them shows the same spending.");
+        findings_.tell(Level::warning, "budget-splits", "A budget limits ", ofSplits_,
+                       ", which only parts of split expenses have: budgets count an expense as a "
+                       "whole, under its own category.");
+        findings_.tell(Level::note, "budget-unused",
+                       "No expense ever had what a budget limits: ", unused_,
+                       ". Is it written as in the expenses?");
+    }
+
+    // Whether expenses have the text of a budget, just as it is written there.
+    bool surveyBudgetText(const Alike& used, std::string_view text, const std::string& name) {
+        const auto alike = used.find(loosely(text));
+        if (alike != used.end()) {
+            const Texts& texts = alike->second;
+            const auto isSame = [&](auto& each) { return composed(each) == composed(text); };
+            if (std::any_of(texts.begin(), texts.end(), isSame)) return true;
+        }
+        if (text.empty()) return true;
+        if (alike != used.end()) {
+            findings_.warn("budget-case", "Expenses have " + inQuotes(alike->second.front()) +
+                                              ", and a budget limits " + inQuotes(text) +
+                                              ": nothing counts towards it until both are written "
+                                              "alike, blanks and letter case included.");
+        } else if (transactions_.splitCategories().contains(text)) {
+            ofSplits_.push_back(name);
+        } else if (!transactions_.categories().empty()) {
+            unused_.push_back(name);
+        }
+        return false;
+    }
+
+    Content& content_;
+    Findings findings_;
+    Tallies tallies_;
+    json::Value data_;
+    json::Children accounts_;
+    TransactionSurvey transactions_;
+    std::set<std::pair<std::string_view, std::string_view>> otherCase_;  // seen, read
+    Alike categories_;                                                   // of expenses
+    Alike subcategories_;
+    Texts ofSplits_;  // what budgets limit that only splits have
+    Texts unused_;    // and what no expense has
+};
 
 }  // namespace
 
-std::optional<Wrong> faultOf(const Field& field, json::Value value) {
-    if (!value.exists() || value.is(json::Kind::null)) {
-        return field.isNeeded ? std::optional(Wrong::type) : std::nullopt;
-    }
-    const bool isTruth = value.boolean().has_value();
-    if (field.wants == Wants::text || field.wants == Wants::truth) {
-        const bool isRight = field.wants == Wants::truth ? isTruth : value.is(json::Kind::string);
-        return isRight ? std::nullopt : std::optional(Wrong::type);
-    }
-    // A few digits are neither below 0 nor too large, whatever they are.
-    constexpr std::size_t kFew = 12;
-    const bool isNumber = value.is(json::Kind::number);
-    if (isNumber && value.numberText().size() <= kFew &&
-        value.numberText().find_first_not_of("0123456789.") == std::string_view::npos) {
-        return std::nullopt;
-    }
-    const auto number = value.number();
-    if (!number) return isTruth ? std::nullopt : std::optional(Wrong::type);
-    if (std::isinf(*number)) return Wrong::tooLarge;
-    if (*number < 0 && field.wants == Wants::positiveNumber) return Wrong::negative;
-    return std::nullopt;
-}
-
-void Tallies::look(std::size_t field, json::Value value, Example example) {
-    const auto wrong = faultOf(kFields[field], value);
-    if (!wrong) return;
-    example.value = value;
-    fields[field][static_cast<std::size_t>(*wrong)].add(example);
-}
-
-void Tallies::look(std::string_view list, json::Value object, const Example& example) {
-    for (std::size_t field = 0; field < kFields.size(); ++field) {
-        if (kFields[field].list != list) continue;
-        look(field, object.member(kFields[field].member), example);
-    }
-}
-
 Content survey(json::Value data, Instant now) {
     Content content;
-    surveyMembers(content, data);
-    content.lists = {look(data, "accounts"), look(data, "transactions"), look(data, "budgets"),
-                     look(data, "goals")};
-    for (const List& list : content.lists) {
-        if (list.name != "transactions") surveyRecords(content, list);
-    }
-    const json::Children accounts = objectArrayField(data, "accounts");
-    surveyAccounts(content, accounts);
-    surveyGoals(content, objectArrayField(data, "goals"));
-    TransactionSurvey transactions(content, data, now);
-    transactions.run();
-    surveyBudgets(content, objectArrayField(data, "budgets"), transactions);
-    surveyRates(content, data, accounts);
+    Survey(content, data, now).run();
     return content;
 }
 

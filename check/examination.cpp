@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "check/file_text.h"
+#include "check/names.h"
 
 namespace tovra::check {
 

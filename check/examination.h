@@ -5,7 +5,11 @@
 #include <optional>
 #include <vector>
 
+#include "check/content.h"
 #include "check/findings.h"
+#include "check/json_fault.h"
+#include "check/surroundings.h"
+#include "check/time_zone.h"
 #include "json/json.h"
 #include "store/data_file.h"
 
@@ -24,6 +28,13 @@ struct Examination {
 // Looks at that data file as the reports would at the instant `now`. Never writes. May be called
 // from several threads.
 [[nodiscard]] Examination examine(const DataFileLocation& location, Instant now);
+
+// The findings about a file, the worst first. `fault` is there where the file could be read and is
+// no JSON, and `content` where it holds an object. Pure.
+[[nodiscard]] std::vector<Finding> findingsOf(const DataFileLocation& location,
+                                              const Surroundings& file, const TimeZone& zone,
+                                              const std::optional<JsonFault>& fault,
+                                              const std::optional<Content>& content);
 
 // 0: there are notes at most; 1: the server cannot work on this file; 2: it can, with warnings.
 [[nodiscard]] int exitStatus(const std::vector<Finding>& findings);

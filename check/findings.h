@@ -1,18 +1,19 @@
-// What keeps the server from working on a data file, and what makes its reports wrong or empty.
+// What the check finds, and how it says so.
 #pragma once
 
-#include <optional>
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
-#include "check/content.h"
-#include "check/json_fault.h"
-#include "check/surroundings.h"
-#include "check/time_zone.h"
-#include "store/data_file.h"
-
 namespace tovra::check {
+
+// How bad something is. A note says what may be meant.
+enum class Level : std::uint8_t { note, warning, error };
+
+// "note", "warning", "error".
+[[nodiscard]] std::string_view nameOf(Level level);
 
 struct Finding {
     Level level;
@@ -20,24 +21,35 @@ struct Finding {
     std::string text;        // a sentence or two, for a person
 };
 
-// "note", "warning", "error".
-[[nodiscard]] std::string_view nameOf(Level level);
+using Texts = std::vector<std::string>;
 
-// The findings, the worst first. `fault` is there where the file could be read and is no JSON, and
-// `content` where it holds an object. Pure.
-[[nodiscard]] std::vector<Finding> findingsOf(const DataFileLocation& location,
-                                              const Surroundings& file, const TimeZone& zone,
-                                              const std::optional<JsonFault>& fault,
-                                              const std::optional<Content>& content);
+// Not for several threads.
+struct Findings {
+    std::vector<Finding> found;
 
-// The text in double quotes, shortened where it is long. Bytes that are not UTF-8 become question
-// marks. Pure.
+    void note(std::string_view about, std::string text) { add(Level::note, about, text); }
+    void warn(std::string_view about, std::string text) { add(Level::warning, about, text); }
+    void fail(std::string_view about, std::string text) { add(Level::error, about, text); }
+    void add(Level level, std::string_view about, std::string text) {
+        found.push_back({level, about, std::move(text)});
+    }
+    // One sentence about all of the texts, which stand in quotes between these two parts of it.
+    // None where there are no texts.
+    void tell(Level level, std::string_view about, std::string_view before, const Texts& texts,
+              std::string_view after);
+};
+
+// The text for a sentence, cut where it is long. Bytes that are not UTF-8 become question marks,
+// and characters that nobody sees their escapes. Pure.
+[[nodiscard]] std::string shortened(std::string_view text);
+
+// The same in double quotes.
 [[nodiscard]] std::string inQuotes(std::string_view text);
 
 // The same for the first few of them, and how many more there are.
-[[nodiscard]] std::string inQuotes(const std::vector<std::string_view>& texts);
+[[nodiscard]] std::string inQuotes(const Texts& texts);
 
-// What is wrong with what is in the document. Pure.
-[[nodiscard]] std::vector<Finding> contentFindings(const Content& content);
+// The text without blanks and without characters that nobody sees, in the form of names. Pure.
+[[nodiscard]] std::string loosely(std::string_view text);
 
 }  // namespace tovra::check

@@ -147,7 +147,7 @@ std::vector<fs::path> programsCalled(const std::string& name) {
     return found;
 }
 
-class EntryCheck {
+class EntryCheck : public Findings {
   public:
     EntryCheck(const Said& said, HostEntry& entry) : said_(said), entry_(entry) {}
 
@@ -292,9 +292,9 @@ class EntryCheck {
 
     void addVariable(const std::string& name) {
         if (!environmentVariable(name.c_str()).value_or("").empty()) return;
-        found(Level::note, "token-variable",
-              "The token comes from the variable " + inQuotes(name) +
-                  ", which is not set here. It has to be where the host is started.");
+        note("token-variable",
+             "The token comes from the variable " + inQuotes(name) +
+                 ", which is not set here. It has to be where the host is started.");
     }
 
     // The text with the entry's own variable in place of ${NAME}.
@@ -305,16 +305,6 @@ class EntryCheck {
         const std::string name = text.substr(begin + 2, end - begin - 2);
         return text.substr(0, begin) + std::string(stringField(said_.environment, name)) +
                text.substr(end + 1);
-    }
-
-    void found(Level level, std::string_view about, std::string text) {
-        entry_.findings.push_back({level, about, std::move(text)});
-    }
-    void warn(std::string_view about, std::string text) {
-        found(Level::warning, about, std::move(text));
-    }
-    void fail(std::string_view about, std::string text) {
-        found(Level::error, about, std::move(text));
     }
 
     const Said& said_;
@@ -362,7 +352,9 @@ void lookAtHost(const HostFile& host, std::vector<HostEntry>& entries) {
     for (const Said& said : found) {
         HostEntry& entry = entries.emplace_back(empty);
         entry.name = said.name;
-        EntryCheck(said, entry).run();
+        EntryCheck check(said, entry);
+        check.run();
+        entry.findings = std::move(check.found);
     }
 }
 

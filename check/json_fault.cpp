@@ -22,66 +22,34 @@ bool isOneOf(char c, std::string_view characters) {
 bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
 // Follows a text that is JSON so far, and says what should come next.
-class Prefix {
-  public:
+struct Prefix {
     enum class Next { value, name, colon, comma, end };
 
     void take(char c) {
-        before_ = last_;
-        last_ = c;
         ++column;
         if (c == '\n') {
             ++line;
             column = 1;
         }
-        if (isInString_) return takeInString(c);
-        if (isOneOf(c, kBlanks)) {
-            hasCommaInNumber = false;
-            scalar_.clear();
-            return;
-        }
-        isEmpty = false;
-        hasCommaInNumber = c == ',' && isOneOf(before_, kDigits) && !scalar_.empty();
+        if (isInString) return takeInString(c);
+        if (isOneOf(c, kBlanks)) return;
         if (c == '"') {
-            isInString_ = true;
+            isInString = true;
         } else if (isOneOf(c, "{[")) {
             open += c;
             next = c == '{' ? Next::name : Next::value;
-            isFirst = true;
-        } else if (isOneOf(c, "}]")) {
-            open.pop_back();
-            endValue();
         } else if (isOneOf(c, ",:")) {
             next = c == ',' && open.back() == '{' ? Next::name : Next::value;
-            isFirst = false;
         } else {
-            scalar_ += c;
-            return endValue();
+            if (isOneOf(c, "}]")) open.pop_back();
+            endValue();
         }
-        scalar_.clear();
     }
-
-    [[nodiscard]] bool isInString() const { return isInString_; }
-    // The number or word that the text ends in, without a blank after it.
-    [[nodiscard]] std::string_view scalar() const { return scalar_; }
-    [[nodiscard]] char last() const { return last_; }
-
-    std::size_t line = 1;
-    std::size_t column = 1;
-    std::string open;  // the brackets that are open
-    Next next = Next::value;
-    bool isFirst = true;            // nothing stands in the innermost brackets yet
-    bool isEmpty = true;            // there were blanks only
-    bool hasCommaInNumber = false;  // the last character is a comma directly behind a digit
-
-  private:
     void takeInString(char c) {
-        if (isEscaped_) {
-            isEscaped_ = false;
-        } else if (c == '\\') {
-            isEscaped_ = true;
+        if (isEscaped || c == '\\') {
+            isEscaped = !isEscaped;
         } else if (c == '"') {
-            isInString_ = false;
+            isInString = false;
             if (next == Next::name) {
                 next = Next::colon;
             } else {
@@ -89,17 +57,15 @@ class Prefix {
             }
         }
     }
+    void endValue() { next = open.empty() ? Next::end : Next::comma; }
 
-    void endValue() {
-        next = open.empty() ? Next::end : Next::comma;
-        isFirst = false;
-    }
-
-    bool isInString_ = false;
-    bool isEscaped_ = false;  // a backslash came last
-    std::string scalar_;
-    char last_ = '\0';
-    char before_ = '\0';
+    std::size_t line = 1;
+    std::size_t column = 1;
+    std::string open;  // the brackets that are open
+    Next next = Next::value;
+    bool isInString = false;
+    bool isEscaped = false;   // a backslash came last
+    std::string_view before;  // the last bytes, without those of the string that is open
 };
 
 // The letters, digits and signs that the text begins with.
@@ -131,7 +97,9 @@ std::string whyNoValue(std::string_view rest) {
 }
 
 // What is wrong where a number or word is followed by something else than it may be.
-std::string whyNoScalar(std::string_view scalar, std::string_view rest) {
+std::string whyNoScalar(std::string_view before, std::string_view rest) {
+    const std::size_t begin = before.find_last_of(" \t\r\n{}[],:\"") + 1;
+    const std::string_view scalar = before.substr(std::min(begin, before.size()));
     if (scalar.empty() || isOneOf(rest.front(), kBlanks)) return "";
     const bool isNumber = scalar.front() == '-' || isOneOf(scalar.front(), kDigits);
     const bool isCutOff = isOneOf(scalar.back(), ".+-eE");
@@ -147,7 +115,8 @@ std::string whyNoScalar(std::string_view scalar, std::string_view rest) {
 std::string reasonFor(const Prefix& prefix, std::string_view rest) {
     using Next = Prefix::Next;
     const char c = rest.front();
-    if (prefix.isInString()) {
+    if (c == '\0') return "zeros stand there: the file was not written to its end";
+    if (prefix.isInString) {
         return static_cast<unsigned char>(c) < 0x20
                    ? "a line ends, or a control character stands, inside double quotes"
                    : "a backslash is used wrongly";
@@ -158,18 +127,24 @@ std::string reasonFor(const Prefix& prefix, std::string_view rest) {
     for (const std::string_view mark : {"<<<<<<<", "=======", ">>>>>>>"}) {
         if (rest.starts_with(mark)) return "a mark of a merge stands there that was not resolved";
     }
-    if (auto why = whyNoScalar(prefix.scalar(), rest); !why.empty()) return why;
+    if (auto why = whyNoScalar(prefix.before, rest); !why.empty()) return why;
     if (prefix.next == Next::end) return "something follows the end of the object";
     const bool isObject = prefix.open.back() == '{';
     if (prefix.next == Next::comma) {
+        if (prefix.before.ends_with('"') && isLetter(c)) {
+            return "a quotation mark in a text needs a backslash before it";
+        }
         return isObject ? "a comma or a } is missing" : "a comma or a ] is missing";
     }
     if (prefix.next == Next::colon) return "a colon is missing after the name";
-    if (prefix.hasCommaInNumber && isOneOf(c, kDigits)) {
+    const std::size_t last = prefix.before.find_last_not_of(kBlanks);
+    const bool isBehindComma = last < prefix.before.size() && prefix.before[last] == ',';
+    if (isBehindComma && last > 0 && last + 1 == prefix.before.size() && isOneOf(c, kDigits) &&
+        isOneOf(prefix.before[last - 1], kDigits)) {
         return "a comma stands in a number, where a point is needed";
     }
-    if (!prefix.isFirst && c == (isObject ? '}' : ']')) {
-        if (prefix.last() != ':') return "a comma stands before the closing bracket";
+    if (isBehindComma && c == (isObject ? '}' : ']')) {
+        return "a comma stands before the closing bracket";
     }
     if (isOneOf(c, "{[") && prefix.open.size() == json::kMaxDepth) {
         return "brackets are nested too deeply";
@@ -226,10 +201,13 @@ JsonFault faultAt(FileText& text, std::size_t at) {
     Prefix prefix = prefixOf(text, at);
     std::string rest(text.at(at, kPiece));
     if (rest.empty()) {
-        if (prefix.isEmpty) return {1, 1, "the file is empty", {}, {}};
+        if (text.begin() == at) return {1, 1, "the file is empty, or blank", {}, {}};
         return {prefix.line, prefix.column, "the text ends too early", {}, {}};
     }
     const std::string first(text.at(0, kNear));
+    const std::size_t behind = std::min(at, kPiece);
+    const std::string before(text.at(at - behind, behind));
+    prefix.before = before;
     JsonFault fault{prefix.line, prefix.column, "", rest.substr(0, kNear), {}};
     fault.near.resize(std::min(fault.near.find_first_of("\r\n"), fault.near.size()));
     const auto isControl = [](unsigned char c) { return c < 0x20 && c != '\t'; };

@@ -46,7 +46,7 @@ std::string counts(const Counts& counts) {
 std::string contentText(const Content& content) {
     json::ObjectText members;
     members.add("baseCurrency", text(std::string(content.baseCurrency)));
-    for (const List& list : content.lists) members.add(list.name, std::to_string(list.count));
+    for (const auto& [list, count] : content.lists) members.add(list, std::to_string(count));
     members.add("archivedAccounts", std::to_string(content.archivedAccounts));
     members.add("types", counts(content.types));
     members.add("currencies", counts(content.currencies));

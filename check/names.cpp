@@ -3,97 +3,91 @@
 #include <algorithm>
 #include <array>
 #include <cassert>
-
-#include "platform/unicode.h"
+#include <vector>
 
 namespace tovra::check {
 namespace {
 
-// First the names that are read, then those that programs write in other letter case, and last the
-// members that are kept whole, whatever names are in them.
-constexpr auto kNames = std::to_array<std::string_view>({"transactions",
-                                                         "type",
-                                                         "date",
-                                                         "amount",
-                                                         "currency",
-                                                         "accountID",
-                                                         "transferAccountID",
-                                                         "payee",
-                                                         "category",
-                                                         "subcategory",
-                                                         "id",
+// A name that is read, and what programs and people write instead.
+struct Spellings {
+    std::string_view read;
+    std::array<std::string_view, 4> others = {};
+};
 
-                                                         "Type",
-                                                         "Date",
-                                                         "Amount",
-                                                         "Currency",
-                                                         "AccountID",
-                                                         "TransferAccountID",
-                                                         "Payee",
-                                                         "Category",
-                                                         "Subcategory",
-                                                         "Id",
-                                                         "ID",
-                                                         "Splits",
-                                                         "accountId",
-                                                         "transferAccountId",
-                                                         "accountid",
-                                                         "transferaccountid",
-                                                         "AccountId",
-                                                         "TransferAccountId",
-                                                         "subCategory",
-                                                         "SubCategory",
-                                                         "TYPE",
-                                                         "DATE",
-                                                         "AMOUNT",
-                                                         "CURRENCY",
-                                                         "PAYEE",
-                                                         "CATEGORY",
-                                                         "Transactions",
-                                                         "TRANSACTIONS",
-                                                         "Accounts",
-                                                         "ACCOUNTS",
-                                                         "Budgets",
-                                                         "BUDGETS",
-                                                         "FxRates",
-                                                         "fxrates",
-                                                         "FXRates",
-                                                         "Goals",
-                                                         "GOALS",
-                                                         "Settings",
-                                                         "SETTINGS",
+// First those of Name, by their numbers. The last are members that are kept whole.
+constexpr auto kSpellings = std::to_array<Spellings>({
+    {"transactions", {"Transactions", "TRANSACTIONS", "transaction"}},
+    {"type", {"Type", "TYPE"}},
+    {"date", {"Date", "DATE"}},
+    {"amount", {"Amount", "AMOUNT"}},
+    {"currency", {"Currency", "CURRENCY"}},
+    {"accountID", {"AccountID", "accountId", "accountid", "AccountId"}},
+    {"transferAccountID",
+     {"TransferAccountID", "transferAccountId", "transferaccountid", "TransferAccountId"}},
+    {"payee", {"Payee", "PAYEE"}},
+    {"category", {"Category", "CATEGORY"}},
+    {"subcategory", {"Subcategory", "subCategory", "SubCategory"}},
+    {"id", {"Id", "ID"}},
+    {"splits", {"Splits"}},
+    {"accounts", {"Accounts", "ACCOUNTS", "account"}},
+    {"budgets", {"Budgets", "BUDGETS", "budget"}},
+    {"fxRates", {"FxRates", "fxrates", "FXRates"}},
+    {"goals", {"Goals", "GOALS", "goal"}},
+    {"settings", {"Settings", "SETTINGS"}},
+});
+static_assert(kSpellings[kTransactionNames - 1].read == "id");
 
-                                                         "splits",
-                                                         "accounts",
-                                                         "budgets",
-                                                         "fxRates",
-                                                         "goals",
-                                                         "settings"});
-static_assert(kNames.size() <= json::Names::kMost);
-static_assert(kNames[kTransactionNames - 1] == "id" && kNames[kTransactionNames] == "Type");
-constexpr std::uint32_t kFirstWhole = kNames.size() - 6;
-static_assert(kNames[kFirstWhole] == "splits");
+// Those of transactions, then all other spellings, then those that are kept whole.
+struct Known {
+    std::vector<std::string_view> names;
+    std::vector<std::string_view> read;  // what each is read as
+    std::uint32_t firstWhole = 0;
+
+    Known() {
+        const auto add = [&](std::string_view name, std::string_view as) {
+            if (name.empty()) return;
+            names.push_back(name);
+            read.push_back(as);
+        };
+        const auto addRead = [&](std::size_t from, std::size_t to) {
+            for (; from < to; ++from) add(kSpellings[from].read, kSpellings[from].read);
+        };
+        addRead(0, kTransactionNames);
+        for (const auto& [name, others] : kSpellings) {
+            for (const std::string_view other : others) add(other, name);
+        }
+        firstWhole = static_cast<std::uint32_t>(names.size());
+        addRead(kTransactionNames, kSpellings.size());
+        assert(names.size() <= json::Names::kMost);
+    }
+};
+
+const Known& known() {
+    static const Known all;
+    return all;
+}
 
 }  // namespace
 
 json::Names surveyedNames() {
-    return {kNames, (std::uint64_t{1} << kNames.size()) - 1, kFirstWhole};
+    const std::uint64_t kept = (std::uint64_t{1} << known().names.size()) - 1;
+    return {known().names, kept, known().firstWhole};
 }
 
 std::uint32_t placeOf(std::string_view name) {
-    const auto* found = std::find(kNames.begin(), kNames.end(), name);
-    assert(found != kNames.end());
-    return static_cast<std::uint32_t>(found - kNames.begin());
+    const auto& names = known().names;
+    const auto found = std::find(names.begin(), names.end(), name);
+    assert(found != names.end());
+    return static_cast<std::uint32_t>(found - names.begin());
 }
 
-std::optional<OtherCase> otherCaseAt(std::uint32_t place) {
-    if (place < kTransactionNames || place >= kFirstWhole) return std::nullopt;
-    const std::string_view seen = kNames[place];
-    for (std::uint32_t i = 0; i < kNames.size(); ++i) {
-        const bool isRead = i < kTransactionNames || i >= kFirstWhole;
-        if (isRead && nameForm(kNames[i]) == nameForm(seen)) return OtherCase{seen, kNames[i]};
-    }
-    return std::nullopt;
+std::optional<OtherCase> otherCaseAt(std::uint32_t place, bool isOfTransaction) {
+    const auto& [names, read, firstWhole] = known();
+    if (place >= names.size() || names[place] == read[place]) return std::nullopt;
+    const std::uint32_t at = placeOf(read[place]);
+    const bool isTransactions = (at > 0 && at < kTransactionNames) || read[place] == "splits";
+    if (isTransactions != isOfTransaction) return std::nullopt;
+    return OtherCase{names[place], read[place]};
 }
 
 }  // namespace tovra::check

@@ -31,12 +31,13 @@ inline constexpr std::uint32_t kTransactionNames = 11;
 // The place of a name that is read.
 [[nodiscard]] std::uint32_t placeOf(std::string_view name);
 
-// For the place of a known name that is written in another letter case than the one that is read:
-// that name, and the one that is read. Nothing for any other place.
+// For the place of a known name that is written otherwise than the one that is read, in a
+// transaction or in the document itself: that name, and the one that is read. Nothing for any other
+// place.
 struct OtherCase {
     std::string_view seen;
     std::string_view read;
 };
-[[nodiscard]] std::optional<OtherCase> otherCaseAt(std::uint32_t place);
+[[nodiscard]] std::optional<OtherCase> otherCaseAt(std::uint32_t place, bool isOfTransaction);
 
 }  // namespace tovra::check

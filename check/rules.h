@@ -8,12 +8,10 @@
 #include <string_view>
 #include <vector>
 
+#include "check/findings.h"
 #include "json/json.h"
 
 namespace tovra::check {
-
-// How bad something is. A note says what may be meant.
-enum class Level : std::uint8_t { note, warning, error };
 
 // What a reader of a member makes something of.
 enum class Wants : std::uint8_t { text, truth, number, positiveNumber };
@@ -31,7 +29,7 @@ inline constexpr auto kFields = std::to_array<Field>({
     {"accounts", "id", Wants::text, true, "Whatever names no account counts for it."},
     {"accounts", "name", Wants::text, true, "Shown without a name."},
     {"accounts", "type", Wants::text, false, "Counted as an asset."},
-    {"accounts", "currency", Wants::text, false, "Taken as the empty code."},
+    {"accounts", "currency", Wants::text, true, "Taken as the empty code."},
     {"accounts", "openingBalance", Wants::number, false, "Counted as 0."},
     {"accounts", "archived", Wants::truth, false, "The account is shown."},
     {"accounts", "includeInNetWorth", Wants::truth, false, "The account counts."},
@@ -39,23 +37,23 @@ inline constexpr auto kFields = std::to_array<Field>({
     {"budgets", "subcategory", Wants::text, false, "It limits the whole category."},
     {"budgets", "monthlyLimit", Wants::positiveNumber, true, "The limit is shown as 0."},
     {"goals", "name", Wants::text, true, "Shown without a name."},
-    {"goals", "currency", Wants::text, false, "Shown without a currency."},
+    {"goals", "currency", Wants::text, true, "Shown without a currency."},
     {"goals", "target", Wants::positiveNumber, true, "The progress is always 0%."},
     {"goals", "saved", Wants::number, false, "Counted as 0; what is added starts from there."},
     {"transactions", "amount", Wants::positiveNumber, true, "Counted as 0."},
-    {"transactions", "currency", Wants::text, false, "Taken as the empty code."},
+    {"transactions", "currency", Wants::text, true, "Taken as the empty code."},
     {"transactions", "accountID", Wants::text, false, "Taken as none."},
     {"transactions", "transferAccountID", Wants::text, false, "Taken as none."},
     {"transactions", "payee", Wants::text, false, "Shown without a payee."},
     {"transactions", "category", Wants::text, false, "Counted without a category."},
     {"transactions", "subcategory", Wants::text, false, "Counted without a subcategory."},
-    {"splits", "category", Wants::text, false, "Counted without a category."},
+    {"splits", "category", Wants::text, true, "Counted without a category."},
     {"splits", "amount", Wants::positiveNumber, true, "Counted as 0."},
 });
 
 // What can be wrong with a field.
-enum class Wrong : std::uint8_t { type, tooLarge, negative };
-inline constexpr std::size_t kWrongs = 3;
+enum class Wrong : std::uint8_t { type, truth, tooLarge, negative };
+inline constexpr std::size_t kWrongs = 4;
 
 // What is wrong with the value of that field, if anything. Pure.
 [[nodiscard]] std::optional<Wrong> faultOf(const Field& field, json::Value value);
@@ -64,6 +62,7 @@ inline constexpr std::size_t kWrongs = 3;
 enum class Rule : std::uint8_t {
     noDate,
     oddDate,
+    future,
     unknownType,
     noSplits,
     splitsSum,
@@ -90,9 +89,11 @@ inline constexpr auto kRules = std::to_array<RuleText>({
      "2026-11-16T19:00:34Z."},
     {Level::warning, "odd-date", "Dated before 1900, or more than a year ahead",
      "Is the year right?"},
+    {Level::note, "future", "Dated more than a day ahead",
+     "Balances and the totals of the last days count them already."},
     {Level::warning, "unknown-type", "Neither Income, Expense nor Transfer",
      "Left out of balances and totals. Letter case counts."},
-    {Level::warning, "no-splits", "With splits that cannot be read", "Counted as a whole."},
+    {Level::warning, "no-splits", "With splits that are no list of objects", "Counted as a whole."},
     {Level::note, "splits-sum", "With splits that add up to something else than the amount",
      "Spending by category counts the parts, everything else the amount."},
     {Level::note, "no-account", "Naming no account",
@@ -105,7 +106,7 @@ inline constexpr auto kRules = std::to_array<RuleText>({
     {Level::warning, "repeated-member", "With a member that occurs twice",
      "Only the last one counts."},
     {Level::warning, "repeated-id", "With the id of one before",
-     "Each of them counts: delete the copies."},
+     "Each of them counts: delete those that are copies."},
     {Level::warning, "twin", "With the day, amount, payee and account of one before",
      "Each of them counts: was something imported twice?"},
 });
@@ -128,6 +129,22 @@ struct Tally {
     void add(const Example& example) {
         if (count++ < kShown) first.push_back(example);
     }
+};
+
+// What is wrong with the records of the lists. Not for several threads.
+class Tallies {
+  public:
+    Tally& operator[](Rule rule) { return rules_[static_cast<std::size_t>(rule)]; }
+    // Looks at a member that is one of kFields.
+    void look(std::size_t field, json::Value value, Example example);
+    // Looks at all that kFields have for an object in that list.
+    void look(std::string_view list, json::Value object, const Example& example);
+    // Says what was wrong. `transactions` is how many there are.
+    void tell(Findings& findings, std::size_t transactions) const;
+
+  private:
+    std::array<std::array<Tally, kWrongs>, kFields.size()> fields_;
+    std::array<Tally, kRules.size()> rules_;
 };
 
 }  // namespace tovra::check

@@ -1,6 +1,7 @@
 #include "check/surroundings.h"
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -83,13 +84,14 @@ void lookBeside(Surroundings& found) {
     }
 }
 
-// Why no new file can be made in the folder. The first save makes a folder that is missing.
-std::error_code whyNotWritable(fs::path folder) {
+// The folder of the file, or what exists of the way to it.
+fs::path existingFolder(const fs::path& file) {
+    fs::path folder = folderOf(file);
     std::error_code error;
     while (!fs::exists(folder, error) && !error && folder.has_relative_path()) {
         folder = folderOf(folder);
     }
-    return FileSystem::system().mayWrite(folder);
+    return folder;
 }
 
 }  // namespace
@@ -101,8 +103,12 @@ Surroundings lookAt(const fs::path& path) {
     found.target = resolved(system, path);
     const auto file = openFile(path, json::kMaxSize, found.notReadable);
     if (file) found.size = file->size();
-    if (found.isMissing()) found.missing = firstMissing(found.target);
-    found.notWritable = whyNotWritable(folderOf(found.target));
+    if (found.isMissing()) {
+        found.missing = firstMissing(found.target);
+        found.drives = unmounted(found.target);
+    }
+    // The first save makes a folder that is missing.
+    found.notWritable = system.mayWrite(existingFolder(found.target));
     // The mode of the file does not matter to whoever may put another one in its place.
     const std::error_code reason = system.mayWrite(found.target);
     if (reason == std::errc::operation_not_permitted) found.notReplaceable = reason;
@@ -113,6 +119,21 @@ Surroundings lookAt(const fs::path& path) {
     std::error_code error;
     found.isInCloud = fs::exists(folderOf(found.target) / placeholder, error);
     return found;
+}
+
+fs::path unmounted(const fs::path& path, const std::vector<fs::path>& folders) {
+    const auto deviceOf = [](const fs::path& folder) -> std::optional<dev_t> {
+        struct stat status {};
+        if (FileSystem::system().look(folder, status)) return std::nullopt;
+        return status.st_dev;
+    };
+    for (const fs::path& folder : folders) {
+        const auto end = std::mismatch(folder.begin(), folder.end(), path.begin(), path.end());
+        if (end.first != folder.end()) continue;
+        const auto device = deviceOf(folder);
+        if (!device || device == deviceOf(existingFolder(path))) return folder;
+    }
+    return {};
 }
 
 }  // namespace tovra::check

@@ -76,13 +76,13 @@ void addContent(Lines& lines, const Content& content) {
     lines.add("\n" + lines.coloured("What the server sees in it", Colour::bold));
     lines.add("base currency", std::string(content.baseCurrency) +
                                    (content.namesBaseCurrency ? "" : " (the file names none)"));
-    for (const List& list : content.lists) {
-        std::string value = std::to_string(list.count);
-        if (list.name == "accounts" && content.archivedAccounts > 0) {
+    for (const auto& [list, count] : content.lists) {
+        std::string value = std::to_string(count);
+        if (list == "accounts" && content.archivedAccounts > 0) {
             value += ", " + std::to_string(content.archivedAccounts) + " of them archived";
         }
-        lines.add(list.name, value);
-        if (list.name != "transactions" || list.count == 0) continue;
+        lines.add(list, value);
+        if (list != "transactions" || count == 0) continue;
         lines.add("  types", listed(content.types));
         lines.add("  currencies", listed(content.currencies));
         if (!content.dates) continue;

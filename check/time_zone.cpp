@@ -30,19 +30,11 @@ bool isInZoneData(const std::string& name) {
 
 // Whether it is a rule that needs no data, such as "CET-1CEST" or "<+03>-3".
 bool isRule(std::string_view text) {
-    const bool isQuoted = text.starts_with('<');
-    const auto isPart = [&](char c) {
-        const bool isLetter = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-        return isLetter || (isQuoted && ((c >= '0' && c <= '9') || c == '+' || c == '-'));
-    };
-    if (isQuoted) text.remove_prefix(1);
-    const auto* end = std::find_if_not(text.begin(), text.end(), isPart);
-    if (end - text.begin() < 3) return false;
-    text.remove_prefix(static_cast<std::size_t>(end - text.begin()));
-    if (isQuoted && !text.starts_with('>')) return false;
-    if (isQuoted) text.remove_prefix(1);
-    if (text.starts_with('+') || text.starts_with('-')) text.remove_prefix(1);
-    return !text.empty() && text.front() >= '0' && text.front() <= '9';
+    const std::size_t letters = std::min(text.find_first_of("+-0123456789,/_ "), text.size());
+    const std::size_t name = text.starts_with('<') ? text.find('>') + 1 : letters;
+    if (name < 3) return false;
+    const std::size_t sign = text.find_first_of("+-", name) == name ? 1 : 0;
+    return text.find_first_of("0123456789", name) == name + sign;
 }
 
 std::string offsetText(std::int64_t seconds) {
@@ -81,6 +73,11 @@ TimeZone timeZoneAt(Instant now) {
         return zone;
     }
     zone.name = variable->empty() ? "UTC" : variable->substr(variable->starts_with(':') ? 1 : 0);
+    const bool isSigned = zone.name.starts_with("UTC+") || zone.name.starts_with("GMT+");
+    if (isSigned && zone.offset != "UTC+00:00") {
+        zone.problem = "TZ counts hours to the west: " + readablePath(zone.name) + " is " +
+                       zone.offset + ". Write the zone as in Europe/Berlin.";
+    }
     if (zone.name == "UTC" || isInZoneData(zone.name) || isRule(zone.name)) return zone;
     zone.problem = "The variable TZ names the time zone \"" + readablePath(zone.name) +
                    "\", which this system does not know: days and months begin in UTC. Write it as "

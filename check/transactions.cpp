@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "check/names.h"
+#include "platform/unicode.h"
 #include "store/fields.h"
 
 namespace tovra::check {
@@ -39,6 +40,7 @@ struct TransactionSurvey::Record {
         return members[static_cast<std::uint32_t>(name)];
     }
     [[nodiscard]] std::string_view text(Name name) const { return asString((*this)[name]); }
+    [[nodiscard]] bool hasAmount() const { return (*this)[Name::amount].is(json::Kind::number); }
     [[nodiscard]] bool isTransfer() const { return text(Name::type) == "Transfer"; }
     [[nodiscard]] bool isExpense() const { return text(Name::type) == "Expense"; }
 
@@ -48,10 +50,10 @@ struct TransactionSurvey::Record {
     }
 
     // A hash that is the same for transactions of the same day, amount, payee and so on.
+    // REQUIRES: the amount is a number.
     [[nodiscard]] std::size_t likeness() const {
         const std::hash<std::string_view> hash;
-        const json::Value amount = (*this)[Name::amount];
-        std::size_t all = amount.is(json::Kind::number) ? hash(amount.numberText()) : 0;
+        std::size_t all = hash((*this)[Name::amount].numberText());
         for (const Name name : {Name::date, Name::type, Name::currency, Name::payee, Name::category,
                                 Name::accountID}) {
             all = (all ^ hash(text(name))) * 0x9E3779B97F4A7C15U;
@@ -66,8 +68,10 @@ struct TransactionSurvey::Record {
     std::uint64_t others = 0;  // a bit for the place of each other name that it has
 };
 
-TransactionSurvey::TransactionSurvey(Content& content, json::Value data, Instant now)
+TransactionSurvey::TransactionSurvey(Content& content, Tallies& tallies, json::Value data,
+                                     Instant now)
     : content_(content),
+      tallies_(tallies),
       transactions_(objectArrayField(data, "transactions")),
       month_(monthOf(now)),
       now_(now),
@@ -93,7 +97,7 @@ void TransactionSurvey::add(const Record& record) {
     currencies_.add(record.text(Name::currency));
     for (const auto& [field, name] : fields_) {
         const json::Value value = record.members[name];
-        if (faultOf(kFields[field], value)) content_.tallies.look(field, value, record.example());
+        if (faultOf(kFields[field], value)) tallies_.look(field, value, record.example());
     }
     addDate(record);
     addAccounts(record);
@@ -101,26 +105,28 @@ void TransactionSurvey::add(const Record& record) {
     addDoubles(record);
     const std::string_view type = record.text(Name::type);
     if (type != "Income" && type != "Expense" && type != "Transfer") {
-        content_.tallies[Rule::unknownType].add(record.example(record[Name::type]));
+        tallies_[Rule::unknownType].add(record.example(record[Name::type]));
     }
     if (record.repeated.exists()) {
-        content_.tallies[Rule::repeatedMember].add(record.example(record.repeated));
+        tallies_[Rule::repeatedMember].add(record.example(record.repeated));
     }
     others_ |= record.others;
 }
 
 void TransactionSurvey::addDate(const Record& record) {
     constexpr Instant kOldest = -2208988800;  // 1900-01-01
-    constexpr Instant kYear = 366.0 * 86400;
+    constexpr Instant kDay = 86400;
     const auto date = parseDate(record.text(Name::date), dayFormatter_);
     if (!date) {
         ++content_.undated;
         Example example = record.example(record[Name::date]);
         example.day = {};
-        return content_.tallies[Rule::noDate].add(example);
+        return tallies_[Rule::noDate].add(example);
     }
-    if (*date < kOldest || *date > now_ + kYear) {
-        content_.tallies[Rule::oddDate].add(record.example());
+    if (*date < kOldest || *date > now_ + 366 * kDay) {
+        tallies_[Rule::oddDate].add(record.example());
+    } else if (*date > now_ + kDay) {
+        tallies_[Rule::future].add(record.example());
     }
     if (!content_.dates) content_.dates = {*date, *date};
     content_.dates->first = std::min(content_.dates->first, *date);
@@ -137,34 +143,34 @@ void TransactionSurvey::addAccounts(const Record& record) {
     const Name other = record.isTransfer() ? Name::transferAccountID : Name::accountID;
     for (const Name name : {Name::accountID, other}) {
         if (!unknown(name)) continue;
-        return content_.tallies[Rule::unknownAccount].add(record.example(record[name]));
+        return tallies_[Rule::unknownAccount].add(record.example(record[name]));
     }
     if (record.isTransfer() && record.text(Name::accountID) == record.text(other) &&
         !missing(other)) {
-        content_.tallies[Rule::selfTransfer].add(record.example());
+        tallies_[Rule::selfTransfer].add(record.example());
     }
     if (missing(Name::accountID) && missing(other)) {
-        content_.tallies[Rule::noAccount].add(record.example());
+        tallies_[Rule::noAccount].add(record.example());
     } else if (missing(Name::accountID) || missing(other)) {
-        content_.tallies[Rule::halfTransfer].add(record.example());
+        tallies_[Rule::halfTransfer].add(record.example());
     }
 }
 
 void TransactionSurvey::addCategories(const Record& record) {
     const bool hasSplits = record.splits.exists() && !record.splits.is(json::Kind::null);
     if (hasSplits && !record.splits.isArrayOfObjects()) {
-        content_.tallies[Rule::noSplits].add(record.example(record.splits));
+        tallies_[Rule::noSplits].add(record.example(record.splits));
     }
     double sum = 0;
     for (const json::Value split : asObjectArray(record.splits)) {
-        content_.tallies.look("splits", split, record.example());
+        tallies_.look("splits", split, record.example());
         sum += numberField(split, "amount");
         if (record.isExpense()) splitCategories_.add(stringField(split, "category"));
     }
     if (!record.isExpense()) return;
     const json::Value amount = record[Name::amount];
     if (!asObjectArray(record.splits).empty() && !(std::abs(sum - asNumber(amount)) < 0.005)) {
-        content_.tallies[Rule::splitsSum].add(record.example(amount));
+        tallies_[Rule::splitsSum].add(record.example(amount));
     }
     categories_.add(record.text(Name::category));
     subcategories_.add(record.text(Name::subcategory));
@@ -173,6 +179,7 @@ void TransactionSurvey::addCategories(const Record& record) {
 void TransactionSurvey::addDoubles(const Record& record) {
     const std::string_view id = record.text(Name::id);
     if (!id.empty()) withID_.add(std::hash<std::string_view>()(id), record.number);
+    if (!record.hasAmount()) return;
     const std::size_t likeness = record.likeness();
     if (likeness % part_ != 0) return;
     ++looked_;
@@ -186,9 +193,10 @@ void TransactionSurvey::addTwins() {
     std::size_t number = 0;
     for (const json::Value value : transactions_) {
         const Record record(value, ++number, placeOfSplits_);
+        if (!record.hasAmount()) continue;
         const std::size_t before = all.later.size();
         all.add(record.likeness(), number);
-        if (all.later.size() > before) content_.tallies[Rule::twin].add(record.example());
+        if (all.later.size() > before) tallies_[Rule::twin].add(record.example());
     }
 }
 
@@ -198,15 +206,31 @@ void TransactionSurvey::finish() {
     };
     const auto& repeated = withID_.later;
     for (const std::uint32_t number : repeated) {
-        content_.tallies[Rule::repeatedID].add(example(number));
+        tallies_[Rule::repeatedID].add(example(number));
     }
     if (repeated.empty()) addTwins();
-    for (std::uint32_t place = 0; place < json::Names::kMost; ++place) {
-        const auto name = otherCaseAt(place);
-        if (name && (others_ >> place & 1U) != 0) content_.otherCase.push_back(*name);
-    }
     content_.types = sorted(types_.numbers);
     content_.currencies = sorted(currencies_.numbers);
+}
+
+bool TransactionSurvey::haveBoth(std::string_view category, std::string_view subcategory) const {
+    const auto isSame = [](std::string_view a, std::string_view b) {
+        return a == b || composed(a) == composed(b);
+    };
+    return std::any_of(transactions_.begin(), transactions_.end(), [&](json::Value record) {
+        return isSame(stringField(record, "subcategory"), subcategory) &&
+               isSame(stringField(record, "category"), category) &&
+               stringField(record, "type") == "Expense";
+    });
+}
+
+std::vector<OtherCase> TransactionSurvey::otherCase() const {
+    std::vector<OtherCase> names;
+    for (std::uint32_t place = 0; place < json::Names::kMost; ++place) {
+        const auto name = otherCaseAt(place, true);
+        if (name && (others_ >> place & 1U) != 0) names.push_back(*name);
+    }
+    return names;
 }
 
 }  // namespace tovra::check

@@ -11,6 +11,7 @@
 
 #include "check/content.h"
 #include "check/names.h"
+#include "check/rules.h"
 #include "store/lookup_cache.h"
 
 namespace tovra::check {
@@ -60,7 +61,7 @@ class Doubles {
 // content. Not for several threads.
 class TransactionSurvey {
   public:
-    TransactionSurvey(Content& content, json::Value data, Instant now);
+    TransactionSurvey(Content& content, Tallies& tallies, json::Value data, Instant now);
 
     // Looks at them all, once.
     void run();
@@ -69,6 +70,10 @@ class TransactionSurvey {
     [[nodiscard]] const Numbers& categories() const { return categories_.numbers; }
     [[nodiscard]] const Numbers& subcategories() const { return subcategories_.numbers; }
     [[nodiscard]] const Numbers& splitCategories() const { return splitCategories_.numbers; }
+    // Whether an expense has both.
+    [[nodiscard]] bool haveBoth(std::string_view category, std::string_view subcategory) const;
+    // The names of members that are read in another letter case.
+    [[nodiscard]] std::vector<OtherCase> otherCase() const;
 
   private:
     struct Record;
@@ -82,6 +87,7 @@ class TransactionSurvey {
     void finish();
 
     Content& content_;
+    Tallies& tallies_;
     json::Children transactions_;
     Period month_;
     Instant now_;

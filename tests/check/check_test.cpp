@@ -22,10 +22,11 @@ namespace fs = std::filesystem;
 
 constexpr Instant kNow = 1795608000;  // 2026-11-25T12:00:00Z
 
-// A folder with the file of a case, and what else lies there.
+// A folder with the file of a case, and what else lies there. It is the current one meanwhile.
 class Scene {
   public:
     explicit Scene(json::Value row) {
+        fs::current_path(folder());
         const json::Value file = row.member("file");
         if (file.exists()) {
             support::writeFile(folder_ / "data.json", file.string().value_or(test::compact(file)));
@@ -37,6 +38,10 @@ class Scene {
         fs::create_symlink("none/data.json", folder_ / "away");
         EXPECT_EQ(::mkfifo((folder_ / "pipe").c_str(), 0600), 0);
     }
+
+    Scene(const Scene&) = delete;
+    Scene& operator=(const Scene&) = delete;
+    ~Scene() { fs::current_path(before_); }
 
     [[nodiscard]] fs::path path(json::Value row) const {
         const std::string_view path = stringField(row, "path");
@@ -53,6 +58,7 @@ class Scene {
     }
 
   private:
+    fs::path before_ = fs::current_path();
     support::TemporaryFolder folder_;
 };
 
@@ -103,6 +109,7 @@ TEST(Check, ExplainsTheReasonsOfTheSystem) {
         file.notReadable = reason("notReadable");
         file.notWritable = reason("notWritable");
         file.notReplaceable = reason("notReplaceable");
+        file.drives = stringField(row, "drives");
         file.isOwn = boolField(row, "isOwn").value_or(true);
         DataFileLocation location;
         if (boolField(row, "brokenPreferences") == true) location.preferencesProblem = "Broken";
@@ -112,6 +119,16 @@ TEST(Check, ExplainsTheReasonsOfTheSystem) {
     }
 }
 
+TEST(Check, SuspectsADriveThatIsAway) {
+    const Scene scene({});
+    const fs::path folder = scene.folder();
+    EXPECT_EQ(unmounted(folder / "disk/data.json", {"/no/such/folder", folder}), folder);
+    EXPECT_EQ(unmounted(folder / "disk", {folder / "disks"}), "");
+    // What is mounted is another file system.
+    EXPECT_EQ(unmounted("/dev/fd/none", {"/"}), "");
+    EXPECT_EQ(unmounted("/no such folder/data.json", {"/no such folder"}), "/no such folder");
+}
+
 // What preferences say, which systems other than Linux keep elsewhere, and what TZ says.
 TEST(Check, LooksAtPreferencesAndTheTimeZone) {
     const support::EnvironmentScope file("TOVRA_DATA_FILE", std::nullopt);
@@ -119,7 +136,7 @@ TEST(Check, LooksAtPreferencesAndTheTimeZone) {
     const test::Golden golden("check/golden/checks.json");
     for (const json::Value row : golden.each(golden.root(), "environments")) {
         const auto trace = golden.trace(row);
-        golden.allowOnly(row, {"preferences", "zone", "finds"});
+        golden.allowOnly(row, {"preferences", "zone", "chosenBy", "finds"});
         const Scene scene({});
         const std::string folder = scene.folder();
         const json::Value preferences = row.member("preferences");
@@ -131,7 +148,10 @@ TEST(Check, LooksAtPreferencesAndTheTimeZone) {
         support::writeFile(folder + "/com.local.pennyloft/preferences.json",
                            preferences.string().value_or(
                                preferences.exists() ? test::compact(preferences) : "{}"));
-        auto findings = examine(locateDataFile(), kNow).findings;
+        const Examination found = examine(locateDataFile(), kNow);
+        const auto line = "chosen by      " + std::string(stringField(row, "chosenBy"));
+        EXPECT_NE(asText(found, false).find(line), std::string::npos) << asText(found, false);
+        auto findings = found.findings;
         std::erase_if(findings, [](const Finding& it) {
             return it.about == "wrong-type" || it.about == "no-rate";
         });
