@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "files/file.h"
 #include "json/utf8.h"
 #include "platform/unicode.h"
 
@@ -52,11 +53,7 @@ std::string shortened(std::string_view text) {
            !json::isValidUtf8(text.substr(0, size))) {
         --size;
     }
-    std::string cut(text.substr(0, size));
-    if (!json::isValidUtf8(cut)) {
-        for (char& c : cut) c = (c & 0x80) != 0 ? '?' : c;
-    }
-    return seen(cut, true) + (size < text.size() ? "..." : "");
+    return seen(readablePath(text.substr(0, size)), true) + (size < text.size() ? "..." : "");
 }
 
 std::string inQuotes(std::string_view text) { return "\"" + shortened(text) + "\""; }

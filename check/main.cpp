@@ -1,5 +1,6 @@
 // tovra-mcp-check: what the server sees, and what is wrong with it.
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <filesystem>
 #include <iostream>
@@ -13,11 +14,11 @@
 #include "check/examination.h"
 #include "check/hosts.h"
 #include "check/layout.h"
-#include "check/mcp.h"
 #include "platform/environment.h"
 #include "platform/local_clock.h"
 #include "platform/output.h"
 #include "samples/sample_data.h"
+#include "server/catalogue.h"
 #include "server/stdio.h"
 
 namespace {
@@ -105,12 +106,25 @@ int examineHosts() {
     return has(1) ? 1 : has(2) ? 2 : 0;
 }
 
+// The tools of the check as a server, for an assistant that sees no data.
+constexpr std::array<tovra::ToolDefinition, 1> kTools = {{
+    {"check_data_file",
+     "Says which data file Tovra's server reads, what it sees there, and what makes reports empty "
+     "or wrong. For when a report shows zeros, or a figure looks wrong. Never writes.",
+     R"json({"type":"object","properties":{},"additionalProperties":false})json",
+     tovra::Access::reads,
+     [](tovra::json::Value) {
+         return tovra::check::asText(
+             tovra::check::examine(tovra::locateDataFile(), tovra::currentInstant()), false);
+     }},
+}};
+
 int run(const Arguments& arguments) {
     if (arguments.options.empty()) return examine(arguments.file, false);
     const std::string& option = arguments.options.front();
     if (option == "--json") return examine(arguments.file, true);
     if (option == "--hosts") return examineHosts();
-    if (option == "--mcp") return tovra::runStdio(true, tovra::check::checkCatalogue());
+    if (option == "--mcp") return tovra::runStdio(true, {"tovra-check", kTools});
     if (option == "--sample") {
         std::cout << tovra::support::sampleData({.today = tovra::support::today()}) << std::flush;
         return std::cout ? 0 : 1;

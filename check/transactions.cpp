@@ -74,12 +74,9 @@ TransactionSurvey::TransactionSurvey(Content& content, Tallies& tallies, json::V
       tallies_(tallies),
       transactions_(objectArrayField(data, "transactions")),
       month_(monthOf(now)),
-      now_(now),
-      withID_(transactions_.size()),
-      part_(transactions_.size() < 10000 ? 1 : 16),
-      some_(2 * transactions_.size() / part_) {
+      now_(now) {
     for (const json::Value account : objectArrayField(data, "accounts")) {
-        ids_.insert(stringField(account, "id"));
+        accounts_.insert(stringField(account, "id"));
     }
     for (std::size_t i = 0; i < kFields.size(); ++i) {
         if (kFields[i].list == "transactions") fields_.emplace_back(i, placeOf(kFields[i].member));
@@ -89,12 +86,17 @@ TransactionSurvey::TransactionSurvey(Content& content, Tallies& tallies, json::V
 void TransactionSurvey::run() {
     std::size_t number = 0;
     for (const json::Value record : transactions_) add(Record(record, ++number, placeOfSplits_));
-    finish();
+    tallyRepeated(Rule::repeatedID, ids_, 1);
+    // A few are bought twice a day; nearly half of all are no accident.
+    const std::size_t least = std::max<std::size_t>(2, (likenesses_.size() * 2 + 4) / 5);
+    if (tallies_[Rule::repeatedID].count == 0) tallyRepeated(Rule::twin, likenesses_, least);
+    content_.types = sorted(types_);
+    content_.currencies = sorted(currencies_);
 }
 
 void TransactionSurvey::add(const Record& record) {
-    types_.add(record.text(Name::type));
-    currencies_.add(record.text(Name::currency));
+    ++types_[record.text(Name::type)];
+    ++currencies_[record.text(Name::currency)];
     for (const auto& [field, name] : fields_) {
         const json::Value value = record.members[name];
         if (faultOf(kFields[field], value)) tallies_.look(field, value, record.example());
@@ -138,7 +140,7 @@ void TransactionSurvey::addDate(const Record& record) {
 void TransactionSurvey::addAccounts(const Record& record) {
     const std::string_view type = record.text(Name::type);
     if (!record.isTransfer() && type != "Income" && type != "Expense") return;
-    const auto missing = [&](Name name) { return !ids_.contains(record.text(name)); };
+    const auto missing = [&](Name name) { return !accounts_.contains(record.text(name)); };
     const auto unknown = [&](Name name) { return missing(name) && !record.text(name).empty(); };
     const Name other = record.isTransfer() ? Name::transferAccountID : Name::accountID;
     for (const Name name : {Name::accountID, other}) {
@@ -165,52 +167,36 @@ void TransactionSurvey::addCategories(const Record& record) {
     for (const json::Value split : asObjectArray(record.splits)) {
         tallies_.look("splits", split, record.example());
         sum += numberField(split, "amount");
-        if (record.isExpense()) splitCategories_.add(stringField(split, "category"));
+        if (record.isExpense()) ++splitCategories_[stringField(split, "category")];
     }
     if (!record.isExpense()) return;
     const json::Value amount = record[Name::amount];
     if (!asObjectArray(record.splits).empty() && !(std::abs(sum - asNumber(amount)) < 0.005)) {
         tallies_[Rule::splitsSum].add(record.example(amount));
     }
-    categories_.add(record.text(Name::category));
-    subcategories_.add(record.text(Name::subcategory));
+    ++categories_[record.text(Name::category)];
+    ++subcategories_[record.text(Name::subcategory)];
 }
 
 void TransactionSurvey::addDoubles(const Record& record) {
+    const auto number = static_cast<std::uint32_t>(record.number);
     const std::string_view id = record.text(Name::id);
-    if (!id.empty()) withID_.add(std::hash<std::string_view>()(id), record.number);
-    if (!record.hasAmount()) return;
-    const std::size_t likeness = record.likeness();
-    if (likeness % part_ != 0) return;
-    ++looked_;
-    some_.add(likeness, record.number);
+    if (!id.empty()) ids_.emplace_back(std::hash<std::string_view>()(id), number);
+    if (record.hasAmount()) likenesses_.emplace_back(record.likeness(), number);
 }
 
-// A few are bought twice a day; half of all are no accident.
-void TransactionSurvey::addTwins() {
-    if (some_.later.size() < 2 || some_.later.size() * 5 < looked_ * 2) return;
-    Doubles all(transactions_.size());
-    std::size_t number = 0;
-    for (const json::Value value : transactions_) {
-        const Record record(value, ++number, placeOfSplits_);
-        if (!record.hasAmount()) continue;
-        const std::size_t before = all.later.size();
-        all.add(record.likeness(), number);
-        if (all.later.size() > before) tallies_[Rule::twin].add(record.example());
+// Tallies the records whose hash one before has, where there are so many.
+void TransactionSurvey::tallyRepeated(Rule rule, Hashes& hashes, std::size_t least) {
+    std::sort(hashes.begin(), hashes.end());
+    std::vector<std::uint32_t> later;
+    for (std::size_t i = 1; i < hashes.size(); ++i) {
+        if (hashes[i].first == hashes[i - 1].first) later.push_back(hashes[i].second);
     }
-}
-
-void TransactionSurvey::finish() {
-    const auto example = [&](std::uint32_t number) {
-        return Record(transactions_[number - 1], number, placeOfSplits_).example();
-    };
-    const auto& repeated = withID_.later;
-    for (const std::uint32_t number : repeated) {
-        tallies_[Rule::repeatedID].add(example(number));
+    if (later.size() < least) return;
+    std::sort(later.begin(), later.end());
+    for (const std::uint32_t number : later) {
+        tallies_[rule].add(Record(transactions_[number - 1], number, placeOfSplits_).example());
     }
-    if (repeated.empty()) addTwins();
-    content_.types = sorted(types_.numbers);
-    content_.currencies = sorted(currencies_.numbers);
 }
 
 bool TransactionSurvey::haveBoth(std::string_view category, std::string_view subcategory) const {

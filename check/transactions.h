@@ -1,7 +1,6 @@
 // The transactions of a data document, looked at in one pass.
 #pragma once
 
-#include <bit>
 #include <cstdint>
 #include <string_view>
 #include <unordered_map>
@@ -12,50 +11,11 @@
 #include "check/content.h"
 #include "check/names.h"
 #include "check/rules.h"
-#include "store/lookup_cache.h"
 
 namespace tovra::check {
 
 // How often each text occurs.
 using Numbers = std::unordered_map<std::string_view, std::size_t>;
-
-// Counts texts, of which the same come again and again.
-class Counter {
-  public:
-    void add(std::string_view text) {
-        ++*found_.find(text, [&](std::string_view each) { return &numbers[each]; });
-    }
-    Numbers numbers;
-
-  private:
-    LookupCache<std::size_t*> found_;
-};
-
-// Finds records that are like one before, by a hash of 64 bits. Not for several threads.
-class Doubles {
-  public:
-    explicit Doubles(std::size_t most) : most_(most), seen_(std::bit_ceil(2 * most + 2)) {}
-    // Notes the number of a record whose hash was added before. Beyond so many, new ones are left
-    // out.
-    void add(std::size_t hash, std::size_t number) {
-        if (hash == kFree) ++hash;
-        std::size_t place = hash;
-        while (seen_[place &= seen_.size() - 1] != kFree && seen_[place] != hash) ++place;
-        if (seen_[place] == hash) {
-            later.push_back(static_cast<std::uint32_t>(number));
-        } else if (count_ < most_) {
-            seen_[place] = hash;
-            ++count_;
-        }
-    }
-    std::vector<std::uint32_t> later;  // the numbers of such records, ascending
-
-  private:
-    static constexpr std::size_t kFree = 0;
-    std::size_t most_;
-    std::size_t count_ = 0;
-    std::vector<std::size_t> seen_;
-};
 
 // Adds up what the transactions are like. Keeps views into the document, and a reference to the
 // content. Not for several threads.
@@ -67,9 +27,9 @@ class TransactionSurvey {
     void run();
 
     // What expenses have, and what their splits have.
-    [[nodiscard]] const Numbers& categories() const { return categories_.numbers; }
-    [[nodiscard]] const Numbers& subcategories() const { return subcategories_.numbers; }
-    [[nodiscard]] const Numbers& splitCategories() const { return splitCategories_.numbers; }
+    [[nodiscard]] const Numbers& categories() const { return categories_; }
+    [[nodiscard]] const Numbers& subcategories() const { return subcategories_; }
+    [[nodiscard]] const Numbers& splitCategories() const { return splitCategories_; }
     // Whether an expense has both.
     [[nodiscard]] bool haveBoth(std::string_view category, std::string_view subcategory) const;
     // The names of members that are read in another letter case.
@@ -77,14 +37,15 @@ class TransactionSurvey {
 
   private:
     struct Record;
+    // Hashes, and the numbers of the records that have them.
+    using Hashes = std::vector<std::pair<std::size_t, std::uint32_t>>;
 
     void add(const Record& record);
     void addDate(const Record& record);
     void addAccounts(const Record& record);
     void addCategories(const Record& record);
     void addDoubles(const Record& record);
-    void addTwins();
-    void finish();
+    void tallyRepeated(Rule rule, Hashes& hashes, std::size_t least);
 
     Content& content_;
     Tallies& tallies_;
@@ -92,21 +53,17 @@ class TransactionSurvey {
     Period month_;
     Instant now_;
     DayFormatter dayFormatter_;
-    std::unordered_set<std::string_view> ids_;                   // of accounts
+    std::unordered_set<std::string_view> accounts_;
     std::vector<std::pair<std::size_t, std::uint32_t>> fields_;  // by places in kFields, and names
-    Counter types_;
-    Counter currencies_;
-    Counter categories_;
-    Counter subcategories_;
-    Counter splitCategories_;
+    Numbers types_;
+    Numbers currencies_;
+    Numbers categories_;
+    Numbers subcategories_;
+    Numbers splitCategories_;
     std::uint64_t others_ = 0;  // a bit for the place of each name that is none of a transaction
     const std::uint32_t placeOfSplits_ = placeOf("splits");
-    Doubles withID_;
-    // Of many transactions a part is looked at first, in search of twins: those whose hash is a
-    // multiple of this.
-    const std::size_t part_;
-    std::size_t looked_ = 0;
-    Doubles some_;
+    Hashes ids_;
+    Hashes likenesses_;
 };
 
 }  // namespace tovra::check
