@@ -3,133 +3,103 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "json/utf8.h"
+#include "files/file.h"
 #include "json/write.h"
 
 namespace tovra::check {
 namespace {
 
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+constexpr std::string_view kBlanks = " \t\r\n";
 
-// The length of the text in quotes that begins there, the quotes included.
-std::size_t quotedSize(std::string_view text, bool hasEscapes) {
-    std::size_t at = 1;
-    while (at < text.size() && text[at] != text[0]) at += hasEscapes && text[at] == '\\' ? 2 : 1;
-    return std::min(at + 1, text.size());
-}
-
-void closeBracket(std::string& out, char bracket) {
-    std::size_t end = out.size();
-    while (end > 0 && isBlank(out[end - 1])) --end;
-    if (end > 0 && out[end - 1] == ',') out.resize(end - 1);
-    out += bracket;
-}
-
-std::size_t lineSize(std::string_view text) { return std::min(text.find('\n'), text.size()); }
-
-void appendText(std::string& out, std::string_view text) {
-    json::appendString(out, json::isValidUtf8(text) ? text : "?");
-}
-
-// Reads TOML from its beginning.
-class TomlReader {
+// Reads JSON with comments, or TOML, from its beginning.
+class LooseReader {
   public:
-    explicit TomlReader(std::string_view text) : rest_(text) {}
+    LooseReader(std::string_view text, bool isToml) : rest_(text), isToml_(isToml) {}
 
     std::string read() {
-        while (!rest_.empty()) step();
-        closeBracket(out_, '}');
-        closeBracket(out_, '}');
+        if (isToml_) out_ = "{\"\":{";
+        while (!rest_.empty()) rest_.remove_prefix(std::min(step(), rest_.size()));
+        if (isToml_) close("}}");
         return std::move(out_);
     }
 
   private:
-    void step() {
+    // Writes what the text begins with, and says how long that is.
+    std::size_t step() {
         const char c = rest_.front();
-        if (c == '#') return drop(lineSize(rest_));
-        if (c == '[' && depth_ == 0 && isLineStart_) return openTable();
-        if (c == '"') {
-            const std::size_t size = quotedSize(rest_, true);
-            out_ += rest_.substr(0, size);
-            return drop(size);
-        }
-        if (c == '\'') {
-            const std::size_t size = quotedSize(rest_, false);
-            appendText(out_, rest_.substr(1, size < 2 ? 0 : size - 2));
-            return drop(size);
-        }
-        if (c == '\n' && depth_ == 0) {
-            if (!out_.ends_with('{') && !out_.ends_with(',')) out_ += ',';
-            drop(1);
-            isLineStart_ = true;
-            return;
-        }
-        if (std::string_view("[]{}=,").find(c) == std::string_view::npos) return word();
-        if (c == '[' || c == '{') ++depth_;
-        if (c == ']' || c == '}') {
+        if (rest_.starts_with(isToml_ ? "#" : "//")) return rest_.find('\n');
+        if (!isToml_ && rest_.starts_with("/*"))
+            return std::min(rest_.find("*/", 2), rest_.size()) + 2;
+        if (c == '"' || (isToml_ && c == '\'')) return quoted(c);
+        if (c == '}' || c == ']') {
             --depth_;
-            closeBracket(out_, c);
+            close(rest_.substr(0, 1));
+        } else if (!isToml_) {
+            out_ += c;
         } else {
-            out_ += c == '=' ? ':' : c;
+            return stepInToml(c);
         }
-        drop(1);
+        return 1;
     }
 
-    void openTable() {
-        std::string name;
-        for (const char c : rest_.substr(0, lineSize(rest_))) {
-            if (c == ']') break;
-            if (c != '[' && c != '"' && c != '\'' && !isBlank(c)) name += c;
+    std::size_t stepInToml(char c) {
+        const bool isBehindLine = depth_ == 0 && (out_.ends_with('{') || out_.ends_with(','));
+        if (c == '[' && isBehindLine) return table();
+        if (c == '\n' && depth_ == 0 && !isBehindLine) out_ += ',';
+        if (kBlanks.find(c) != std::string_view::npos) return 1;
+        if (std::string_view("[{=,").find(c) == std::string_view::npos) return word();
+        if (c == '[' || c == '{') ++depth_;
+        out_ += c == '=' ? ':' : c;
+        return 1;
+    }
+
+    // A text in quotes; between ' there are no escapes.
+    std::size_t quoted(char quote) {
+        std::size_t end = 1;
+        while (end < rest_.size() && rest_[end] != quote) {
+            end += quote == '"' && rest_[end] == '\\' ? 2 : 1;
         }
-        closeBracket(out_, '}');
+        if (quote == '"') {
+            out_ += rest_.substr(0, end + 1);
+        } else {
+            json::appendString(out_, readablePath(rest_.substr(1, end - 1)));
+        }
+        return end + 1;
+    }
+
+    std::size_t table() {
+        std::string name(rest_.substr(0, rest_.find_first_of("]\n")));
+        std::erase_if(name, [](char c) { return std::string_view("[\"' \t\r").find(c) < 6; });
+        close("}");
         out_ += ',';
-        appendText(out_, name);
+        json::appendString(out_, readablePath(name));
         out_ += ":{";
-        drop(lineSize(rest_));
+        return rest_.find('\n');
     }
 
-    void word() {
-        constexpr std::string_view kEnds = " \t\r\n[]{}=,#\"'";
-        const std::size_t size = std::min(rest_.find_first_of(kEnds), rest_.size());
-        if (size == 0) return drop(1);
-        appendText(out_, rest_.substr(0, size));
-        drop(size);
+    std::size_t word() {
+        const std::size_t size = rest_.find_first_of(" \t\r\n[]{}=,#\"'");
+        json::appendString(out_, readablePath(rest_.substr(0, size)));
+        return size;
     }
 
-    void drop(std::size_t size) {
-        isLineStart_ = isLineStart_ && isBlank(rest_.front());
-        rest_.remove_prefix(size);
+    // Closes brackets, without the comma before them.
+    void close(std::string_view brackets) {
+        const std::size_t end = out_.find_last_not_of(kBlanks);
+        if (end < out_.size() && out_[end] == ',') out_.resize(end);
+        out_ += brackets;
     }
 
     std::string_view rest_;
-    std::string out_ = "{\"\":{";
+    bool isToml_;
+    std::string out_;
     int depth_ = 0;
-    bool isLineStart_ = true;
 };
 
 }  // namespace
 
-std::string withoutComments(std::string_view text) {
-    std::string out;
-    while (!text.empty()) {
-        std::size_t size = 1;
-        if (text.front() == '"') {
-            size = quotedSize(text, true);
-            out += text.substr(0, size);
-        } else if (text.starts_with("//")) {
-            size = lineSize(text);
-        } else if (text.starts_with("/*")) {
-            size = std::min(text.find("*/", 2), text.size() - 2) + 2;
-        } else if (text.front() == '}' || text.front() == ']') {
-            closeBracket(out, text.front());
-        } else {
-            out += text.front();
-        }
-        text.remove_prefix(size);
-    }
-    return out;
-}
+std::string withoutComments(std::string_view text) { return LooseReader(text, false).read(); }
 
-std::string jsonOfToml(std::string_view text) { return TomlReader(text).read(); }
+std::string jsonOfToml(std::string_view text) { return LooseReader(text, true).read(); }
 
 }  // namespace tovra::check

@@ -78,24 +78,16 @@ void tellField(Findings& findings, const Field& field, const std::array<Tally, k
          std::string(negativeEffect(field)));
 }
 
-}  // namespace
-
+// What is wrong with the value of that field, if anything.
 std::optional<Wrong> faultOf(const Field& field, json::Value value) {
-    if (!value.exists() || value.is(json::Kind::null)) {
-        return field.isNeeded ? std::optional(Wrong::type) : std::nullopt;
-    }
-    const bool isTruth = value.boolean().has_value();
-    if (field.wants == Wants::text || field.wants == Wants::truth) {
-        const bool isRight = field.wants == Wants::truth ? isTruth : value.is(json::Kind::string);
-        return isRight ? std::nullopt : std::optional(Wrong::type);
-    }
     constexpr double kMostWithCents = 9e13;  // a double has 53 bits
-    // A few digits are neither below 0 nor too large, whatever they are.
-    constexpr std::size_t kFew = 12;
-    const bool isNumber = value.is(json::Kind::number);
-    if (isNumber && value.numberText().size() <= kFew &&
-        value.numberText().find_first_not_of("0123456789.") == std::string_view::npos) {
-        return std::nullopt;
+    const bool isNothing = !value.exists() || value.is(json::Kind::null);
+    if (isNothing && !field.isNeeded) return std::nullopt;
+    const bool isTruth = !isNothing && value.boolean().has_value();
+    const bool isText = !isNothing && value.is(json::Kind::string);
+    if (field.wants == Wants::text || field.wants == Wants::truth) {
+        return (field.wants == Wants::text ? isText : isTruth) ? std::nullopt
+                                                               : std::optional(Wrong::type);
     }
     const auto number = value.number();
     if (!number) return isTruth ? Wrong::truth : Wrong::type;
@@ -103,6 +95,8 @@ std::optional<Wrong> faultOf(const Field& field, json::Value value) {
     if (*number < 0 && field.wants == Wants::positiveNumber) return Wrong::negative;
     return std::nullopt;
 }
+
+}  // namespace
 
 void Tallies::look(std::size_t field, json::Value value, Example example) {
     const auto wrong = faultOf(kFields[field], value);

@@ -55,9 +55,6 @@ inline constexpr auto kFields = std::to_array<Field>({
 enum class Wrong : std::uint8_t { type, truth, tooLarge, negative };
 inline constexpr std::size_t kWrongs = 4;
 
-// What is wrong with the value of that field, if anything. Pure.
-[[nodiscard]] std::optional<Wrong> faultOf(const Field& field, json::Value value);
-
 // What else can be wrong with a transaction.
 enum class Rule : std::uint8_t {
     noDate,
