@@ -1,5 +1,6 @@
 #include "check/examination.h"
 
+#include <algorithm>
 #include <system_error>
 #include <utility>
 
@@ -26,8 +27,11 @@ json::Document objectIn(const std::filesystem::path& path, std::string& first,
 }  // namespace
 
 int exitStatus(const std::vector<Finding>& findings) {
-    if (findings.empty() || findings.front().level == Level::note) return 0;
-    return findings.front().level == Level::error ? 1 : 2;
+    const auto has = [&](Level level) {
+        return std::any_of(findings.begin(), findings.end(),
+                           [&](const Finding& finding) { return finding.level == level; });
+    };
+    return has(Level::error) ? 1 : has(Level::warning) ? 2 : 0;
 }
 
 Examination examine(const DataFileLocation& location, Instant now) {

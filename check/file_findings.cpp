@@ -113,26 +113,17 @@ struct FileFindings : Findings {
                  "The file belongs to another user. A recording leaves that user the same access, "
                  "and is refused where the system does not allow it.");
         }
-        if (!file.kept.empty()) {
-            warn("kept",
-                 "A save that was cut off has left files that may hold what the data file lacks: " +
-                     inQuotes(file.kept) + ". Compare before you delete them.");
-        }
-        if (!file.unfinished.empty()) {
-            warn("unfinished",
-                 "A save that was cut off has left unfinished files: " + inQuotes(file.unfinished) +
-                     ". The data file is whole; delete them.");
-        }
-        if (!file.copies.empty() && !file.isMissing()) {
-            warn("copies", "Beside the file lie what look like other versions of it: " +
-                               inQuotes(file.copies) +
-                               ". The server does not read them. Where a synchroniser or a copy "
-                               "made them, see which one is the newest, and put the others away.");
-        }
-    }
-
-    void addZone(const TimeZone& zone) {
-        if (!zone.problem.empty()) warn("time-zone", zone.problem);
+        tell(Level::warning, "kept",
+             "A save that was cut off has left files that may hold what the data file lacks: ",
+             file.kept, ". Compare before you delete them.");
+        tell(Level::warning, "unfinished",
+             "A save that was cut off has left unfinished files: ", file.unfinished,
+             ". The data file is whole; delete them.");
+        if (file.isMissing()) return;
+        tell(Level::warning, "copies",
+             "Beside the file lie what look like other versions of it: ", file.copies,
+             ". The server does not read them. Where a synchroniser or a copy made them, see which "
+             "one is the newest, and put the others away.");
     }
 
     void addMissing(const Surroundings& file) {
@@ -176,7 +167,7 @@ std::vector<Finding> findingsOf(const DataFileLocation& location, const Surround
     findings.addFile(file, fault, content.has_value());
     findings.addPath(file);
     findings.addSurroundings(file);
-    findings.addZone(zone);
+    if (!zone.problem.empty()) findings.warn("time-zone", zone.problem);
     std::vector<Finding>& found = findings.found;
     if (content) found.insert(found.end(), content->findings.begin(), content->findings.end());
     std::stable_sort(found.begin(), found.end(),

@@ -24,14 +24,12 @@ enum class Form { json, loose, toml };
 
 struct HostFile {
     std::string_view host;
-    std::string_view path;  // "~" is the home directory, "@" that for configurations
+    // "~" is the home directory, "@" each of the folders in which systems keep configurations.
+    std::string_view path;
     Form form;
 };
 
-// On macOS and on Linux.
 constexpr auto kHostFiles = std::to_array<HostFile>({
-    {"Claude Desktop", "~/Library/Application Support/Claude/claude_desktop_config.json",
-     Form::json},
     {"Claude Desktop", "@/Claude/claude_desktop_config.json", Form::json},
     {"LM Studio", "~/.lmstudio/mcp.json", Form::json},
     {"Claude Code", "~/.claude.json", Form::json},
@@ -40,28 +38,24 @@ constexpr auto kHostFiles = std::to_array<HostFile>({
     {"Gemini CLI", "~/.gemini/settings.json", Form::loose},
     {"opencode", "@/opencode/opencode.json", Form::loose},
     {"opencode", "@/opencode/opencode.jsonc", Form::loose},
-    {"VS Code", "~/Library/Application Support/Code/User/mcp.json", Form::loose},
     {"VS Code", "@/Code/User/mcp.json", Form::loose},
     {"VS Code", ".vscode/mcp.json", Form::loose},
     {"Cursor", "~/.cursor/mcp.json", Form::json},
     {"Zed", "@/zed/settings.json", Form::loose},
-    {"Cline",
-     "~/Library/Application Support/Code/User/globalStorage/saoudrizwan.claude-dev/settings/"
-     "cline_mcp_settings.json",
-     Form::json},
     {"Cline", "@/Code/User/globalStorage/saoudrizwan.claude-dev/settings/cline_mcp_settings.json",
      Form::json},
 });
 
-fs::path pathOf(const HostFile& file) {
+// Where that file may be.
+std::vector<fs::path> pathsOf(const HostFile& file) {
     const std::string path(file.path);
     const std::string variableHome = environmentVariable("HOME").value_or("");
     const fs::path home = variableHome.empty() ? accountHome() : variableHome;
-    if (path[0] == '~') return home / path.substr(2);
-    if (path[0] != '@') return path;
-    const auto variable = environmentVariable("XDG_CONFIG_HOME");
-    const bool isSet = variable && variable->starts_with('/');
-    return (isSet ? fs::path(*variable) : home / ".config") / path.substr(2);
+    if (path[0] == '~') return {home / path.substr(2)};
+    if (path[0] != '@') return {path};
+    const std::string variable = environmentVariable("XDG_CONFIG_HOME").value_or("");
+    const fs::path onLinux = variable.starts_with('/') ? fs::path(variable) : home / ".config";
+    return {home / "Library/Application Support" / path.substr(2), onLinux / path.substr(2)};
 }
 
 bool contains(std::string_view text, std::string_view part) {
@@ -239,12 +233,10 @@ class EntryCheck : public Findings {
             warn("variable", "TOVRA_DATA_FILE is no text in this configuration.");
         }
         for (const json::Value variable : said_.environment.children()) {
-            if (variable.name() == "TOVRA_DATA_FILE" ||
-                !contains(nameForm(variable.name()), "tovra")) {
-                continue;
-            }
-            if (variable.name() == "TOVRA_MCP_TOKEN") continue;
-            warn("variable", "The server does not read the variable " + inQuotes(variable.name()) +
+            const std::string_view name = variable.name();
+            const bool isRead = name == "TOVRA_DATA_FILE" || name == "TOVRA_MCP_TOKEN";
+            if (isRead || !contains(nameForm(name), "tovra")) continue;
+            warn("variable", "The server does not read the variable " + inQuotes(name) +
                                  ". TOVRA_DATA_FILE names the data file.");
         }
         entry_.dataFile = locateDataFile(std::string(asString(named)));
@@ -317,34 +309,31 @@ std::string jsonOf(std::string_view text, Form form) {
     return form == Form::loose ? withoutComments(text) : std::string(text);
 }
 
-std::string whyNoJson(const fs::path& path, Form form) {
-    if (form != Form::json) {
+std::string whyNotUnderstood(const fs::path& path, Form form) {
+    const auto fault = form == Form::json ? jsonFaultIn(path) : std::nullopt;
+    if (!fault) {
         return "The file cannot be understood: a bracket or a quotation mark may be missing.";
     }
-    const auto fault = jsonFaultIn(path);
-    if (!fault) return "The file cannot be read.";
     return "The file is not JSON. Line " + std::to_string(fault->line) + ", column " +
            std::to_string(fault->column) + ": " + fault->reason + ".";
 }
 
-void lookAtHost(const HostFile& host, std::vector<HostEntry>& entries) {
+void lookAt(const HostFile& host, const fs::path& path, std::vector<HostEntry>& entries) {
     constexpr std::size_t kLargest = std::size_t{64} << 20;
-    const fs::path path = pathOf(host);
     std::error_code error;
     const auto file = openFile(path, kLargest, error);
-    const HostEntry empty{std::string(host.host), path, "", "", {}, {}};
     if (error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory) {
         return;
     }
     std::string text(file ? file->size() : 0, '\0');
     if (file) text.resize(readAt(file->descriptor, text.data(), text.size(), 0, error));
+    const HostEntry empty{std::string(host.host), path, "", "", {}, {}};
     const auto document = json::parse(jsonOf(text, host.form));
     if (!document) {
+        const std::string why = error ? "The file cannot be read: " + error.message() + "."
+                                      : whyNotUnderstood(path, host.form);
         entries.push_back(empty);
-        entries.back().findings.push_back({Level::error, "configuration",
-                                           error
-                                               ? "The file cannot be read: " + error.message() + "."
-                                               : whyNoJson(path, host.form)});
+        entries.back().findings = {{Level::error, "configuration", why}};
         return;
     }
     std::vector<Said> found;
@@ -362,7 +351,9 @@ void lookAtHost(const HostFile& host, std::vector<HostEntry>& entries) {
 
 std::vector<HostEntry> lookAtHosts() {
     std::vector<HostEntry> entries;
-    for (const HostFile& host : kHostFiles) lookAtHost(host, entries);
+    for (const HostFile& host : kHostFiles) {
+        for (const fs::path& path : pathsOf(host)) lookAt(host, path, entries);
+    }
     return entries;
 }
 

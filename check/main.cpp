@@ -1,5 +1,4 @@
 // tovra-mcp-check: what the server sees, and what is wrong with it.
-#include <algorithm>
 #include <array>
 #include <csignal>
 #include <filesystem>
@@ -47,7 +46,7 @@ constexpr std::string_view kUse =
     "64 wrong use.\n";
 
 struct Arguments {
-    std::vector<std::string> options;
+    std::string option;
     std::optional<std::string> file;
 };
 
@@ -57,17 +56,18 @@ std::optional<Arguments> readArguments(int argc, char** argv) {
     Arguments read;
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];
-        if (argument.starts_with('-')) {
-            read.options.push_back(argument);
-        } else if (argument.empty() || read.file) {
+        const bool isOption = argument.starts_with('-');
+        if (argument.empty() || (isOption ? !read.option.empty() : read.file.has_value())) {
             return std::nullopt;
+        }
+        if (isOption) {
+            read.option = argument;
         } else {
             read.file = argument;
         }
     }
-    const std::string option = read.options.empty() ? "--json" : read.options.front();
-    if (read.options.size() > 1 || (read.file && option != "--json")) return std::nullopt;
-    return read;
+    const bool isAboutFile = read.option.empty() || read.option == "--json";
+    return isAboutFile || !read.file ? std::optional(read) : std::nullopt;
 }
 
 bool mayColour() {
@@ -88,22 +88,17 @@ int examineHosts() {
     const bool inColour = mayColour();
     const auto entries = tovra::check::lookAtHosts();
     std::cout << asText(entries, inColour);
-    std::vector<int> found = {entries.empty() ? 2 : 0};
+    tovra::check::Findings all;
+    if (entries.empty()) all.warn("no-host", "");
     std::set<std::filesystem::path> seen;
     for (const auto& entry : entries) {
-        for (const auto& finding : entry.findings) {
-            found.push_back(tovra::check::exitStatus({finding}));
-        }
+        all.found.insert(all.found.end(), entry.findings.begin(), entry.findings.end());
         if (!entry.dataFile || !seen.insert(entry.dataFile->path).second) continue;
         const auto file = tovra::check::examine(*entry.dataFile, tovra::currentInstant());
         std::cout << '\n' << asText(file, inColour);
-        found.push_back(tovra::check::exitStatus(file.findings));
+        all.found.insert(all.found.end(), file.findings.begin(), file.findings.end());
     }
-    // Of two states the one with an error counts: 1 before 2 before 0.
-    const auto has = [&](int status) {
-        return std::find(found.begin(), found.end(), status) != found.end();
-    };
-    return has(1) ? 1 : has(2) ? 2 : 0;
+    return tovra::check::exitStatus(all.found);
 }
 
 // The tools of the check as a server, for an assistant that sees no data.
@@ -120,9 +115,8 @@ constexpr std::array<tovra::ToolDefinition, 1> kTools = {{
 }};
 
 int run(const Arguments& arguments) {
-    if (arguments.options.empty()) return examine(arguments.file, false);
-    const std::string& option = arguments.options.front();
-    if (option == "--json") return examine(arguments.file, true);
+    const std::string& option = arguments.option;
+    if (option.empty() || option == "--json") return examine(arguments.file, !option.empty());
     if (option == "--hosts") return examineHosts();
     if (option == "--mcp") return tovra::runStdio(true, {"tovra-check", kTools});
     if (option == "--sample") {

@@ -83,11 +83,10 @@ std::optional<Wrong> faultOf(const Field& field, json::Value value) {
     constexpr double kMostWithCents = 9e13;  // a double has 53 bits
     const bool isNothing = !value.exists() || value.is(json::Kind::null);
     if (isNothing && !field.isNeeded) return std::nullopt;
-    const bool isTruth = !isNothing && value.boolean().has_value();
-    const bool isText = !isNothing && value.is(json::Kind::string);
+    const bool isTruth = value.boolean().has_value();
     if (field.wants == Wants::text || field.wants == Wants::truth) {
-        return (field.wants == Wants::text ? isText : isTruth) ? std::nullopt
-                                                               : std::optional(Wrong::type);
+        const bool isRight = field.wants == Wants::truth ? isTruth : value.is(json::Kind::string);
+        return isRight ? std::nullopt : std::optional(Wrong::type);
     }
     const auto number = value.number();
     if (!number) return isTruth ? Wrong::truth : Wrong::type;

@@ -1,7 +1,6 @@
 #include "check/time_zone.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -15,17 +14,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Where systems keep their zones.
 bool isInZoneData(const std::string& name) {
-    constexpr std::array kFolders = {"/usr/share/zoneinfo", "/usr/lib/zoneinfo",
-                                     "/usr/share/lib/zoneinfo", "/etc/zoneinfo",
-                                     "/var/db/timezone/zoneinfo"};
+    const fs::path folder = environmentVariable("TZDIR").value_or("/usr/share/zoneinfo");
     std::error_code error;
-    const auto has = [&](const fs::path& folder) {
-        return fs::is_regular_file(folder / name, error);
-    };
-    return has(environmentVariable("TZDIR").value_or("")) ||
-           std::any_of(kFolders.begin(), kFolders.end(), has);
+    return fs::is_regular_file(folder / name, error);
 }
 
 // Whether it is a rule that needs no data, such as "CET-1CEST" or "<+03>-3".
