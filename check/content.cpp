@@ -112,6 +112,8 @@ class Survey {
             if (field.list == list) read.emplace(loosely(field.member), field.member);
         }
         std::size_t number = 0;
+        std::size_t firstRepeated = 0;
+        Texts repeated;
         Repeated names;
         for (const json::Value record : records) {
             const std::string_view name = stringField(record, isBudget ? "category" : "name");
@@ -124,10 +126,12 @@ class Survey {
                 const auto wanted = read.find(form);
                 if (wanted != read.end()) addName({member.name(), wanted->second});
             }
-            const std::string where = " in no. " + std::to_string(number) + " of " + inQuotes(list);
-            findings_.tell(Level::warning, "repeated-member", "There is more than one ",
-                           members.texts, where + ": one of them counts.");
+            if (repeated.empty()) firstRepeated = number;
+            repeated.insert(repeated.end(), members.texts.begin(), members.texts.end());
         }
+        findings_.tell(Level::warning, "repeated-member", "There is more than one ", repeated,
+                       " in records of " + inQuotes(list) + ", first in no. " +
+                           std::to_string(firstRepeated) + ": one of them counts.");
         if (isBudget) return;
         findings_.tell(Level::warning, list == "goals" ? "repeated-goal" : "repeated-account",
                        "Several " + std::string(list) + " are called ", names.texts,

@@ -9,8 +9,6 @@
 namespace tovra::check {
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r\n";
-
 // Reads JSON with comments, or TOML, from its beginning.
 class LooseReader {
   public:
@@ -24,6 +22,8 @@ class LooseReader {
     }
 
   private:
+    static constexpr std::string_view kBlanks = " \t\r\n";
+
     // Writes what the text begins with, and says how long that is.
     std::size_t step() {
         const char c = rest_.front();
