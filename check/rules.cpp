@@ -97,11 +97,11 @@ std::optional<Wrong> faultOf(const Field& field, json::Value value) {
 
 }  // namespace
 
-void Tallies::look(std::size_t field, json::Value value, Example example) {
+void Tallies::look(std::size_t field, json::Value value, const Example& example) {
     const auto wrong = faultOf(kFields[field], value);
     if (!wrong) return;
-    example.value = value;
-    fields_[field][static_cast<std::size_t>(*wrong)].add(example);
+    fields_[field][static_cast<std::size_t>(*wrong)].add(
+        {example.number, example.label, example.day, value});
 }
 
 void Tallies::look(std::string_view list, json::Value object, const Example& example) {

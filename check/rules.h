@@ -133,7 +133,7 @@ class Tallies {
   public:
     Tally& operator[](Rule rule) { return rules_[static_cast<std::size_t>(rule)]; }
     // Looks at a member that is one of kFields.
-    void look(std::size_t field, json::Value value, Example example);
+    void look(std::size_t field, json::Value value, const Example& example);
     // Looks at all that kFields have for an object in that list.
     void look(std::string_view list, json::Value object, const Example& example);
     // Says what was wrong. `transactions` is how many there are.

@@ -97,9 +97,8 @@ void TransactionSurvey::run() {
 void TransactionSurvey::add(const Record& record) {
     ++types_[record.text(Name::type)];
     ++currencies_[record.text(Name::currency)];
-    for (const auto& [field, name] : fields_) {
-        tallies_.look(field, record.members[name], record.example());
-    }
+    const Example example = record.example();
+    for (const auto& [field, name] : fields_) tallies_.look(field, record.members[name], example);
     addDate(record);
     addAccounts(record);
     addCategories(record);
