@@ -27,9 +27,15 @@ using Texts = std::vector<std::string>;
 struct Findings {
     std::vector<Finding> found;
 
-    void note(std::string_view about, std::string text) { add(Level::note, about, text); }
-    void warn(std::string_view about, std::string text) { add(Level::warning, about, text); }
-    void fail(std::string_view about, std::string text) { add(Level::error, about, text); }
+    void note(std::string_view about, std::string text) {
+        add(Level::note, about, std::move(text));
+    }
+    void warn(std::string_view about, std::string text) {
+        add(Level::warning, about, std::move(text));
+    }
+    void fail(std::string_view about, std::string text) {
+        add(Level::error, about, std::move(text));
+    }
     void add(Level level, std::string_view about, std::string text) {
         found.push_back({level, about, std::move(text)});
     }

@@ -28,8 +28,9 @@ class LooseReader {
     std::size_t step() {
         const char c = rest_.front();
         if (rest_.starts_with(isToml_ ? "#" : "//")) return rest_.find('\n');
-        if (!isToml_ && rest_.starts_with("/*"))
+        if (!isToml_ && rest_.starts_with("/*")) {
             return std::min(rest_.find("*/", 2), rest_.size()) + 2;
+        }
         if (c == '"' || (isToml_ && c == '\'')) return quoted(c);
         if (c == '}' || c == ']') {
             --depth_;
