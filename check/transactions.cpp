@@ -23,11 +23,11 @@ Counts sorted(const Numbers& numbers) {
 
 // The members of one transaction, found in one walk. Of those with one name the last counts.
 struct TransactionSurvey::Record {
-    Record(json::Value record, std::size_t place, std::uint32_t placeOfSplits) : number(place) {
+    Record(json::Value record, std::size_t place) : number(place) {
         for (const json::Value member : record.children()) {
             const std::uint32_t index = member.nameIndex();
             if (index >= members.size()) {
-                if (index == placeOfSplits) splits = member;
+                if (member.name() == "splits") splits = member;
                 if (index < json::Names::kMost) others |= std::uint64_t{1} << index;
             } else {
                 if (members[index].exists()) repeated = member;
@@ -85,7 +85,7 @@ TransactionSurvey::TransactionSurvey(Content& content, Tallies& tallies, json::V
 
 void TransactionSurvey::run() {
     std::size_t number = 0;
-    for (const json::Value record : transactions_) add(Record(record, ++number, placeOfSplits_));
+    for (const json::Value record : transactions_) add(Record(record, ++number));
     tallyRepeated(Rule::repeatedID, ids_, 1);
     // A few are bought twice a day; nearly half of all are no accident.
     const std::size_t least = std::max<std::size_t>(2, (likenesses_.size() * 2 + 4) / 5);
@@ -193,7 +193,7 @@ void TransactionSurvey::tallyRepeated(Rule rule, Hashes& hashes, std::size_t lea
     if (later.size() < least) return;
     std::sort(later.begin(), later.end());
     for (const std::uint32_t number : later) {
-        tallies_[rule].add(Record(transactions_[number - 1], number, placeOfSplits_).example());
+        tallies_[rule].add(Record(transactions_[number - 1], number).example());
     }
 }
 

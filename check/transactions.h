@@ -61,7 +61,6 @@ class TransactionSurvey {
     Numbers subcategories_;
     Numbers splitCategories_;
     std::uint64_t others_ = 0;  // a bit for the place of each name that is none of a transaction
-    const std::uint32_t placeOfSplits_ = placeOf("splits");
     Hashes ids_;
     Hashes likenesses_;
 };
