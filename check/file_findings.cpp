@@ -118,7 +118,7 @@ struct FileFindings : Findings {
              file.kept, ". Compare before you delete them.");
         tell(Level::warning, "unfinished",
              "A save that was cut off has left unfinished files: ", file.unfinished,
-             ". The data file is whole; delete them.");
+             ". Nothing reads them: delete them.");
         if (file.isMissing()) return;
         tell(Level::warning, "copies",
              "Beside the file lie what look like other versions of it: ", file.copies,
@@ -148,7 +148,7 @@ struct FileFindings : Findings {
             note("not-mounted",
                  "The path lies below " + file.drives.string() +
                      ", where drives are mounted, and none seems to be there. If the file is on "
-                     "one, connect or mount it: a recording would make another file.");
+                     "one, connect or mount it before anything is recorded.");
         }
         fail("missing", text + zeros + "; " +
                             (file.notWritable ? "recordings fail, as none can be made: " +
