@@ -59,7 +59,7 @@ class Survey {
         Repeated repeated;
         for (const json::Value member : data_.children()) {
             repeated.add(std::string(member.name()), member.name());
-            if (const auto name = otherCaseAt(member.nameIndex(), false)) addName(*name);
+            if (const auto name = otherCaseAt(member.nameIndex(), false)) otherCase_.insert(*name);
         }
         findings_.tell(Level::warning, "repeated-member", "The file has more than one ",
                        repeated.texts, "; only the last one counts.");
@@ -124,7 +124,8 @@ class Survey {
                 const std::string form = loosely(member.name());
                 members.add(form, member.name());
                 const auto wanted = read.find(form);
-                if (wanted != read.end()) addName({member.name(), wanted->second});
+                if (wanted == read.end() || wanted->second == member.name()) continue;
+                otherCase_.emplace(member.name(), wanted->second);
             }
             if (repeated.empty()) firstRepeated = number;
             repeated.insert(repeated.end(), members.texts.begin(), members.texts.end());
@@ -139,12 +140,8 @@ class Survey {
                                        : ": what is recorded by that name goes to the first.");
     }
 
-    void addName(const OtherCase& name) {
-        if (name.seen != name.read) otherCase_.insert({name.seen, name.read});
-    }
-
     void surveyNames() {
-        for (const OtherCase& name : transactions_.otherCase()) addName(name);
+        otherCase_.merge(transactions_.otherCase());
         for (const auto& [seen, read] : otherCase_) {
             findings_.warn("other-case",
                            "There is " + inQuotes(seen) + " where " + inQuotes(read) +
@@ -308,8 +305,8 @@ class Survey {
     json::Value data_;
     json::Children accounts_;
     TransactionSurvey transactions_;
-    std::set<std::pair<std::string_view, std::string_view>> otherCase_;  // seen, read
-    Alike categories_;                                                   // of expenses
+    std::set<OtherCase> otherCase_;
+    Alike categories_;  // of expenses
     Alike subcategories_;
     Texts ofSplits_;  // what budgets limit that only splits have
     Texts unused_;    // and what no expense has

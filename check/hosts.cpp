@@ -20,8 +20,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-enum class Form { json, loose, toml };
-
 struct HostFile {
     std::string_view host;
     // "~" is the home directory, "@" each of the folders in which systems keep configurations.
@@ -302,12 +300,6 @@ class EntryCheck : public Findings {
     const Said& said_;
     HostEntry& entry_;
 };
-
-// The text of a configuration in its form as JSON.
-std::string jsonOf(std::string_view text, Form form) {
-    if (form == Form::toml) return jsonOfToml(text);
-    return form == Form::loose ? withoutComments(text) : std::string(text);
-}
 
 std::string whyNotUnderstood(const fs::path& path, Form form) {
     const auto fault = form == Form::json ? jsonFaultIn(path) : std::nullopt;

@@ -99,8 +99,8 @@ class LooseReader {
 
 }  // namespace
 
-std::string withoutComments(std::string_view text) { return LooseReader(text, false).read(); }
-
-std::string jsonOfToml(std::string_view text) { return LooseReader(text, true).read(); }
+std::string jsonOf(std::string_view text, Form form) {
+    return form == Form::json ? std::string(text) : LooseReader(text, form == Form::toml).read();
+}
 
 }  // namespace tovra::check

@@ -6,12 +6,12 @@
 
 namespace tovra::check {
 
-// JSON with comments and commas before closing brackets, without both. Pure.
-[[nodiscard]] std::string withoutComments(std::string_view text);
+// As it stands; with comments, and commas before closing brackets; or TOML.
+enum class Form { json, loose, toml };
 
-// The tables of a TOML file as members of one object, under their whole names. Bare values become
-// texts. Texts over several lines, dotted names of values and other rarities are not understood.
-// Pure.
-[[nodiscard]] std::string jsonOfToml(std::string_view text);
+// The text as JSON. The tables of a TOML file become members of one object, under their whole
+// names, and bare values texts. Texts over several lines, dotted names of values and other rarities
+// are not understood. Pure.
+[[nodiscard]] std::string jsonOf(std::string_view text, Form form);
 
 }  // namespace tovra::check

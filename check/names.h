@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "json/json.h"
 
@@ -34,10 +35,7 @@ inline constexpr std::uint32_t kTransactionNames = 11;
 // For the place of a known name that is written otherwise than the one that is read, in a
 // transaction or in the document itself: that name, and the one that is read. Nothing for any other
 // place.
-struct OtherCase {
-    std::string_view seen;
-    std::string_view read;
-};
+using OtherCase = std::pair<std::string_view, std::string_view>;
 [[nodiscard]] std::optional<OtherCase> otherCaseAt(std::uint32_t place, bool isOfTransaction);
 
 }  // namespace tovra::check

@@ -208,11 +208,11 @@ bool TransactionSurvey::haveBoth(std::string_view category, std::string_view sub
     });
 }
 
-std::vector<OtherCase> TransactionSurvey::otherCase() const {
-    std::vector<OtherCase> names;
+std::set<OtherCase> TransactionSurvey::otherCase() const {
+    std::set<OtherCase> names;
     for (std::uint32_t place = 0; place < json::Names::kMost; ++place) {
         const auto name = otherCaseAt(place, true);
-        if (name && (others_ >> place & 1U) != 0) names.push_back(*name);
+        if (name && (others_ >> place & 1U) != 0) names.insert(*name);
     }
     return names;
 }

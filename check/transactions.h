@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
@@ -33,7 +34,7 @@ class TransactionSurvey {
     // Whether an expense has both.
     [[nodiscard]] bool haveBoth(std::string_view category, std::string_view subcategory) const;
     // The names of members that are read in another letter case.
-    [[nodiscard]] std::vector<OtherCase> otherCase() const;
+    [[nodiscard]] std::set<OtherCase> otherCase() const;
 
   private:
     struct Record;
