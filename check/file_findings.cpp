@@ -138,10 +138,8 @@ struct FileFindings : Findings {
         } else if (file.missing != file.target) {
             text = "There is no such folder: " + readablePath(file.missing) + ".";
         }
-        std::vector<std::string> others = file.copies;
-        others.insert(others.end(), file.similar.begin(), file.similar.end());
-        if (!others.empty()) {
-            text += " But there is " + inQuotes(others) +
+        if (!file.copies.empty()) {
+            text += " But there is " + inQuotes(file.copies) +
                     ": if that is it, rename it, or have the path name it.";
         }
         if (!file.drives.empty()) {

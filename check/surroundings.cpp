@@ -76,10 +76,9 @@ void lookBeside(Surroundings& found) {
         if (isLeftover(name)) {
             const bool isKept = leftoverOf(name) == Leftover::kept;
             (isKept ? found.kept : found.unfinished).push_back(std::move(name));
-        } else if (isCopy(lower, wanted)) {
+        } else if (isCopy(lower, wanted) ||
+                   (found.isMissing() && lower.starts_with(wanted.stem().string()))) {
             found.copies.push_back(std::move(name));
-        } else if (lower.starts_with(wanted.stem().string()) && found.isMissing()) {
-            found.similar.push_back(std::move(name));
         }
     }
 }

@@ -22,11 +22,10 @@ struct Surroundings {
     bool isOwn = true;               // not another user's file
     bool isInCloud = false;          // only a placeholder is on this machine
     // Names of other files in the folder: what broken-off saves left, what of that may be the only
-    // copy of something, other versions of the file, and, where it is missing, what it may be.
+    // copy of something, and other versions of the file, or what it may be where it is missing.
     std::vector<std::string> unfinished;
     std::vector<std::string> kept;
     std::vector<std::string> copies;
-    std::vector<std::string> similar;
 
     [[nodiscard]] bool isMissing() const {
         return notReadable == std::errc::no_such_file_or_directory;

@@ -86,10 +86,8 @@ TransactionSurvey::TransactionSurvey(Content& content, Tallies& tallies, json::V
 void TransactionSurvey::run() {
     std::size_t number = 0;
     for (const json::Value record : transactions_) add(Record(record, ++number));
-    tallyRepeated(Rule::repeatedID, ids_, 1);
-    // A few are bought twice a day; nearly half of all are no accident.
-    const std::size_t least = std::max<std::size_t>(2, (likenesses_.size() * 2 + 4) / 5);
-    if (tallies_[Rule::repeatedID].count == 0) tallyRepeated(Rule::twin, likenesses_, least);
+    tallyRepeated(Rule::repeatedID);
+    if (tallies_[Rule::repeatedID].count == 0) tallyRepeated(Rule::twin);
     content_.types = sorted(types_);
     content_.currencies = sorted(currencies_);
 }
@@ -102,7 +100,6 @@ void TransactionSurvey::add(const Record& record) {
     addDate(record);
     addAccounts(record);
     addCategories(record);
-    addDoubles(record);
     const std::string_view type = record.text(Name::type);
     if (type != "Income" && type != "Expense" && type != "Transfer") {
         tallies_[Rule::unknownType].add(record.example(record[Name::type]));
@@ -176,24 +173,31 @@ void TransactionSurvey::addCategories(const Record& record) {
     ++subcategories_[record.text(Name::subcategory)];
 }
 
-void TransactionSurvey::addDoubles(const Record& record) {
-    const auto number = static_cast<std::uint32_t>(record.number);
-    const std::string_view id = record.text(Name::id);
-    if (!id.empty()) ids_.emplace_back(std::hash<std::string_view>()(id), number);
-    if (record.hasAmount()) likenesses_.emplace_back(record.likeness(), number);
-}
-
-// Tallies the records whose hash one before has, where there are so many.
-void TransactionSurvey::tallyRepeated(Rule rule, Hashes& hashes, std::size_t least) {
+// Tallies the records whose hash one before has. A few are bought twice a day, so that two of five
+// have to be twins. It takes a walk of its own, so that the hashes for one rule are gone before
+// those for the next one come.
+void TransactionSurvey::tallyRepeated(Rule rule) {
+    std::vector<std::pair<std::size_t, std::uint32_t>> hashes;
+    hashes.reserve(transactions_.size());
+    std::uint32_t number = 0;
+    for (const json::Value value : transactions_) {
+        const Record record(value, ++number);
+        const std::string_view id = record.text(Name::id);
+        if (rule == Rule::twin && record.hasAmount()) {
+            hashes.emplace_back(record.likeness(), number);
+        } else if (rule == Rule::repeatedID && !id.empty()) {
+            hashes.emplace_back(std::hash<std::string_view>()(id), number);
+        }
+    }
     std::sort(hashes.begin(), hashes.end());
     std::vector<std::uint32_t> later;
     for (std::size_t i = 1; i < hashes.size(); ++i) {
         if (hashes[i].first == hashes[i - 1].first) later.push_back(hashes[i].second);
     }
-    if (later.size() < least) return;
+    if (rule == Rule::twin && (later.size() < 2 || later.size() * 5 < hashes.size() * 2)) return;
     std::sort(later.begin(), later.end());
-    for (const std::uint32_t number : later) {
-        tallies_[rule].add(Record(transactions_[number - 1], number).example());
+    for (const std::uint32_t each : later) {
+        tallies_[rule].add(Record(transactions_[each - 1], each).example());
     }
 }
 

@@ -38,15 +38,12 @@ class TransactionSurvey {
 
   private:
     struct Record;
-    // Hashes, and the numbers of the records that have them.
-    using Hashes = std::vector<std::pair<std::size_t, std::uint32_t>>;
 
     void add(const Record& record);
     void addDate(const Record& record);
     void addAccounts(const Record& record);
     void addCategories(const Record& record);
-    void addDoubles(const Record& record);
-    void tallyRepeated(Rule rule, Hashes& hashes, std::size_t least);
+    void tallyRepeated(Rule rule);
 
     Content& content_;
     Tallies& tallies_;
@@ -62,8 +59,6 @@ class TransactionSurvey {
     Numbers subcategories_;
     Numbers splitCategories_;
     std::uint64_t others_ = 0;  // a bit for the place of each name that is none of a transaction
-    Hashes ids_;
-    Hashes likenesses_;
 };
 
 }  // namespace tovra::check
