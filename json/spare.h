@@ -14,7 +14,7 @@ namespace tovra::json {
 inline constexpr std::size_t kSmallestSpare = std::size_t{256} << 10;
 
 // What takes more bytes goes back to the system. With this, and with what it takes before its first
-// call, the process stays below 12 MB.
+// call, a process that answers over standard input stays below 12 MB.
 inline constexpr std::size_t kMostSpare = 7'600'000;
 
 // The arrays that are spare, for a text of that size; else empty ones.

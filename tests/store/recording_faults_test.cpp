@@ -247,8 +247,9 @@ TEST_F(RecordingFaults, NameNoFileThatIsGone) {
     FolderModel model;
     model.put(kName, kOld);
     model.before = [&, isBack = false](std::string_view call) mutable {
-        if (call == "look" && isBack)
+        if (call == "look" && isBack) {
             std::erase_if(model.names, [](auto& it) { return it.first != kName; });
+        }
         isBack = isBack || call == "synchronise folder";
         return call == "synchronise folder" ? EIO : 0;
     };
